@@ -1,0 +1,71 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+namespace veltrane {
+
+class ConsoleSink;
+class CredentialsManager;
+class Device;
+class HTTPTransport;
+class IdentityConnector;
+class KeyValueStore;
+class MainQueue;
+class NotificationCenter;
+class Storyboard;
+
+/// The one list of ports: everything the core asks of the world around it. A host installs it once,
+/// before its first `VTFlow`, on the user-interface thread; `veltrane::qtquick::install()` fills in
+/// the usual adapters and a host replaces what it likes.
+///
+/// Each port's header says which thread calls it and what an absent one means.
+struct Platform {
+  /// Required: the host's user-interface thread and its timers (toolkit/main_queue.h).
+  std::shared_ptr<MainQueue> mainQueue;
+  /// Required: "vtFlowNotification" travels here (toolkit/notification_center.h).
+  std::shared_ptr<NotificationCenter> notificationCenter;
+  /// Required: identifier to screen; `makeMainStoryboard()` gives ours (toolkit/storyboard.h).
+  std::shared_ptr<Storyboard> storyboard;
+  /// Required: settings that outlive the process (flow/key_value_store.h).
+  std::shared_ptr<KeyValueStore> settings;
+  /// Required: HTTP over verified TLS (network/http_transport.h).
+  std::shared_ptr<HTTPTransport> transport;
+  /// Optional: screen and device class; absent: a phone of scale 1 (toolkit/device.h).
+  std::shared_ptr<Device> device;
+  /// Optional: diagnostic lines; absent: standard error (base/console.h).
+  std::shared_ptr<ConsoleSink> console;
+  /// Shows secrets on the console. For a host's own debug builds, never for a release.
+  bool consoleShowsSecrets = false;
+  /// Optional: makes the passkey library's object for one screen; absent: passkey steps end with an
+  /// error (engine/credentials_manager.h).
+  std::function<std::shared_ptr<CredentialsManager>()> makeCredentialsManager;
+  /// Optional: identity vendors; absent: their steps end with an error
+  /// (connectors/identity_connector.h).
+  std::shared_ptr<IdentityConnector> jumio;
+  std::shared_ptr<IdentityConnector> onfido;
+
+  Platform();
+  ~Platform();
+  Platform(const Platform&);
+  Platform& operator=(const Platform&);
+
+  /// The installed one. Stops the program when a required port is asked for before `install`.
+  static const Platform& current();
+  static void install(Platform platform);
+};
+
+/// Installs a platform for a scope and brings the former one back. For tests and embedders that run
+/// flows one after another with different ports.
+class PlatformScope {
+ public:
+  explicit PlatformScope(Platform platform);
+  ~PlatformScope();
+  PlatformScope(const PlatformScope&) = delete;
+  PlatformScope& operator=(const PlatformScope&) = delete;
+
+ private:
+  Platform former_;
+};
+
+}  // namespace veltrane

@@ -1,0 +1,113 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "veltrane/connectors/identity_connector.h"
+#include "veltrane/engine/screens_view_model.h"
+#include "veltrane/toolkit/controls.h"
+#include "veltrane/toolkit/table_view.h"
+#include "veltrane/ui/cells/button_table_view_cell.h"
+#include "veltrane/ui/cells/dropdown_table_view_cell.h"
+#include "veltrane/ui/cells/text_field_table_view_cell.h"
+#include "veltrane/ui/cells/toggle_switch_table_view_cell.h"
+#include "veltrane/ui/flow_screen.h"
+
+namespace veltrane {
+
+/// The screen that shows every supported user view as a list of rows, gathers what the user enters,
+/// sends it, and goes where the answer leads. Main thread only.
+class ScreenTemplate1VC final : public FlowScreen,
+                                public ScreensViewModelDelegate,
+                                public TextFieldTableViewCellDelegate,
+                                public ButtonTableViewCellDelegate,
+                                public ToggleSwitchTableViewCellDelegate,
+                                public DropdownTableViewCellDelegate,
+                                public ConnectorHost,
+                                private TableViewDataSource {
+ public:
+  ScreenTemplate1VC();
+  std::string_view className() const override { return "ScreenTemplate1VC"; }
+
+  // What a front end draws.
+  TableView mainTableView;
+  /// Paddings of the table inside the screen, in points.
+  EdgeInsets margins;
+  ActivityPanel loading;
+  /// Null until the screen has loaded.
+  std::shared_ptr<ScreensViewModel> viewModel;
+  /// A request of this screen runs; its button sends nothing meanwhile.
+  bool isBusy() const { return viewModel && viewModel->isBusy(); }
+
+  /// What the user has entered, by row key; sent with the next event.
+  Dictionary textFieldsKeyValues;
+
+  // Life cycle.
+  void viewDidLoad() override;
+  void viewWillAppear(bool animated) override;
+  void viewWillDisappear(bool animated) override;
+  void didLeaveStack() override;
+  /// An on-screen keyboard of this height, in points, covers the bottom of the screen.
+  void keyboardWillShow(std::optional<double> height);
+  void keyboardWillHide();
+
+  // What the user does.
+  void buttonPressed() override;
+  void textChange(const std::string& text, IndexPath indexPath) override;
+  void switchValueChanged(bool val, IndexPath indexPath) override;
+  void optionSelected(const std::string& text, IndexPath indexPath) override;
+
+  // What became of the screen's events.
+  void nextEventProcessComplete(const std::optional<JSON>& response,
+                                const std::optional<VeltraneFlowError>& error,
+                                std::optional<std::size_t> userViewIndex) override;
+  void postProcessNextEventComplete(const std::optional<JSON>& response,
+                                    const std::optional<VeltraneFlowError>& error,
+                                    std::optional<std::size_t> userViewIndex) override;
+  void handleNextScreenTransition(std::size_t userViewIndex, const UserViewProps& userViewProps);
+  /// `base64Png`: PNG bytes, despite the name.
+  void faceImageCaptureResult(const std::optional<std::string>& base64Png,
+                              const std::optional<VeltraneFlowError>& error);
+
+  void showActivityIndicator();
+  void hideActivityIndicator();
+
+  // ConnectorHost
+  void presentOver(std::shared_ptr<ViewController> controller) override;
+  void showAlert(const std::string& message) override;
+  void endFlow(VeltraneFlowError error) override;
+  void sendNextEvent(const Dictionary& additionalParameter) override;
+
+ private:
+  // TableViewDataSource
+  std::size_t numberOfRows() const override;
+  std::shared_ptr<TableViewCell> cellForRow(IndexPath indexPath) override;
+
+  void adopt(std::shared_ptr<ScreensViewModel> model);
+  void setupUISize();
+  void reloadRows();
+  void currentCell(BaseCell& cell, IndexPath indexPath);
+  void fireOnLoadEvent();
+  void scheduleFaceCapture();
+  void openFaceCapture();
+  std::optional<std::string> firstEmptyKey() const;
+  void enter(JSON value, IndexPath indexPath);
+  bool endsFlow(const JSON& response) const;
+  void renderNewFlow(const JSON& flowDocument);
+  void openNextScreen(std::string_view templateName, std::size_t index, UserViewProps props);
+  void stayOnScreen(std::string_view templateName, std::size_t index, const UserViewProps& props);
+  void handOver(const std::shared_ptr<IdentityConnector>& connector, const UserViewProps& props,
+                std::size_t index);
+  void setLoadingHidden(bool hidden);
+  template <typename Work>
+  void onMain(Work work);
+
+  /// What the user had entered when the rows were last replaced; shown again under the same keys.
+  Dictionary enteredBeforeReload_;
+  std::shared_ptr<ScreensViewModel> handOverModel_;
+  Subscription busySubscription_;
+};
+
+}  // namespace veltrane
