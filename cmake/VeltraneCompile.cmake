@@ -1,0 +1,20 @@
+# How every target of this project is compiled: C++20, warnings on, and the sanitizers of the build.
+
+find_program(CCACHE ccache)
+if(CCACHE AND PROJECT_IS_TOP_LEVEL)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+endif()
+
+if(PROJECT_IS_TOP_LEVEL)
+  set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+endif()
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+add_library(veltrane_compile INTERFACE)
+target_compile_features(veltrane_compile INTERFACE cxx_std_20)
+target_compile_options(veltrane_compile INTERFACE
+  $<BUILD_INTERFACE:-Wall -Wextra -Wpedantic -Wno-missing-field-initializers>)
+if(VELTRANE_SANITIZE)
+  add_compile_options(-fsanitize=${VELTRANE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${VELTRANE_SANITIZE})
+endif()
