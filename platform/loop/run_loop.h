@@ -3,7 +3,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
-#include <cstdint>
 #include <deque>
 #include <functional>
 #include <map>
@@ -14,15 +13,13 @@
 
 namespace veltrane::loop {
 
-/// The main queue of a program without a toolkit. The thread that calls one of the run functions is
-/// the main thread; work runs there, one piece at a time, in the order it fell due. Running inside
-/// a piece of work is not supported. Work left over at destruction is dropped unrun.
+/// The main queue of a program without a toolkit. The thread that calls the run functions is the
+/// main thread; work runs there one piece at a time, in the order queued, delayed work and ticks
+/// joining the queue as they fall due. A piece of work must not call the run functions. What is
+/// left at destruction is dropped unrun.
 class RunLoop final : public MainQueue {
  public:
-  RunLoop() = default;
   ~RunLoop() override;
-  RunLoop(const RunLoop&) = delete;
-  RunLoop& operator=(const RunLoop&) = delete;
 
   void async(Work work) override;
   void asyncAfter(Interval delay, Work work) override;
@@ -62,13 +59,12 @@ class RunLoop final : public MainQueue {
     bool counts = false;
   };
 
-  void push(Item item);
-  void schedule(Clock::time_point due, Item item);
-  void scheduleTick(Clock::time_point due, std::weak_ptr<Repeating> timer);
+  void add(Item item, Clock::time_point due = Clock::time_point::min());
+  void addTick(Clock::time_point due, std::weak_ptr<Repeating> timer);
   void tick(Clock::time_point due, const std::weak_ptr<Repeating>& timer);
   bool step(Clock::time_point deadline, bool untilQuit);
   void promoteDue(Clock::time_point now);
-  void waitForWork(std::unique_lock<std::mutex>& lock, Clock::time_point deadline);
+  void wait(std::unique_lock<std::mutex>& lock, Clock::time_point deadline);
 
   mutable std::mutex mutex_;
   std::condition_variable wake_;
