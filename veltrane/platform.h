@@ -50,7 +50,7 @@ struct Platform {
   Platform(const Platform&);
   Platform& operator=(const Platform&);
 
-  /// The installed one. Stops the program when a required port is asked for before `install`.
+  /// The installed one; before `install`, one without any port.
   static const Platform& current();
   static void install(Platform platform);
 };

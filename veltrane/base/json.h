@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -50,7 +51,10 @@ class JSON {
 
   JSON operator[](std::string_view key) const;
   JSON operator[](const char* key) const { return (*this)[std::string_view(key)]; }
-  JSON operator[](std::size_t index) const;
+  template <std::integral Index>
+  JSON operator[](Index index) const {
+    return index < 0 ? JSON() : item(static_cast<std::size_t>(index));
+  }
   bool contains(std::string_view key) const;
 
   /// Members of an object or items of an array, otherwise 0.
@@ -98,6 +102,7 @@ class JSON {
   JSON(Owner owner, const Node* node) noexcept : owner_(std::move(owner)), node_(node) {}
   template <typename Fill>
   static JSON build(Fill&& fill);
+  JSON item(std::size_t index) const;
   void visitMembers(void* visitor, void (*visit)(void*, std::string_view, const JSON&)) const;
 
   Owner owner_;

@@ -33,7 +33,7 @@ std::optional<CellValueKind> cellValueKind(std::string_view rawValue);
 /// One row of a screen, as the server described it.
 struct CellProperties {
   /// What the row shows or holds: a text, a switch's boolean, a picture's data or URL.
-  JSON value;
+  JSON value = {};
   CellType type = CellType::label;
   std::optional<CellValueKind> kind = std::nullopt;
   /// The server's attributes of the component.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,7 +13,6 @@
 #include "veltrane/engine/credentials_manager.h"
 #include "veltrane/engine/event_params.h"
 #include "veltrane/flow/veltrane_flow_error.h"
-#include "veltrane/network/api_endpoint.h"
 #include "veltrane/network/http_transport.h"
 #include "veltrane/toolkit/signal.h"
 
@@ -35,13 +35,13 @@ class ScreensViewModelDelegate {
 /// events. Main thread only. What is under way ends in silence when it is destroyed.
 class ScreensViewModel : public std::enable_shared_from_this<ScreensViewModel> {
  public:
-  static std::shared_ptr<ScreensViewModel> make(const Dictionary& props,
-                                                std::size_t userViewIndex);
+  static std::shared_ptr<ScreensViewModel> make(const Dictionary& props, std::size_t userViewIndex);
 
   /// Fills the fields and appends rows; rows that are there already stay.
   void setRecord(const Dictionary& props);
 
-  /// The bodies of the events: "eventName", "connectionId", "capabilityName", "id", "parameters".
+  /// The bodies of the events, each with the keys "eventName", "connectionId", "capabilityName",
+  /// "id" and "parameters".
   Dictionary getNextEventProps(const Dictionary& parameters) const;
   Dictionary getPostProcessEventProps(const Dictionary& parameters) const;
   Dictionary getOnLoadEventProps(const Dictionary& parameters) const;
@@ -56,6 +56,12 @@ class ScreensViewModel : public std::enable_shared_from_this<ScreensViewModel> {
   void processNextEvent(const NextEvent& event);
   /// Sends a credential response. The delegate hears the outcome.
   void postProcessEvent(const JSON& response);
+
+  /// Ends what is under way; the delegate hears no more.
+  void stop();
+
+  /// The keys of masked fields, whose values must not reach a log.
+  std::vector<std::string> secretNames() const;
 
   /// A request of this screen is on its way, or its passkey step runs.
   bool isBusy() const { return busy_ > 0; }
@@ -96,7 +102,11 @@ class ScreensViewModel : public std::enable_shared_from_this<ScreensViewModel> {
  private:
   /// What an event was sent for; decides how its answer is read.
   enum class EventKind : std::uint8_t { next, onLoad, pollingContinue, postProcess };
-  struct Answer;
+  struct Answer {
+    std::optional<JSON> response = std::nullopt;  // an object
+    std::optional<VeltraneFlowError> error = std::nullopt;
+  };
+  using CredentialsOutcome = void (ScreensViewModel::*)(const Answer&);
 
   ScreensViewModel() = default;
 
@@ -105,27 +115,24 @@ class ScreensViewModel : public std::enable_shared_from_this<ScreensViewModel> {
   void addFormRows(const Dictionary& props);
 
   void stepWithinClient();
-  void send(EventKind kind, const std::optional<EventParams>& param, Dictionary body);
+  void send(EventKind kind, const std::optional<EventParams>& param, const Dictionary& body);
+  static Answer readAnswer(const std::optional<std::string>& body,
+                           std::optional<VeltraneFlowError> error);
   void answered(EventKind kind, const Answer& answer);
   void nextEventAnswered(EventKind kind, const Answer& answer);
-  void postProcessAnswered(const Answer& answer);
-  void runLocalEvent(std::string_view localEvent, const JSON& answer);
-  void fidoRegistration(const JSON& answer);
-  void fidoAuthentication(const JSON& answer);
-  /// A callback for `credManager` that brings its outcome to the main queue, once.
-  CredentialsManager::Callback onCredentials(
-      void (ScreensViewModel::*finish)(const std::optional<JSON>&,
-                                       const std::optional<VeltraneFlowError>&));
-  void registered(const std::optional<JSON>& result, const std::optional<VeltraneFlowError>& error);
-  void authenticated(const std::optional<JSON>& result,
-                     const std::optional<VeltraneFlowError>& error);
-  void reportNext(const std::optional<JSON>& response,
-                  const std::optional<VeltraneFlowError>& error,
-                  std::optional<std::size_t> index);
-  std::vector<std::string> secretNames() const;
+  void runLocalEvent(const JSON& step, const JSON& answer);
+  void startRegistration(const JSON& answer);
+  void startAuthentication(const JSON& answer);
+  CredentialsManager::Callback onCredentials(CredentialsOutcome outcome);
+  void registered(const Answer& answer);
+  void authenticated(const Answer& answer);
+
+  void report(EventKind kind, const Answer& answer, std::optional<std::size_t> index);
+  void reportLater(EventKind kind, Answer answer, std::optional<std::size_t> index);
   void changeBusy(int by);
 
-  std::vector<std::unique_ptr<HTTPRequestHandle>> inFlight_;
+  std::map<std::uint64_t, std::unique_ptr<HTTPRequestHandle>> inFlight_;
+  std::uint64_t lastRequest_ = 0;
   int busy_ = 0;
 };
 

@@ -8,12 +8,12 @@ namespace veltrane {
 /// The screen templates that the generic screen shows.
 struct SupportedScreens {
   static constexpr std::array<std::string_view, 13> kTemplateNames = {
-      "UnsupportedScreen",    "PhoneScreenTemplate",
-      "OtpScreenTemplate",    "ScreenTemplate1",
-      "ScreenTemplate2",      "TwoFieldScreenTemplate",
-      "UsernameScreenTemplate", "UsernameLoginScreenTemplate",
-      "ThirdPartyTemplate",   "ThirdPartyiFrameTemplate",
-      "CustomScreenTemplate", "MessageScreen",
+      "UnsupportedScreen",       "PhoneScreenTemplate",
+      "OtpScreenTemplate",       "ScreenTemplate1",
+      "ScreenTemplate2",         "TwoFieldScreenTemplate",
+      "UsernameScreenTemplate",  "UsernameLoginScreenTemplate",
+      "ThirdPartyTemplate",      "ThirdPartyiFrameTemplate",
+      "CustomScreenTemplate",    "MessageScreen",
       "FaceImageCaptureTemplate"};
 
   /// Exact, case-sensitive.

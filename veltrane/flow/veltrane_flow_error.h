@@ -52,11 +52,10 @@ struct ErrorResponse {};
 /// The one error record of the system: what a request, a screen or the host's delegate gets when
 /// something failed. An error raised by the client carries its reason alone.
 struct VeltraneFlowError {
-  using Reason =
-      std::variant<reason::InvalidURL, reason::Serialize, reason::JsonSerialization,
-                   reason::DictionaryKeyValueNotFound, reason::AuthenticationFailure,
-                   reason::BadRequest, reason::ImageFromData, reason::VeltraneError,
-                   reason::ErrorResponse>;
+  using Reason = std::variant<reason::InvalidURL, reason::Serialize, reason::JsonSerialization,
+                              reason::DictionaryKeyValueNotFound, reason::AuthenticationFailure,
+                              reason::BadRequest, reason::ImageFromData, reason::VeltraneError,
+                              reason::ErrorResponse>;
 
   Reason reason;
   /// The server's structured detail, an object.

@@ -22,7 +22,9 @@ struct APIHTTPHeader {
   struct ContentType {};  // sent as "Content-Type: application/json"
   std::variant<Authorization, Custom, ContentType> header;
 
-  static APIHTTPHeader authorization(std::string token) { return {Authorization{std::move(token)}}; }
+  static APIHTTPHeader authorization(std::string token) {
+    return {Authorization{std::move(token)}};
+  }
   static APIHTTPHeader custom(std::string name, std::string value) {
     return {Custom{std::move(name), std::move(value)}};
   }

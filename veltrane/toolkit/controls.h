@@ -61,7 +61,12 @@ struct Switch {
 };
 
 /// Numeric values are the platform's own.
-enum class ContentMode : std::uint8_t { scaleToFill = 0, aspectFit = 1, aspectFill = 2, center = 4 };
+enum class ContentMode : std::uint8_t {
+  scaleToFill = 0,
+  aspectFit = 1,
+  aspectFill = 2,
+  center = 4
+};
 
 struct ImageView {
   std::optional<ContentMode> contentMode;

@@ -26,9 +26,9 @@ class MainQueue {
   virtual void async(Work work) = 0;
   virtual void asyncAfter(Interval delay, Work work) = 0;
   virtual std::unique_ptr<Timer> repeatingTimer(Interval interval, Work tick) = 0;
-};
 
-/// Queues work on the installed platform's main queue.
-void onMainQueue(MainQueue::Work work);
+  /// The installed platform's. Any thread.
+  static MainQueue& current();
+};
 
 }  // namespace veltrane

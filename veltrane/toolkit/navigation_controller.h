@@ -35,6 +35,7 @@ class NavigationController final : public ViewController {
   NavigationController() = default;
   void adopt(const std::shared_ptr<ViewController>& controller);
   static void release(const std::shared_ptr<ViewController>& controller);
+  void show(Transition transition, bool animated);
 
   std::vector<std::shared_ptr<ViewController>> stack_;
   bool barHidden_ = false;

@@ -20,7 +20,7 @@ struct IndexPath {
 };
 
 /// One row as retained state.
-class TableViewCell {
+class TableViewCell : public std::enable_shared_from_this<TableViewCell> {
  public:
   virtual ~TableViewCell() = default;
   /// The class's unqualified name ("LabelTableViewCell"), which is also its reuse identifier.

@@ -73,7 +73,8 @@ class ViewController : public std::enable_shared_from_this<ViewController> {
   void present(std::shared_ptr<ViewController> controller, bool animated,
                Completion completion = {});
   /// Closes this controller, or the navigation controller it belongs to, and all that it has
-  /// presented. Nothing happens when it is not presented. `completion` runs later, on the main queue.
+  /// presented. Nothing happens when it is not presented. `completion` runs later, on the main
+  /// queue.
   void dismiss(bool animated, Completion completion = {});
 
   std::shared_ptr<NavigationController> navigationController() const;
@@ -105,7 +106,10 @@ class ViewController : public std::enable_shared_from_this<ViewController> {
 
  private:
   friend class NavigationController;
-  void dismissPresented(bool animated);
+  enum class Reappear : bool { no, yes };
+  void dismissPresented(bool animated, Reappear reappear);
+  void hideForPresented(bool animated);
+  void showAfterPresented(bool animated);
   std::shared_ptr<ViewController> parent() const;
 
   std::shared_ptr<ViewController> presented_;
@@ -118,7 +122,6 @@ class ViewController : public std::enable_shared_from_this<ViewController> {
 /// The host's side of the presentation: flows open over it, a front end listens to it.
 class HostViewController final : public ViewController {
  public:
-  HostViewController() { onHostDisplay(); }
   std::string_view className() const override { return "HostViewController"; }
 
   /// Each change of what is on display, after it has happened.
@@ -129,9 +132,6 @@ class HostViewController final : public ViewController {
     presentationChanged(change);
   }
   bool isHost() const override { return true; }
-
- private:
-  void onHostDisplay();
 };
 
 }  // namespace veltrane

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -7,6 +8,8 @@
 
 #include "veltrane/connectors/identity_connector.h"
 #include "veltrane/engine/screens_view_model.h"
+#include "veltrane/face/face_image_capture.h"
+#include "veltrane/network/poll_for_challenge_status.h"
 #include "veltrane/toolkit/controls.h"
 #include "veltrane/toolkit/table_view.h"
 #include "veltrane/ui/cells/button_table_view_cell.h"
@@ -25,6 +28,7 @@ class ScreenTemplate1VC final : public FlowScreen,
                                 public ButtonTableViewCellDelegate,
                                 public ToggleSwitchTableViewCellDelegate,
                                 public DropdownTableViewCellDelegate,
+                                public FaceImageCaptureVCDelegate,
                                 public ConnectorHost,
                                 private TableViewDataSource {
  public:
@@ -67,9 +71,8 @@ class ScreenTemplate1VC final : public FlowScreen,
                                     const std::optional<VeltraneFlowError>& error,
                                     std::optional<std::size_t> userViewIndex) override;
   void handleNextScreenTransition(std::size_t userViewIndex, const UserViewProps& userViewProps);
-  /// `base64Png`: PNG bytes, despite the name.
   void faceImageCaptureResult(const std::optional<std::string>& base64Png,
-                              const std::optional<VeltraneFlowError>& error);
+                              const std::optional<VeltraneFlowError>& error) override;
 
   void showActivityIndicator();
   void hideActivityIndicator();
@@ -86,27 +89,35 @@ class ScreenTemplate1VC final : public FlowScreen,
   std::shared_ptr<TableViewCell> cellForRow(IndexPath indexPath) override;
 
   void adopt(std::shared_ptr<ScreensViewModel> model);
+  void registerCells();
   void setupUISize();
   void reloadRows();
-  void currentCell(BaseCell& cell, IndexPath indexPath);
+  void currentCell(const std::shared_ptr<BaseCell>& cell, IndexPath indexPath);
   void fireOnLoadEvent();
+  void startPolling();
+  void pollingEnded(const std::optional<std::string>& status,
+                    const std::optional<std::string>& error);
   void scheduleFaceCapture();
   void openFaceCapture();
   std::optional<std::string> firstEmptyKey() const;
   void enter(JSON value, IndexPath indexPath);
-  bool endsFlow(const JSON& response) const;
   void renderNewFlow(const JSON& flowDocument);
-  void openNextScreen(std::string_view templateName, std::size_t index, UserViewProps props);
+  void lastStepDone(const std::optional<JSON>& response);
+  void stepDone(const std::optional<JSON>& response, std::size_t index);
+  void moveToNextScreen(std::string_view templateName, std::size_t index,
+                        const UserViewProps& props);
   void stayOnScreen(std::string_view templateName, std::size_t index, const UserViewProps& props);
-  void handOver(const std::shared_ptr<IdentityConnector>& connector, const UserViewProps& props,
+  void handOver(std::shared_ptr<IdentityConnector> connector, UserViewProps props,
                 std::size_t index);
   void setLoadingHidden(bool hidden);
-  template <typename Work>
-  void onMain(Work work);
+  std::shared_ptr<ScreenTemplate1VC> self();
+  /// Runs work with this screen on a later turn of the main queue, if it still exists then.
+  void onMain(std::function<void(ScreenTemplate1VC&)> work);
 
   /// What the user had entered when the rows were last replaced; shown again under the same keys.
   Dictionary enteredBeforeReload_;
   std::shared_ptr<ScreensViewModel> handOverModel_;
+  std::shared_ptr<PollForChallengeStatus::Run> poll_;
   Subscription busySubscription_;
 };
 

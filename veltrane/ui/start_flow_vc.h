@@ -12,7 +12,8 @@
 
 namespace veltrane {
 
-/// The first screen of every flow: shows that the flow is loading and gives way to its first screen.
+/// The first screen of every flow: shows that the flow is loading and gives way to its first
+/// screen.
 class StartFlowVC final : public ViewController,
                           public FlowStartScreen,
                           public StartFlowViewModelDelegate {

@@ -30,8 +30,8 @@ class StartFlowViewModel : public std::enable_shared_from_this<StartFlowViewMode
  public:
   /// Sends the request and answers the delegate; an earlier request's answer is not heard any more.
   void getFlow(const std::optional<std::string>& companyId,
-               const std::optional<std::string>& flowId,
-               const std::optional<std::string>& policyId, const std::optional<Dictionary>& param);
+               const std::optional<std::string>& flowId, const std::optional<std::string>& policyId,
+               const std::optional<Dictionary>& param);
 
   /// Opens the first screen of the flow document as the root of the navigation controller, or ends
   /// the flow when its template is unknown.

@@ -18,7 +18,6 @@ class BaseCell : public TableViewCell {
  protected:
   /// A colour of the stored theme by its field name.
   static std::optional<Color> themeColor(std::string_view name);
-  static bool hasTheme();
   /// The "displayName" and "color" of `props`, over the theme's "labelTextColor".
   static void configureCaption(Label& caption, const std::optional<JSON>& props);
 };

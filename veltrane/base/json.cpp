@@ -1,0 +1,270 @@
+#include "veltrane/base/json.h"
+
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <map>
+#include <nlohmann/json.hpp>
+
+#include "veltrane/base/arena.h"
+#include "veltrane/base/dictionary.h"
+
+namespace veltrane {
+namespace {
+
+using ArenaText = std::basic_string<char, std::char_traits<char>, ArenaAllocator<char>>;
+using Tree = nlohmann::basic_json<std::map, std::vector, ArenaText, bool, std::int64_t,
+                                  std::uint64_t, double, ArenaAllocator>;
+
+}  // namespace
+
+/// A node is a value of the parsed tree; the type has a name of its own so that the header needs
+/// none of the library's.
+struct JSON::Node : Tree {};
+
+namespace {
+
+/// What owns a tree: its memory. The tree's destructor never runs; the arena drops it whole.
+struct Document {
+  Arena arena;
+  Tree* root = nullptr;
+
+  Tree& makeRoot() {
+    root = new (arena.allocate(sizeof(Tree), alignof(Tree))) Tree();
+    return *root;
+  }
+};
+
+const JSON::Node* asNode(const Tree* tree) {
+  return static_cast<const JSON::Node*>(tree);
+}
+
+/// Builds the tree while parsing and refuses to go deeper than a document may.
+class DepthLimitedBuilder : public nlohmann::detail::json_sax_dom_parser<Tree> {
+ public:
+  explicit DepthLimitedBuilder(Tree& root) : json_sax_dom_parser(root, false) {}
+
+  bool start_object(std::size_t size) { return enter() && json_sax_dom_parser::start_object(size); }
+  bool end_object() { return --depth_, json_sax_dom_parser::end_object(); }
+  bool start_array(std::size_t size) { return enter() && json_sax_dom_parser::start_array(size); }
+  bool end_array() { return --depth_, json_sax_dom_parser::end_array(); }
+
+  /// The library hands over the digits as one of two text types.
+  template <typename Text>
+  bool number_float(double value, const Text& /*digits*/) {
+    return json_sax_dom_parser::number_float(value, ArenaText());
+  }
+
+  template <typename Exception>
+  bool parse_error(std::size_t position, const std::string& /*token*/, const Exception&) {
+    error_ = "The data is not valid JSON (near byte " + std::to_string(position) + ").";
+    return false;
+  }
+  const std::string& error() const { return error_; }
+
+ private:
+  bool enter() {
+    if (++depth_ <= JSON::kMaxDepth) return true;
+    error_ = "The data is nested more deeply than " + std::to_string(JSON::kMaxDepth) + " levels.";
+    return false;
+  }
+
+  std::size_t depth_ = 0;
+  std::string error_;
+};
+
+const JSON::Node* constant(bool value) {
+  static const Tree yes(true), no(false);
+  return asNode(value ? &yes : &no);
+}
+
+std::int64_t toInt64(double value) {
+  constexpr double kBound = 9223372036854775808.0;  // 2 to the 63rd
+  if (std::isnan(value)) return 0;
+  if (value >= kBound) return std::numeric_limits<std::int64_t>::max();
+  if (value < -kBound) return std::numeric_limits<std::int64_t>::min();
+  return static_cast<std::int64_t>(value);
+}
+
+template <typename Number>
+std::string decimal(Number number) {
+  char buffer[32];
+  const auto end = std::to_chars(buffer, buffer + sizeof buffer, number).ptr;
+  return {buffer, end};
+}
+
+bool isFinite(const Tree& tree) {
+  if (tree.is_number_float()) return std::isfinite(tree.get_ref<const double&>());
+  if (!tree.is_structured()) return true;
+  return std::all_of(tree.begin(), tree.end(), isFinite);
+}
+
+}  // namespace
+
+template <typename Fill>
+JSON JSON::build(Fill&& fill) {
+  auto document = std::make_shared<Document>();
+  const Arena::Scope scope(document->arena);
+  fill(document->makeRoot());
+  const Node* root = asNode(document->root);
+  return JSON(std::move(document), root);
+}
+
+JSON::JSON(bool value) noexcept : node_(constant(value)) {}
+JSON::JSON(std::int64_t value) : JSON(build([=](Tree& root) { root = Tree(value); })) {}
+JSON::JSON(double value) : JSON(build([=](Tree& root) { root = Tree(value); })) {}
+JSON::JSON(std::string_view value)
+    : JSON(build([=](Tree& root) { root = Tree(ArenaText(value)); })) {}
+
+JSON::JSON(const Dictionary& entries)
+    : JSON(build([&](Tree& root) {
+        root = Tree::object();
+        for (const auto& [name, value] : entries) {
+          root[ArenaText(name)] = value.node_ ? static_cast<const Tree&>(*value.node_) : Tree();
+        }
+      })) {}
+
+JSON JSON::array(const std::vector<JSON>& items) {
+  return build([&](Tree& root) {
+    root = Tree::array();
+    for (const JSON& item : items) {
+      root.push_back(item.node_ ? static_cast<const Tree&>(*item.node_) : Tree());
+    }
+  });
+}
+
+JSONParseResult JSON::parse(std::string_view text) {
+  std::string error;
+  JSON value = build([&](Tree& root) {
+    DepthLimitedBuilder builder(root);
+    if (!Tree::sax_parse(text.begin(), text.end(), &builder)) error = builder.error();
+  });
+  if (!error.empty()) return {JSON(), std::move(error)};
+  return {std::move(value), {}};
+}
+
+JSON::Kind JSON::kind() const noexcept {
+  if (!node_) return Kind::null;
+  switch (node_->type()) {
+    case Tree::value_t::boolean:
+      return Kind::boolean;
+    case Tree::value_t::number_integer:
+    case Tree::value_t::number_unsigned:
+      return Kind::integer;
+    case Tree::value_t::number_float:
+      return Kind::real;
+    case Tree::value_t::string:
+      return Kind::text;
+    case Tree::value_t::array:
+      return Kind::array;
+    case Tree::value_t::object:
+      return Kind::object;
+    default:
+      return Kind::null;
+  }
+}
+
+JSON JSON::operator[](std::string_view key) const {
+  if (!isObject()) return {};
+  const auto found = node_->find(key);
+  return found == node_->end() ? JSON() : JSON(owner_, asNode(&*found));
+}
+
+JSON JSON::item(std::size_t index) const {
+  if (!isArray() || index >= node_->size()) return {};
+  return JSON(owner_, asNode(&(*static_cast<const Tree*>(node_))[index]));
+}
+
+bool JSON::contains(std::string_view key) const {
+  return isObject() && node_->contains(key);
+}
+
+std::size_t JSON::size() const noexcept {
+  return node_ && node_->is_structured() ? node_->size() : 0;
+}
+
+std::optional<std::string_view> JSON::text() const noexcept {
+  if (kind() != Kind::text) return std::nullopt;
+  return *node_->get_ptr<const ArenaText*>();
+}
+
+std::optional<bool> JSON::boolean() const noexcept {
+  if (kind() == Kind::boolean) return *node_->get_ptr<const bool*>();
+  const auto value = integer();
+  if (value == 0) return false;
+  if (value == 1) return true;
+  return std::nullopt;
+}
+
+std::optional<std::int64_t> JSON::integer() const noexcept {
+  switch (kind()) {
+    case Kind::boolean:
+      return *node_->get_ptr<const bool*>() ? 1 : 0;
+    case Kind::integer:
+      if (const auto* natural = node_->get_ptr<const std::uint64_t*>()) {
+        if (*natural > std::uint64_t{std::numeric_limits<std::int64_t>::max()}) return std::nullopt;
+        return static_cast<std::int64_t>(*natural);
+      }
+      return *node_->get_ptr<const std::int64_t*>();
+    case Kind::real: {
+      const double value = *node_->get_ptr<const double*>();
+      const bool whole = std::trunc(value) == value && std::abs(value) < 9.2e18;
+      return whole ? std::optional(static_cast<std::int64_t>(value)) : std::nullopt;
+    }
+    default:
+      return std::nullopt;
+  }
+}
+
+std::optional<double> JSON::number() const noexcept {
+  if (kind() != Kind::integer && kind() != Kind::real) return std::nullopt;
+  return node_->get<double>();
+}
+
+std::optional<JSON> JSON::nonEmptyObject() const {
+  return isObject() && size() > 0 ? std::optional(*this) : std::nullopt;
+}
+
+std::string JSON::asText() const {
+  if (const auto value = text()) return std::string(*value);
+  if (const auto value = integer()) return decimal(*value);
+  if (kind() == Kind::integer) return decimal(std::numeric_limits<std::int64_t>::max());
+  if (const auto value = number()) return decimal(toInt64(*value));
+  return {};
+}
+
+std::string JSON::shortestDecimal() const {
+  if (kind() == Kind::boolean) return {};
+  if (const auto value = integer()) return decimal(*value);
+  const auto value = number();
+  return value ? decimal(*value) : std::string();
+}
+
+std::optional<std::string> JSON::serialized() const {
+  if (!node_) return "null";
+  if (!isFinite(*node_)) return std::nullopt;
+  // The writer's own texts live only as long as this call.
+  Arena scratch;
+  const Arena::Scope scope(scratch);
+  try {
+    const ArenaText text = node_->dump();
+    return std::string(text);
+  } catch (const Tree::exception&) {
+    return std::nullopt;
+  }
+}
+
+void JSON::visitMembers(void* visitor, void (*visit)(void*, std::string_view, const JSON&)) const {
+  if (!isObject()) return;
+  for (const auto& [name, value] : *node_->get_ptr<const Tree::object_t*>()) {
+    visit(visitor, name, JSON(owner_, asNode(&value)));
+  }
+}
+
+bool operator==(const JSON& a, const JSON& b) {
+  if (a.node_ == b.node_) return true;
+  if (!a.node_ || !b.node_) return a.isNull() && b.isNull();
+  return static_cast<const Tree&>(*a.node_) == static_cast<const Tree&>(*b.node_);
+}
+
+}  // namespace veltrane

@@ -1,0 +1,106 @@
+#include "veltrane/engine/generic_view_model.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <utility>
+
+#include "veltrane/engine/event_params.h"
+#include "veltrane/engine/supported_screens.h"
+
+namespace veltrane {
+namespace {
+
+// Entries that the engine itself writes; a server's property of such a name is ignored. A "qr"
+// picture comes with an answer, never with the document.
+constexpr std::array<std::string_view, 7> kOwnEntries = {
+    "capabilityName",     "connectionId", "nextParam", "onLoadParam", "qr",
+    "screenTemplateName", "textFields"};
+
+JSON textOrEmpty(const JSON& value) {
+  static const JSON empty("");
+  return value.kind() == JSON::Kind::text ? value : empty;
+}
+
+bool isEvent(const JSON& property, std::string_view eventType) {
+  return property["constructType"].text() == "vtEvent" && property["eventType"].text() == eventType;
+}
+
+/// Reads the user views of one document.
+class Extraction {
+ public:
+  explicit Extraction(const JSON& flow)
+      : flow_(flow),
+        connectionId_(textOrEmpty(flow["connectionId"])),
+        capabilityName_(textOrEmpty(flow["capabilityName"])),
+        params_(EventParams::from(flow).toJSON()) {}
+
+  Dictionary userView(const JSON& view) const {
+    Dictionary entries;
+    const JSON templateName = textOrEmpty(view["screenTemplateName"]);
+    const auto set = SupportedScreens::check(*templateName.text()) ? propertySet(view) : JSON();
+    entries.reserve(set.size() + 5);
+    entries.set("capabilityName", capabilityName_);
+    entries.set("connectionId", connectionId_);
+    set.forEachMember(
+        [&](std::string_view name, const JSON& property) { addProperty(entries, name, property); });
+    // The next event first: an on-load event that is sent always leaves its parameters for it.
+    addNextEvent(entries, set["nextEvent"]);
+    addOnLoadEvent(entries, set["onLoadEvent"]);
+    entries.set("screenTemplateName", templateName);
+    return entries;
+  }
+
+ private:
+  JSON propertySet(const JSON& view) const {
+    const JSON properties = flow_["screen"]["properties"];
+    const auto name = view["screenConfigName"].text().value_or("");
+    return name.empty() ? properties : properties[name]["properties"];
+  }
+
+  static void addProperty(Dictionary& entries, std::string_view name, const JSON& property) {
+    if (name == "nextEvent" || name == "onLoadEvent") return;
+    if (std::find(kOwnEntries.begin(), kOwnEntries.end(), name) != kOwnEntries.end()) return;
+    if (name == "parameters") {
+      if (JSON items = property["items"]; items.isArray())
+        entries.set("textFields", std::move(items));
+      return;
+    }
+    if (!property.contains("value")) return;
+    JSON value = property["value"];
+    if (name == "screenComponentList" && !value.isArray()) return;
+    entries.set(name, std::move(value));
+  }
+
+  void addNextEvent(Dictionary& entries, const JSON& property) const {
+    const bool isPost = isEvent(property, "post");
+    if (isPost) entries.set("nextParam", params_);
+    if (isPost || isEvent(property, "nextUserView")) entries.set("nextEvent", property);
+  }
+
+  void addOnLoadEvent(Dictionary& entries, const JSON& property) const {
+    if (!isEvent(property, "post")) return;
+    entries.set("onLoadParam", params_);
+    entries.set("nextParam", params_);
+    entries.set("onLoadEvent", property);
+  }
+
+  const JSON& flow_;
+  JSON connectionId_;
+  JSON capabilityName_;
+  JSON params_;
+};
+
+}  // namespace
+
+UserViewProps GenericViewModel::getUserViewProps(const JSON& flow) {
+  const JSON views = flow["screen"]["userViews"];
+  if (!views.isArray()) return {Dictionary()};
+  const Extraction extraction(flow);
+  UserViewProps props;
+  props.reserve(views.size());
+  for (std::size_t i = 0; i < views.size(); ++i) props.push_back(extraction.userView(views[i]));
+  return props;
+}
+
+}  // namespace veltrane

@@ -1,0 +1,120 @@
+#include "veltrane/network/network_manager.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "veltrane/base/fatal.h"
+#include "veltrane/flow/user_defaults_manager.h"
+#include "veltrane/platform.h"
+#include "veltrane/toolkit/main_queue.h"
+
+namespace veltrane {
+namespace {
+
+void setHeader(HTTPRequest& request, std::string name, std::string value) {
+  const auto named = [&](const auto& header) { return header.first == name; };
+  const auto former = std::find_if(request.headers.begin(), request.headers.end(), named);
+  if (former != request.headers.end()) {
+    former->second = std::move(value);
+  } else {
+    request.headers.emplace_back(std::move(name), std::move(value));
+  }
+}
+
+void addHeader(HTTPRequest& request, const APIHTTPHeader& header) {
+  if (const auto* authorization = std::get_if<APIHTTPHeader::Authorization>(&header.header)) {
+    setHeader(request, "Authorization", "Bearer " + authorization->token);
+  } else if (const auto* custom = std::get_if<APIHTTPHeader::Custom>(&header.header)) {
+    setHeader(request, custom->name, custom->value);
+  } else {
+    setHeader(request, "Content-Type", "application/json");
+  }
+}
+
+/// Seconds a request may take; a setting that cannot be waited for counts as the default.
+double usableTimeout() {
+  const double timeout = UserDefaultsManager::getTimeout();
+  return std::isfinite(timeout) && timeout > 0 ? timeout : UserDefaultsManager::kDefaultTimeout;
+}
+
+HTTPRequest httpRequest(const NetworkAPIRequestFor& description) {
+  HTTPRequest request;
+  request.method = rawValue(method(description.endpoint));
+  request.url = description.resourceURL;
+  if (description.headers) {
+    for (const auto& header : *description.headers) addHeader(request, header);
+  }
+  setHeader(request, "vt-agent", "ios, sdkVersion: 0.0.1, OSVersion: " + OS::getVersion());
+  request.timeoutForRequest = request.timeoutForResource = usableTimeout();
+  request.secretNames = description.secretNames;
+  if (std::holds_alternative<PollForChallengeEndpoint>(description.endpoint)) {
+    request.purpose = RequestPurpose::polling;
+  }
+  return request;
+}
+
+VeltraneFlowError errorOfStatus(const HTTPResponse& response) {
+  const auto parsed = JSON::parse(*response.body);
+  if (parsed.ok() && parsed.value.isObject()) {
+    return ConfigureAPIResponseError::getError(parsed.value);
+  }
+  auto error = parsed.ok() ? VeltraneFlowError{.reason = reason::Serialize{*response.body}}
+                           : VeltraneFlowError::veltraneError(parsed.error);
+  error.httpResponseCode = response.status;
+  return error;
+}
+
+void complete(const NetworkManager::Callback& callback, std::optional<HTTPResponse> response) {
+  if (!response) {
+    callback(std::nullopt, VeltraneFlowError::veltraneError("No response from server..."));
+  } else if (!response->body) {
+    callback(std::nullopt, VeltraneFlowError::veltraneError("No response found"));
+  } else if (response->status >= 200 && response->status <= 299) {
+    callback(std::move(response->body), std::nullopt);
+  } else {
+    callback(std::nullopt, errorOfStatus(*response));
+  }
+}
+
+/// Stands for a request that was never sent; its error comes later, as any answer does.
+class RefusedRequest : public HTTPRequestHandle {
+ public:
+  RefusedRequest(NetworkManager::Callback callback, VeltraneFlowError error)
+      : callback_(std::make_shared<NetworkManager::Callback>(std::move(callback))) {
+    MainQueue::current().async([weak = std::weak_ptr(callback_), error = std::move(error)] {
+      if (const auto call = weak.lock()) (*call)(std::nullopt, error);
+    });
+  }
+
+ private:
+  std::shared_ptr<NetworkManager::Callback> callback_;
+};
+
+}  // namespace
+
+std::unique_ptr<HTTPRequestHandle> NetworkManager::getRequest(
+    const NetworkAPIRequestFor& description, Callback callback) {
+  const auto refuse = [&](VeltraneFlowError::Reason reason) {
+    return std::make_unique<RefusedRequest>(std::move(callback),
+                                            VeltraneFlowError{.reason = std::move(reason)});
+  };
+  if (!isAllowedURL(description.resourceURL)) {
+    return refuse(reason::InvalidURL{description.resourceURL});
+  }
+  HTTPRequest request = httpRequest(description);
+  if (description.parameter) {
+    request.body = JSON(*description.parameter).serialized();
+    if (!request.body) {
+      return refuse(reason::JsonSerialization{"the parameters of the request"});
+    }
+  }
+  const auto& transport = Platform::current().transport;
+  if (!transport) fatal("No HTTP transport is installed. Install a Platform first.");
+  return transport->send(std::move(request),
+                         [callback = std::move(callback)](std::optional<HTTPResponse> response) {
+                           complete(callback, std::move(response));
+                         });
+}
+
+}  // namespace veltrane

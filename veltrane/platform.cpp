@@ -1,0 +1,36 @@
+#include "veltrane/platform.h"
+
+#include <utility>
+
+namespace veltrane {
+namespace {
+
+Platform& installed() {
+  static Platform platform;
+  return platform;
+}
+
+}  // namespace
+
+Platform::Platform() = default;
+Platform::~Platform() = default;
+Platform::Platform(const Platform&) = default;
+Platform& Platform::operator=(const Platform&) = default;
+
+const Platform& Platform::current() {
+  return installed();
+}
+
+void Platform::install(Platform platform) {
+  installed() = std::move(platform);
+}
+
+PlatformScope::PlatformScope(Platform platform) : former_(Platform::current()) {
+  Platform::install(std::move(platform));
+}
+
+PlatformScope::~PlatformScope() {
+  Platform::install(std::move(former_));
+}
+
+}  // namespace veltrane

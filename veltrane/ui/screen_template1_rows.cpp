@@ -1,0 +1,123 @@
+// The rows of the generic screen: which cell draws which record, and what the user enters.
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include "veltrane/base/console.h"
+#include "veltrane/base/fatal.h"
+#include "veltrane/base/text.h"
+#include "veltrane/ui/cells/cell_classes.h"
+#include "veltrane/ui/cells/image_table_view_cell.h"
+#include "veltrane/ui/cells/label_table_view_cell.h"
+#include "veltrane/ui/screen_template1_vc.h"
+
+namespace veltrane {
+namespace {
+
+/// Rows that tell their value by themselves, seen or not.
+bool reportsByItself(CellType type) {
+  return type == CellType::toggleSwitch || type == CellType::dropdown;
+}
+
+bool isBlank(const JSON& value) {
+  const auto text = value.text();
+  return text && trimmed(*text).empty();
+}
+
+}  // namespace
+
+void ScreenTemplate1VC::registerCells() {
+  for (const CellClass& cellClass : getAllClasses()) {
+    mainTableView.registerCell(cellClass.name, cellClass.make);
+  }
+}
+
+void ScreenTemplate1VC::reloadRows() {
+  enteredBeforeReload_ = textFieldsKeyValues;
+  mainTableView.reloadData();
+  for (std::size_t row = 0; row < viewModel->records.size(); ++row) {
+    if (reportsByItself(viewModel->records[row].type)) mainTableView.cell(row);
+  }
+}
+
+std::size_t ScreenTemplate1VC::numberOfRows() const {
+  return viewModel ? viewModel->records.size() : 0;
+}
+
+std::shared_ptr<TableViewCell> ScreenTemplate1VC::cellForRow(IndexPath indexPath) {
+  const CellType type = viewModel->records.at(indexPath.row).type;
+  const auto cell =
+      std::dynamic_pointer_cast<BaseCell>(mainTableView.dequeueReusableCell(cellClassName(type)));
+  if (!cell) return std::make_shared<TableViewCell>();
+  cell->type = type;
+  currentCell(cell, indexPath);
+  return cell;
+}
+
+void ScreenTemplate1VC::currentCell(const std::shared_ptr<BaseCell>& cell, IndexPath indexPath) {
+  const CellProperties& row = viewModel->records[indexPath.row];
+  // What the user had entered before the rows were replaced comes before the server's value.
+  const JSON* entered = row.key ? enteredBeforeReload_.find(*row.key) : nullptr;
+  const JSON& value = entered ? *entered : row.value;
+  if (const auto label = std::dynamic_pointer_cast<LabelTableViewCell>(cell)) {
+    label->configure(value, row.props);
+  } else if (const auto image = std::dynamic_pointer_cast<ImageTableViewCell>(cell)) {
+    image->configure(value, row.kind, row.props, self());
+  } else if (const auto button = std::dynamic_pointer_cast<ButtonTableViewCell>(cell)) {
+    button->delegate = self();
+    button->configure(value);
+  } else if (const auto field = std::dynamic_pointer_cast<TextFieldTableViewCell>(cell)) {
+    field->delegate = self();
+    field->configure(indexPath, value, row.props);
+  } else if (const auto toggle = std::dynamic_pointer_cast<ToggleSwitchTableViewCell>(cell)) {
+    toggle->delegate = self();
+    toggle->indexPath = indexPath;
+    toggle->configure(value, row.props);
+  } else if (const auto dropdown = std::dynamic_pointer_cast<DropdownTableViewCell>(cell)) {
+    console::print("dropdown not implemented yet");
+    dropdown->delegate = self();
+    dropdown->indexPath = indexPath;
+    dropdown->fromViewConroller = self();
+    dropdown->configure(value, row.props);
+  } else {
+    console::print("show powered by...");
+  }
+}
+
+void ScreenTemplate1VC::buttonPressed() {
+  // One request at a time: a second press while the first one's answer is awaited does nothing.
+  if (isBusy()) return;
+  console::print("button is pressed....");
+  console::print("textFieldsKeyValues::: ", textFieldsKeyValues, viewModel->secretNames());
+  if (const auto key = firstEmptyKey()) return showAlert("Please input " + *key);
+  showActivityIndicator();
+  viewModel->processNextEvent({.additionalParameter = textFieldsKeyValues});
+}
+
+std::optional<std::string> ScreenTemplate1VC::firstEmptyKey() const {
+  for (const CellProperties& row : viewModel->records) {
+    const JSON* entered = row.key ? textFieldsKeyValues.find(*row.key) : nullptr;
+    if (entered && isBlank(*entered)) return row.key;
+  }
+  return std::nullopt;
+}
+
+void ScreenTemplate1VC::textChange(const std::string& text, IndexPath indexPath) {
+  enter(text, indexPath);
+}
+
+void ScreenTemplate1VC::switchValueChanged(bool val, IndexPath indexPath) {
+  enter(val, indexPath);
+}
+
+void ScreenTemplate1VC::optionSelected(const std::string& text, IndexPath indexPath) {
+  textChange(text, indexPath);
+}
+
+void ScreenTemplate1VC::enter(JSON value, IndexPath indexPath) {
+  if (indexPath.row >= viewModel->records.size()) fatal("The row is outside the screen's records.");
+  const auto& key = viewModel->records[indexPath.row].key;
+  if (key) textFieldsKeyValues.set(*key, std::move(value));
+}
+
+}  // namespace veltrane

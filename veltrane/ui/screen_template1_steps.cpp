@@ -1,0 +1,167 @@
+// Where the answers lead: the next screen, more rows on this one, a new flow, or the end.
+#include <array>
+#include <utility>
+
+#include "veltrane/base/console.h"
+#include "veltrane/base/fatal.h"
+#include "veltrane/engine/screen_template_config.h"
+#include "veltrane/engine/supported_screens.h"
+#include "veltrane/flow/user_defaults_manager.h"
+#include "veltrane/platform.h"
+#include "veltrane/toolkit/navigation_controller.h"
+#include "veltrane/ui/open.h"
+#include "veltrane/ui/screen_template1_vc.h"
+#include "veltrane/ui/start_flow_view_model.h"
+
+namespace veltrane {
+namespace {
+
+constexpr const char* kNoIndex =
+    "No user view index supplied. Do necessay things here. May be this is final step of "
+    "Authentication....";
+
+/// Templates that a push opens, with the line that says so; an empty line is not printed.
+constexpr std::array<std::pair<std::string_view, std::string_view>, 4> kPushed = {{
+    {"OtpScreenTemplate", "Transition to otpScreenTemplateVC   ...."},
+    {"ScreenTemplate1", "Transition to screenTemplate1 ...."},
+    {"ScreenTemplate2", "Transition to screenTemplate2  ...."},
+    {"UsernameScreenTemplate", ""},
+}};
+
+bool succeeded(const JSON& response) {
+  return response["success"].integer() == 1;
+}
+
+bool isSession(const JSON& response) {
+  return succeeded(response) && !response["access_token"].textValue().empty();
+}
+
+}  // namespace
+
+void ScreenTemplate1VC::nextEventProcessComplete(const std::optional<JSON>& response,
+                                                 const std::optional<VeltraneFlowError>& error,
+                                                 std::optional<std::size_t> index) {
+  hideActivityIndicator();
+  if (error) return postFlowError(*error);
+  console::print("nextEventProcessComplete response : ", response.value_or(JSON()),
+                 viewModel->secretNames());
+  if (response && (*response)["screen"].isObject()) {
+    // The document is the dictionary under "screen" if that is whole, else the answer itself.
+    const JSON inner = (*response)["screen"];
+    return renderNewFlow(inner.contains("screen") ? inner : *response);
+  }
+  if (!index) return console::print(kNoIndex);
+  if (*index >= userViewProps->size()) return lastStepDone(response);
+  stepDone(response, *index);
+}
+
+void ScreenTemplate1VC::renderNewFlow(const JSON& flowDocument) {
+  onMain([flowDocument](ScreenTemplate1VC& screen) {
+    const auto navigation = screen.navigationController();
+    if (navigation) StartFlowViewModel::renderFlow(flowDocument, navigation, screen.vtFlow);
+  });
+}
+
+void ScreenTemplate1VC::lastStepDone(const std::optional<JSON>& response) {
+  console::print("------------------ this should be the last action ......");
+  if (response && succeeded(*response)) postFlowResponse(*response);
+}
+
+void ScreenTemplate1VC::stepDone(const std::optional<JSON>& response, std::size_t index) {
+  if (response) {
+    if (const auto challenge = (*response)["challenge"].text()) {
+      UserDefaultsManager::saveChallenge(*challenge);
+    }
+    if (isSession(*response)) return postFlowResponse(*response);
+    if (viewModel->postProcess && viewModel->postProcess->nonEmptyObject()) {
+      return viewModel->postProcessEvent(*response);
+    }
+  }
+  UserViewProps next = *userViewProps;
+  if (response) {
+    next = OtpScreenTemplateConfig::addQRImage(*response, std::move(next), index);
+    next = OnFidoConfig::addOnFidoToken(*response, std::move(next), index);
+    next = JumioConfig::addJumioProps(*response, std::move(next), index);
+  }
+  handleNextScreenTransition(index, next);
+}
+
+void ScreenTemplate1VC::postProcessNextEventComplete(const std::optional<JSON>& response,
+                                                     const std::optional<VeltraneFlowError>& error,
+                                                     std::optional<std::size_t> index) {
+  hideActivityIndicator();
+  if (error) return postFlowError(*error);
+  if (!index) return console::print(kNoIndex);
+  console::print("postProcessNextEventComplete  response : ", response.value_or(JSON()));
+  if (response && isSession(*response)) postFlowResponse(*response);
+}
+
+void ScreenTemplate1VC::handleNextScreenTransition(std::size_t index, const UserViewProps& props) {
+  if (!userViewProps || index >= userViewProps->size()) fatal("There is no such user view.");
+  const JSON templateName = (*userViewProps)[index]["screenTemplateName"];
+  if (!templateName.text() || !SupportedScreens::check(*templateName.text())) return;
+  if (userViewIndex == index) {
+    console::print(
+        "next userview index is current userview index so need to load additional stuffs (may be "
+        "textFields) here");
+    return stayOnScreen(*templateName.text(), index, props);
+  }
+  console::print("next user view index is different from current one so move to next screen");
+  onMain([templateName, index, props](ScreenTemplate1VC& screen) {
+    screen.moveToNextScreen(*templateName.text(), index, props);
+  });
+}
+
+void ScreenTemplate1VC::moveToNextScreen(std::string_view templateName, std::size_t index,
+                                         const UserViewProps& props) {
+  const auto navigation = navigationController();
+  if (!navigation || !flow) return;
+  if (templateName == "ThirdPartyTemplate")
+    return handOver(Platform::current().onfido, props, index);
+  if (templateName == "ThirdPartyiFrameTemplate") {
+    return handOver(Platform::current().jumio, props, index);
+  }
+  for (const auto& [pushed, line] : kPushed) {
+    if (pushed != templateName) continue;
+    if (!line.empty()) console::print(line);
+    return Open::screenTemplate1VC({.vtFlow = vtFlow,
+                                    .from = navigation,
+                                    .flow = *flow,
+                                    .userViewProps = props,
+                                    .userViewIndex = index,
+                                    .isModel = false,
+                                    .makeItRoot = false});
+  }
+  console::print("NO matching screen tempalte found to Transition ....");
+}
+
+void ScreenTemplate1VC::stayOnScreen(std::string_view templateName, std::size_t index,
+                                     const UserViewProps& props) {
+  if (templateName == "OtpScreenTemplate") {
+    adopt(ScreensViewModel::make((*userViewProps)[index], index));
+    onMain([](ScreenTemplate1VC& screen) { screen.reloadRows(); });
+  } else if (templateName == "ThirdPartyiFrameTemplate") {
+    onMain([props, index](ScreenTemplate1VC& screen) {
+      screen.handOver(Platform::current().jumio, props, index);
+    });
+  } else if (templateName == "ThirdPartyTemplate") {
+    onMain([props, index](ScreenTemplate1VC& screen) {
+      screen.handOver(Platform::current().onfido, props, index);
+    });
+  }
+}
+
+void ScreenTemplate1VC::handOver(std::shared_ptr<IdentityConnector> connector, UserViewProps props,
+                                 std::size_t index) {
+  if (!connector) {
+    return endFlow(VeltraneFlowError::veltraneError(
+        "The identity verification of this step is not available."));
+  }
+  // The step has a view model of its own, so that this screen's button still works afterwards.
+  handOverModel_ = ScreensViewModel::make(props[index], index);
+  handOverModel_->delegate = self();
+  if (flow) handOverModel_->flowParam = EventParams::from(*flow);
+  connector->start(self(), props, index);
+}
+
+}  // namespace veltrane
