@@ -1,0 +1,59 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include "veltrane/network/http_transport.h"
+
+namespace veltrane::curl {
+
+class Worker;
+
+struct Options {
+  /// A PEM bundle of certificate authorities to trust instead of the system's. One that cannot be
+  /// read makes every request fail; it never widens trust.
+  std::optional<std::filesystem::path> authorityFile;
+};
+
+/// The HTTP port on libcurl, with one thread of its own for all exchanges.
+///
+/// Every request has a connection to itself, so no state of one leaks into the next; the TLS
+/// session is resumed where the server allows it. Certificates and host names are always verified,
+/// TLS 1.2 is the least. Plain HTTP works to loopback addresses alone. The environment's proxies
+/// apply, except to loopback addresses.
+///
+/// Redirects: at most five, to HTTPS only. 301 and 302 turn a POST into a GET, 303 anything; 307
+/// and 308 keep method and body. The authorization header stays behind for good at the first
+/// redirect to another host or port. Both time-outs run from `send` on, time in redirects counts.
+///
+/// `maxBodySize` counts every hop's body as it arrives, no encodings are asked for; more than
+/// 256 KiB of response headers fail too. A request whose headers could not be sent as they are
+/// (control characters) fails without being sent.
+///
+/// Completions run on the transport's thread, one at a time: a slow one delays all others.
+/// Dropping the transport ends what is under way in silence, as dropping every handle would, and
+/// waits for a completion that is running; it may be done inside a completion, which then runs on.
+/// Handles and tasks may outlive the transport.
+class CurlTransport final : public HTTPTransport {
+ public:
+  explicit CurlTransport(Options options);
+  ~CurlTransport() override;
+  CurlTransport(const CurlTransport&) = delete;
+  CurlTransport& operator=(const CurlTransport&) = delete;
+
+  [[nodiscard]] std::unique_ptr<HTTPRequestHandle> send(HTTPRequest request,
+                                                        Completion completion) override;
+  std::vector<std::shared_ptr<HTTPTask>> tasks() const override;
+
+ private:
+  std::shared_ptr<Worker> worker_;
+  std::thread thread_;
+};
+
+/// A transport and its thread. Throws std::runtime_error when libcurl cannot be started.
+std::shared_ptr<CurlTransport> make(Options options = {});
+
+}  // namespace veltrane::curl

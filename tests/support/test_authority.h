@@ -1,0 +1,33 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+struct ssl_ctx_st;
+
+namespace veltrane::test {
+
+/// A certificate authority of the test's own, made in memory; its certificate lies in a temporary
+/// file for clients that are to trust it.
+class TestAuthority {
+ public:
+  TestAuthority();
+  ~TestAuthority();
+  TestAuthority(const TestAuthority&) = delete;
+  TestAuthority& operator=(const TestAuthority&) = delete;
+
+  const std::filesystem::path& file() const { return file_; }
+  /// Gives a server's context a certificate for these names ("IP:127.0.0.1,DNS:localhost").
+  void certify(ssl_ctx_st* context, const std::string& names) const;
+
+  /// The one that servers use unless told otherwise.
+  static std::shared_ptr<TestAuthority> shared();
+
+ private:
+  struct Keys;
+  std::unique_ptr<Keys> keys_;
+  std::filesystem::path file_;
+};
+
+}  // namespace veltrane::test

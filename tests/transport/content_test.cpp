@@ -1,0 +1,153 @@
+#include <gmock/gmock.h>
+
+#include <array>
+#include <barrier>
+
+#include "tests/transport/exchanges.h"
+
+namespace veltrane::test {
+namespace {
+
+using testing::IsNull;
+using testing::Pointee;
+
+class Content : public testing::Test {
+ protected:
+  TestRequest received(HTTPRequest request) {
+    EXPECT_TRUE(fetch(*transport, std::move(request)));
+    return server.requests().back();
+  }
+
+  TlsTestServer server;
+  std::shared_ptr<curl::CurlTransport> transport = transportTrusting(server);
+};
+
+TEST_F(Content, SendsMethodHeadersAndBodyAsTheyAre) {
+  for (const std::string method : {"GET", "POST", "PUT", "DELETE", "PATCH"}) {
+    const std::string body("{\"a\":\0\"\xff\"}", 10);
+    const auto request = received({.method = method,
+                                   .url = server.url("/a%20b?c=d&e"),
+                                   .headers = {{"Authorization", "Bearer t"},
+                                               {"Content-Type", "application/json"},
+                                               {"X-Empty", ""}},
+                                   .body = body});
+    EXPECT_EQ(request.method, method);
+    EXPECT_EQ(request.target, "/a%20b?c=d&e");
+    EXPECT_EQ(request.body, body);
+    EXPECT_THAT(request.header("authorization"), Pointee(std::string("Bearer t")));
+    EXPECT_THAT(request.header("content-type"), Pointee(std::string("application/json")));
+    EXPECT_THAT(request.header("x-empty"), Pointee(std::string()));
+  }
+}
+
+TEST_F(Content, AnnouncesAnEmptyBodyWhereTheMethodCallsForOne) {
+  for (const std::string method : {"POST", "PUT", "PATCH"}) {
+    const auto request = received({.method = method, .url = server.url("/")});
+    EXPECT_EQ(request.method, method);
+    EXPECT_THAT(request.header("content-length"), Pointee(std::string("0"))) << method;
+    EXPECT_THAT(request.header("content-type"), IsNull()) << method;
+  }
+  for (const std::string method : {"GET", "DELETE"}) {
+    const auto request = received({.method = method, .url = server.url("/")});
+    EXPECT_EQ(request.method, method);
+    EXPECT_THAT(request.header("content-length"), IsNull()) << method;
+  }
+}
+
+TEST_F(Content, AddsNothingThatChangesTheExchange) {
+  const auto request = received(postTo(server.url("/"), std::string(3 << 20, 'x')));
+  EXPECT_EQ(request.body.size(), std::size_t{3} << 20);
+  for (const auto* name : {"expect", "accept-encoding", "content-type", "cookie"}) {
+    EXPECT_THAT(request.header(name), IsNull()) << name;
+  }
+}
+
+TEST_F(Content, NeverSendsTextsThatBreakOutOfTheirLine) {
+  const auto url = server.url("/");
+  EXPECT_FALSE(fetch(*transport, {.method = "GET", .url = url, .headers = {{"A", "b\r\nC: d"}}}));
+  EXPECT_FALSE(fetch(*transport, {.method = "GET", .url = url, .headers = {{"A: b\nC", "d"}}}));
+  EXPECT_FALSE(fetch(*transport, {.method = "GET / HTTP/1.1\r\nA: b", .url = url}));
+  EXPECT_FALSE(fetch(*transport, {.method = "", .url = url}));
+  EXPECT_FALSE(fetch(*transport, getFrom(url + " HTTP/1.1\r\nA: b")));
+  EXPECT_EQ(server.connections(), 0u);
+}
+
+TEST_F(Content, GivesStatusAndBodyOfAnyAnswer) {
+  for (const int status : {200, 204, 304, 400, 401, 500, 599}) {
+    const bool bodyless = status == 204 || status == 304;
+    server.answer("/", status, bodyless ? "" : "text");
+    const auto answer = fetch(*transport, getFrom(server.url("/")));
+    ASSERT_TRUE(answer) << status;
+    EXPECT_EQ(answer->status, status);
+    EXPECT_EQ(answer->body, bodyless ? "" : "text");
+  }
+}
+
+TEST_F(Content, ABodyMayEndWithTheTlsStreamButNotWithTheBareTcpStream) {
+  server.route("/proper", [](const TestRequest&, TestConnection& connection) {
+    connection.send("HTTP/1.1 200 OK\r\n\r\nhello");
+    connection.close();
+  });
+  server.route("/bare", [](const TestRequest&, TestConnection& connection) {
+    connection.send("HTTP/1.1 200 OK\r\n\r\nhello");
+    connection.closeAbruptly();
+  });
+  const auto answer = fetch(*transport, getFrom(server.url("/proper")));
+  ASSERT_TRUE(answer);
+  EXPECT_EQ(answer->body, "hello");
+  EXPECT_FALSE(fetch(*transport, getFrom(server.url("/bare"))));
+}
+
+TEST_F(Content, AnAnswerCutShortOrGarbledIsNone) {
+  for (const std::string bytes :
+       {"", "HTTP/1.1 200 OK\r\nContent-Le", "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhello",
+        "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5\r\nhello\r\n",
+        "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\nhello\r\n0\r\n\r\n",
+        "garbage\r\n\r\n", "<html>no status line</html>"}) {
+    server.route("/", [bytes](const TestRequest&, TestConnection& connection) {
+      connection.send(bytes);
+      connection.close();
+    });
+    EXPECT_FALSE(fetch(*transport, getFrom(server.url("/")))) << bytes;
+  }
+}
+
+TEST_F(Content, NobodyThereIsNoAnswer) {
+  const auto gone = std::make_unique<TlsTestServer>()->url("/");
+  EXPECT_FALSE(fetch(*transport, getFrom(gone)));
+  EXPECT_FALSE(fetch(*transport, getFrom("https://no-such-host.invalid/")));
+}
+
+// The process would be killed by SIGPIPE if the transport raised it.
+TEST_F(Content, AServerThatHangsUpDuringTheUploadDoesNoHarm) {
+  TlsTestServer plain({.plain = true});
+  for (auto* hangingUp : {&server, &plain}) {
+    hangingUp->route("/",
+                     [](const TestRequest&, TestConnection& connection) { connection.hangUp(); });
+    auto request = postTo(hangingUp->url("/"), std::string(8 << 20, 'x'));
+    request.headers = {{"Content-Length", "10"}};  // the server stops reading there
+    EXPECT_FALSE(fetch(*transport, std::move(request)));
+  }
+}
+
+TEST_F(Content, FiftyExchangesRunSideBySide) {
+  constexpr int kCount = 50;
+  // No answer leaves before all requests are in.
+  auto all = std::make_shared<std::barrier<>>(kCount);
+  server.route("/", [all](const TestRequest& request, TestConnection& connection) {
+    all->arrive_and_wait();
+    connection.respond(200, request.body);
+  });
+  std::vector<Exchanging> exchanges;
+  for (int i = 0; i < kCount; ++i) {
+    exchanges.push_back(start(*transport, postTo(server.url("/"), std::to_string(i))));
+  }
+  for (int i = 0; i < kCount; ++i) {
+    const auto answer = resultOf(std::move(exchanges[static_cast<std::size_t>(i)].answer));
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->body, std::to_string(i));
+  }
+}
+
+}  // namespace
+}  // namespace veltrane::test
