@@ -16,14 +16,6 @@ using ArenaText = std::basic_string<char, std::char_traits<char>, ArenaAllocator
 using Tree = nlohmann::basic_json<std::map, std::vector, ArenaText, bool, std::int64_t,
                                   std::uint64_t, double, ArenaAllocator>;
 
-}  // namespace
-
-/// A node is a value of the parsed tree; the type has a name of its own so that the header needs
-/// none of the library's.
-struct JSON::Node : Tree {};
-
-namespace {
-
 /// What owns a tree: its memory. The tree's destructor never runs; the arena drops it whole.
 struct Document {
   Arena arena;
@@ -35,8 +27,8 @@ struct Document {
   }
 };
 
-const JSON::Node* asNode(const Tree* tree) {
-  return static_cast<const JSON::Node*>(tree);
+const Tree* asTree(const void* node) {
+  return static_cast<const Tree*>(node);
 }
 
 /// Builds the tree while parsing and refuses to go deeper than a document may.
@@ -73,9 +65,9 @@ class DepthLimitedBuilder : public nlohmann::detail::json_sax_dom_parser<Tree> {
   std::string error_;
 };
 
-const JSON::Node* constant(bool value) {
+const Tree* constant(bool value) {
   static const Tree yes(true), no(false);
-  return asNode(value ? &yes : &no);
+  return value ? &yes : &no;
 }
 
 std::int64_t toInt64(double value) {
@@ -106,7 +98,7 @@ JSON JSON::build(Fill&& fill) {
   auto document = std::make_shared<Document>();
   const Arena::Scope scope(document->arena);
   fill(document->makeRoot());
-  const Node* root = asNode(document->root);
+  const Tree* root = document->root;
   return JSON(std::move(document), root);
 }
 
@@ -120,7 +112,7 @@ JSON::JSON(const Dictionary& entries)
     : JSON(build([&](Tree& root) {
         root = Tree::object();
         for (const auto& [name, value] : entries) {
-          root[ArenaText(name)] = value.node_ ? static_cast<const Tree&>(*value.node_) : Tree();
+          root[ArenaText(name)] = value.node_ ? *asTree(value.node_) : Tree();
         }
       })) {}
 
@@ -128,7 +120,7 @@ JSON JSON::array(const std::vector<JSON>& items) {
   return build([&](Tree& root) {
     root = Tree::array();
     for (const JSON& item : items) {
-      root.push_back(item.node_ ? static_cast<const Tree&>(*item.node_) : Tree());
+      root.push_back(item.node_ ? *asTree(item.node_) : Tree());
     }
   });
 }
@@ -145,7 +137,7 @@ JSONParseResult JSON::parse(std::string_view text) {
 
 JSON::Kind JSON::kind() const noexcept {
   if (!node_) return Kind::null;
-  switch (node_->type()) {
+  switch (asTree(node_)->type()) {
     case Tree::value_t::boolean:
       return Kind::boolean;
     case Tree::value_t::number_integer:
@@ -166,30 +158,30 @@ JSON::Kind JSON::kind() const noexcept {
 
 JSON JSON::operator[](std::string_view key) const {
   if (!isObject()) return {};
-  const auto found = node_->find(key);
-  return found == node_->end() ? JSON() : JSON(owner_, asNode(&*found));
+  const auto found = asTree(node_)->find(key);
+  return found == asTree(node_)->end() ? JSON() : JSON(owner_, &*found);
 }
 
 JSON JSON::item(std::size_t index) const {
-  if (!isArray() || index >= node_->size()) return {};
-  return JSON(owner_, asNode(&(*static_cast<const Tree*>(node_))[index]));
+  if (!isArray() || index >= asTree(node_)->size()) return {};
+  return JSON(owner_, &(*asTree(node_))[index]);
 }
 
 bool JSON::contains(std::string_view key) const {
-  return isObject() && node_->contains(key);
+  return isObject() && asTree(node_)->contains(key);
 }
 
 std::size_t JSON::size() const noexcept {
-  return node_ && node_->is_structured() ? node_->size() : 0;
+  return node_ && asTree(node_)->is_structured() ? asTree(node_)->size() : 0;
 }
 
 std::optional<std::string_view> JSON::text() const noexcept {
   if (kind() != Kind::text) return std::nullopt;
-  return *node_->get_ptr<const ArenaText*>();
+  return *asTree(node_)->get_ptr<const ArenaText*>();
 }
 
 std::optional<bool> JSON::boolean() const noexcept {
-  if (kind() == Kind::boolean) return *node_->get_ptr<const bool*>();
+  if (kind() == Kind::boolean) return *asTree(node_)->get_ptr<const bool*>();
   const auto value = integer();
   if (value == 0) return false;
   if (value == 1) return true;
@@ -199,15 +191,15 @@ std::optional<bool> JSON::boolean() const noexcept {
 std::optional<std::int64_t> JSON::integer() const noexcept {
   switch (kind()) {
     case Kind::boolean:
-      return *node_->get_ptr<const bool*>() ? 1 : 0;
+      return *asTree(node_)->get_ptr<const bool*>() ? 1 : 0;
     case Kind::integer:
-      if (const auto* natural = node_->get_ptr<const std::uint64_t*>()) {
+      if (const auto* natural = asTree(node_)->get_ptr<const std::uint64_t*>()) {
         if (*natural > std::uint64_t{std::numeric_limits<std::int64_t>::max()}) return std::nullopt;
         return static_cast<std::int64_t>(*natural);
       }
-      return *node_->get_ptr<const std::int64_t*>();
+      return *asTree(node_)->get_ptr<const std::int64_t*>();
     case Kind::real: {
-      const double value = *node_->get_ptr<const double*>();
+      const double value = *asTree(node_)->get_ptr<const double*>();
       const bool whole = std::trunc(value) == value && std::abs(value) < 9.2e18;
       return whole ? std::optional(static_cast<std::int64_t>(value)) : std::nullopt;
     }
@@ -218,7 +210,7 @@ std::optional<std::int64_t> JSON::integer() const noexcept {
 
 std::optional<double> JSON::number() const noexcept {
   if (kind() != Kind::integer && kind() != Kind::real) return std::nullopt;
-  return node_->get<double>();
+  return asTree(node_)->get<double>();
 }
 
 std::optional<JSON> JSON::nonEmptyObject() const {
@@ -242,12 +234,12 @@ std::string JSON::shortestDecimal() const {
 
 std::optional<std::string> JSON::serialized() const {
   if (!node_) return "null";
-  if (!isFinite(*node_)) return std::nullopt;
+  if (!isFinite(*asTree(node_))) return std::nullopt;
   // The writer's own texts live only as long as this call.
   Arena scratch;
   const Arena::Scope scope(scratch);
   try {
-    const ArenaText text = node_->dump();
+    const ArenaText text = asTree(node_)->dump();
     return std::string(text);
   } catch (const Tree::exception&) {
     return std::nullopt;
@@ -256,15 +248,15 @@ std::optional<std::string> JSON::serialized() const {
 
 void JSON::visitMembers(void* visitor, void (*visit)(void*, std::string_view, const JSON&)) const {
   if (!isObject()) return;
-  for (const auto& [name, value] : *node_->get_ptr<const Tree::object_t*>()) {
-    visit(visitor, name, JSON(owner_, asNode(&value)));
+  for (const auto& [name, value] : *asTree(node_)->get_ptr<const Tree::object_t*>()) {
+    visit(visitor, name, JSON(owner_, &value));
   }
 }
 
 bool operator==(const JSON& a, const JSON& b) {
   if (a.node_ == b.node_) return true;
   if (!a.node_ || !b.node_) return a.isNull() && b.isNull();
-  return static_cast<const Tree&>(*a.node_) == static_cast<const Tree&>(*b.node_);
+  return *asTree(a.node_) == *asTree(b.node_);
 }
 
 }  // namespace veltrane

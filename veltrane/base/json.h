@@ -95,18 +95,18 @@ class JSON {
 
   friend bool operator==(const JSON& a, const JSON& b);
 
-  struct Node;  // defined in json.cpp
-
  private:
   using Owner = std::shared_ptr<const void>;
-  JSON(Owner owner, const Node* node) noexcept : owner_(std::move(owner)), node_(node) {}
+  /// A value of the parsed tree, whose type only json.cpp knows.
+  using Node = const void*;
+  JSON(Owner owner, Node node) noexcept : owner_(std::move(owner)), node_(node) {}
   template <typename Fill>
   static JSON build(Fill&& fill);
   JSON item(std::size_t index) const;
   void visitMembers(void* visitor, void (*visit)(void*, std::string_view, const JSON&)) const;
 
   Owner owner_;
-  const Node* node_ = nullptr;
+  Node node_ = nullptr;
 };
 
 struct JSONParseResult {
