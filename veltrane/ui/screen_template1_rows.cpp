@@ -19,6 +19,12 @@ bool reportsByItself(CellType type) {
   return type == CellType::toggleSwitch || type == CellType::dropdown;
 }
 
+/// The cell as the class that is registered for its row's type.
+template <typename Cell>
+Cell& as(BaseCell& cell) {
+  return static_cast<Cell&>(cell);
+}
+
 bool isBlank(const JSON& value) {
   const auto text = value.text();
   return text && trimmed(*text).empty();
@@ -50,38 +56,58 @@ std::shared_ptr<TableViewCell> ScreenTemplate1VC::cellForRow(IndexPath indexPath
       std::dynamic_pointer_cast<BaseCell>(mainTableView.dequeueReusableCell(cellClassName(type)));
   if (!cell) return std::make_shared<TableViewCell>();
   cell->type = type;
-  currentCell(cell, indexPath);
+  currentCell(*cell, indexPath);
   return cell;
 }
 
-void ScreenTemplate1VC::currentCell(const std::shared_ptr<BaseCell>& cell, IndexPath indexPath) {
+void ScreenTemplate1VC::currentCell(BaseCell& cell, IndexPath indexPath) {
   const CellProperties& row = viewModel->records[indexPath.row];
   // What the user had entered before the rows were replaced comes before the server's value.
   const JSON* entered = row.key ? enteredBeforeReload_.find(*row.key) : nullptr;
   const JSON& value = entered ? *entered : row.value;
-  if (const auto label = std::dynamic_pointer_cast<LabelTableViewCell>(cell)) {
-    label->configure(value, row.props);
-  } else if (const auto image = std::dynamic_pointer_cast<ImageTableViewCell>(cell)) {
-    image->configure(value, row.kind, row.props, self());
-  } else if (const auto button = std::dynamic_pointer_cast<ButtonTableViewCell>(cell)) {
-    button->delegate = self();
-    button->configure(value);
-  } else if (const auto field = std::dynamic_pointer_cast<TextFieldTableViewCell>(cell)) {
-    field->delegate = self();
-    field->configure(indexPath, value, row.props);
-  } else if (const auto toggle = std::dynamic_pointer_cast<ToggleSwitchTableViewCell>(cell)) {
-    toggle->delegate = self();
-    toggle->indexPath = indexPath;
-    toggle->configure(value, row.props);
-  } else if (const auto dropdown = std::dynamic_pointer_cast<DropdownTableViewCell>(cell)) {
-    console::print("dropdown not implemented yet");
-    dropdown->delegate = self();
-    dropdown->indexPath = indexPath;
-    dropdown->fromViewConroller = self();
-    dropdown->configure(value, row.props);
-  } else {
-    console::print("show powered by...");
+  switch (row.type) {
+    case CellType::label:
+      return as<LabelTableViewCell>(cell).configure(value, row.props);
+    case CellType::image:
+      return as<ImageTableViewCell>(cell).configure(value, row.kind, row.props, self());
+    case CellType::button:
+      return configure(as<ButtonTableViewCell>(cell), value);
+    case CellType::textField:
+      return configure(as<TextFieldTableViewCell>(cell), indexPath, value, row.props);
+    case CellType::toggleSwitch:
+      return configure(as<ToggleSwitchTableViewCell>(cell), indexPath, value, row.props);
+    case CellType::dropdown:
+      return configure(as<DropdownTableViewCell>(cell), indexPath, value, row.props);
+    case CellType::showPoweredBy:
+      return console::print("show powered by...");
   }
+}
+
+void ScreenTemplate1VC::configure(ButtonTableViewCell& cell, const JSON& value) {
+  cell.delegate = self();
+  cell.configure(value);
+}
+
+void ScreenTemplate1VC::configure(TextFieldTableViewCell& cell, IndexPath indexPath,
+                                  const JSON& value, const std::optional<JSON>& props) {
+  cell.delegate = self();
+  cell.configure(indexPath, value, props);
+}
+
+void ScreenTemplate1VC::configure(ToggleSwitchTableViewCell& cell, IndexPath indexPath,
+                                  const JSON& value, const std::optional<JSON>& props) {
+  cell.delegate = self();
+  cell.indexPath = indexPath;
+  cell.configure(value, props);
+}
+
+void ScreenTemplate1VC::configure(DropdownTableViewCell& cell, IndexPath indexPath,
+                                  const JSON& value, const std::optional<JSON>& props) {
+  console::print("dropdown not implemented yet");
+  cell.delegate = self();
+  cell.indexPath = indexPath;
+  cell.fromViewConroller = self();
+  cell.configure(value, props);
 }
 
 void ScreenTemplate1VC::buttonPressed() {

@@ -92,7 +92,14 @@ class ScreenTemplate1VC final : public FlowScreen,
   void registerCells();
   void setupUISize();
   void reloadRows();
-  void currentCell(const std::shared_ptr<BaseCell>& cell, IndexPath indexPath);
+  void currentCell(BaseCell& cell, IndexPath indexPath);
+  void configure(ButtonTableViewCell& cell, const JSON& value);
+  void configure(TextFieldTableViewCell& cell, IndexPath indexPath, const JSON& value,
+                 const std::optional<JSON>& props);
+  void configure(ToggleSwitchTableViewCell& cell, IndexPath indexPath, const JSON& value,
+                 const std::optional<JSON>& props);
+  void configure(DropdownTableViewCell& cell, IndexPath indexPath, const JSON& value,
+                 const std::optional<JSON>& props);
   void fireOnLoadEvent();
   void startPolling();
   void pollingEnded(const std::optional<std::string>& status,
