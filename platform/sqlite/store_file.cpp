@@ -99,12 +99,8 @@ void StoreFile::createIfMissing() const {
 fs::path StoreFile::setAside() const {
   for (int number = 1;; ++number) {
     const auto target = withSuffix(path_, ".damaged-" + std::to_string(number));
-    const auto journal = withSuffix(target, "-journal");
     std::error_code error;
     if (fs::symlink_status(target, error).type() != fs::file_type::not_found) continue;
-    if (fs::symlink_status(journal, error).type() != fs::file_type::not_found) continue;
-    // The journal first: left behind alone it would be taken for the new file's.
-    fs::rename(withSuffix(path_, "-journal"), journal, error);
     fs::rename(path_, target, error);
     if (error) fail(error.value());
     return target;

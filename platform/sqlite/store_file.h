@@ -43,8 +43,8 @@ class StoreFile {
   /// Makes an empty file if there is none. Needs the lock, alone; without it, closing the new file
   /// would take another connection's locks with it.
   void createIfMissing() const;
-  /// Takes the file, and a journal that belongs to it, out of the way. Needs the lock, alone.
-  /// Returns its new path.
+  /// Moves the file out of the way, to a name that is free, and returns that. Needs the lock,
+  /// alone, and the file closed, so that SQLite has dealt with its journal.
   std::filesystem::path setAside() const;
 
  private:
