@@ -23,12 +23,13 @@ MainQueue::Interval interval(double milliseconds) {
       static_cast<std::int64_t>(std::clamp(milliseconds, kShortest, kLongest)));
 }
 
-}  // namespace
-
-class PollForChallengeStatus::Run : public std::enable_shared_from_this<Run> {
+class PollRun final : public PollForChallengeStatus::Run,
+                      public std::enable_shared_from_this<PollRun> {
  public:
-  Run(NetworkAPIRequestFor request, double retries, Callback callback)
+  PollRun(NetworkAPIRequestFor request, double retries, PollForChallengeStatus::Callback callback)
       : request_(std::move(request)), retries_(retries), callback_(std::move(callback)) {}
+
+  bool isRunning() const override { return timer_ != nullptr; }
 
   void start(MainQueue::Interval every) {
     timer_ = MainQueue::current().repeatingTimer(every, [this] { tick(); });
@@ -100,13 +101,15 @@ class PollForChallengeStatus::Run : public std::enable_shared_from_this<Run> {
 
   NetworkAPIRequestFor request_;
   double retries_;
-  Callback callback_;
+  PollForChallengeStatus::Callback callback_;
   std::unique_ptr<Timer> timer_;
   std::map<std::uint64_t, std::unique_ptr<HTTPRequestHandle>> inFlight_;
   std::uint64_t lastQuestion_ = 0;
   double tickCount_ = 0.0;
   bool finished_ = false;
 };
+
+}  // namespace
 
 std::shared_ptr<PollForChallengeStatus::Run> PollForChallengeStatus::startClientSidePoll(
     Arguments arguments) {
@@ -119,8 +122,8 @@ std::shared_ptr<PollForChallengeStatus::Run> PollForChallengeStatus::startClient
           UserDefaultsManager::getAccessToken().value_or(std::string()))}},
       .parameter = std::move(arguments.props),
   });
-  auto run = std::make_shared<Run>(std::move(request), arguments.pollRetries,
-                                   std::move(arguments.callback));
+  auto run = std::make_shared<PollRun>(std::move(request), arguments.pollRetries,
+                                       std::move(arguments.callback));
   run->start(interval(arguments.pollInterval));
   return run;
 }

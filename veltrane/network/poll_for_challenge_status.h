@@ -26,7 +26,12 @@ struct PollForChallengeStatus {
   };
 
   /// One run. Dropping it ends it without another word.
-  class Run;
+  class Run {
+   public:
+    virtual ~Run() = default;
+    /// It still asks the server from time to time.
+    virtual bool isRunning() const = 0;
+  };
 
   /// Starts asking, the first time one interval from now. Main thread; so is the callback.
   [[nodiscard]] static std::shared_ptr<Run> startClientSidePoll(Arguments arguments);

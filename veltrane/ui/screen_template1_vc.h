@@ -45,6 +45,9 @@ class ScreenTemplate1VC final : public FlowScreen,
   /// A request of this screen runs; its button sends nothing meanwhile.
   bool isBusy() const { return viewModel && viewModel->isBusy(); }
 
+  /// This screen asks the server for an approval from time to time.
+  bool isPolling() const { return poll_ && poll_->isRunning(); }
+
   /// What the user has entered, by row key; sent with the next event.
   Dictionary textFieldsKeyValues;
 
