@@ -1,0 +1,11 @@
+#pragma once
+
+#include "veltrane/base/dictionary.h"
+#include "veltrane/toolkit/table_view.h"
+
+namespace veltrane::tool {
+
+/// What a row shows, by its cell class; nothing for a class that shows nothing of its own.
+Dictionary describeCell(const TableViewCell& cell);
+
+}  // namespace veltrane::tool

@@ -1,0 +1,145 @@
+#include "apps/vtflow/drive/drive_command.h"
+
+#include <memory>
+#include <utility>
+
+#include "apps/vtflow/drive/exit_status.h"
+#include "apps/vtflow/drive/line_reader.h"
+#include "apps/vtflow/drive/line_writer.h"
+#include "apps/vtflow/drive/ports.h"
+#include "apps/vtflow/drive/session.h"
+#include "apps/vtflow/drive/stage.h"
+#include "apps/vtflow/drive/watched_transport.h"
+#include "apps/vtflow/temporary_folder.h"
+#include "apps/vtflow/termination_signals.h"
+#include "platform/curl/curl_transport.h"
+#include "platform/loop/run_loop.h"
+#include "platform/sqlite/sqlite_store.h"
+#include "veltrane/platform.h"
+#include "veltrane/toolkit/notification_center.h"
+#include "veltrane/ui/main_storyboard.h"
+
+namespace veltrane::tool {
+namespace {
+
+/// A run from its first line to its last. Members go in the reverse of their order, so that nothing
+/// outlives what it uses.
+class Drive {
+ public:
+  Drive(const DriveOptions& options, int output);
+  ~Drive();
+  int run(int input);
+
+ private:
+  std::shared_ptr<LineWriter> greet(int output);
+  std::shared_ptr<WatchedTransport> makeTransport() const;
+  Platform consoleAlone() const;
+  Platform allPorts() const;
+  Activity activity() const;
+  /// Work for the main thread that is not the flow's own.
+  template <typename Work>
+  void onMain(Work work);
+
+  const DriveOptions& options_;
+  const TemporaryFolder folder_;
+  const std::shared_ptr<loop::RunLoop> loop_ = std::make_shared<loop::RunLoop>();
+  const std::shared_ptr<LineWriter> out_;
+  const std::shared_ptr<WatchedTransport> transport_;
+  // The store, when it opens, may have to tell something.
+  const PlatformScope console_;
+  const PlatformScope ports_;
+  const std::shared_ptr<HostViewController> host_ = std::make_shared<HostViewController>();
+  Stage stage_;
+  int status_ = exit_status::kNoResult;
+  const std::shared_ptr<Session> session_;
+};
+
+Drive::Drive(const DriveOptions& options, int output)
+    : options_(options),
+      out_(greet(output)),
+      transport_(makeTransport()),
+      console_(consoleAlone()),
+      ports_(allPorts()),
+      stage_(host_, *out_),
+      session_(std::make_shared<Session>(stage_, *out_, activity(), [this](int status) {
+        status_ = status;
+        loop_->quit();
+      })) {}
+
+Drive::~Drive() {
+  transport_->stop();
+  loop_->setIdleHandler({});
+}
+
+int Drive::run(int input) {
+  applyServerURLs(options_.flow);
+  const auto flow = VTFlow::make(options_.flow.arguments());
+  flow->delegate = session_;
+  loop_->setIdleHandler([this] { session_->advance(); });
+  runFlow(*flow, options_.flow, host_);
+
+  const SignalWatch signals([this] { onMain([](Session& session) { session.interrupted(); }); });
+  const LineReader reader(
+      input, {.lines =
+                  [this](std::vector<LineReader::Line> lines) {
+                    onMain([lines = std::move(lines)](Session& s) { s.linesRead(lines); });
+                  },
+              .ended = [this] { onMain([](Session& session) { session.inputEnded(); }); }});
+  loop_->run();
+  flow->delegate.reset();
+  return status_;
+}
+
+template <typename Work>
+void Drive::onMain(Work work) {
+  loop_->postExternal([this, work = std::move(work)] { work(*session_); });
+}
+
+std::shared_ptr<LineWriter> Drive::greet(int output) {
+  auto out = std::make_shared<LineWriter>(
+      output, [this] { onMain([](Session& session) { session.interrupted(); }); });
+  out->write(Event("hello").set("protocol", JSON(1)).set("version", JSON(VELTRANE_VERSION)));
+  return out;
+}
+
+std::shared_ptr<WatchedTransport> Drive::makeTransport() const {
+  // The loop looks again whether the flow is idle.
+  const auto settled = [loop = std::weak_ptr(loop_)] {
+    if (const auto running = loop.lock()) running->postExternal([] {});
+  };
+  return std::make_shared<WatchedTransport>(
+      curl::make({.authorityFile = options_.flow.authorityFile}), out_, settled);
+}
+
+Platform Drive::consoleAlone() const {
+  Platform platform;
+  platform.console = std::make_shared<EventConsole>(out_);
+  return platform;
+}
+
+Platform Drive::allPorts() const {
+  auto platform = consoleAlone();
+  const auto idiom = options_.tablet ? InterfaceIdiom::pad : InterfaceIdiom::phone;
+  platform.mainQueue = loop_;
+  platform.notificationCenter = std::make_shared<NotificationCenter>();
+  platform.storyboard = makeMainStoryboard();
+  platform.settings = sqlite::open(options_.flow.store.value_or(folder_.path() / "settings.db"));
+  platform.transport = transport_;
+  platform.device = std::make_shared<DescribedDevice>(options_.screen().scale, idiom);
+  return platform;
+}
+
+Activity Drive::activity() const {
+  return {.isCalling = [this] { return transport_->underWay(RequestPurpose::call) > 0; },
+          .hasQueuedWork = [this] { return loop_->hasQueuedWork(); },
+          .isPolling = [this] { return transport_->underWay(RequestPurpose::polling) > 0; }};
+}
+
+}  // namespace
+
+int drive(const DriveOptions& options, int input, int output) {
+  const TerminationSignals signals;
+  return Drive(options, output).run(input);
+}
+
+}  // namespace veltrane::tool

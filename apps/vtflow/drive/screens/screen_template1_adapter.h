@@ -1,0 +1,47 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "apps/vtflow/drive/screens/screen_adapter.h"
+#include "veltrane/toolkit/signal.h"
+#include "veltrane/toolkit/table_view.h"
+
+namespace veltrane {
+class ScreenTemplate1VC;
+}
+
+namespace veltrane::tool {
+
+class ScreenTemplate1Adapter final : public ScreenAdapter {
+ public:
+  ScreenTemplate1Adapter(const std::shared_ptr<ScreenTemplate1VC>& screen, ScreenListener listener);
+
+  Dictionary describe() override;
+  bool isLoading() const override;
+  Refusal input(const RowName& row, const std::string& text) override;
+  Refusal toggle(const RowName& row, bool on) override;
+  Refusal choose(const RowName& row, const std::string& option) override;
+  Refusal press(std::optional<std::size_t> row) override;
+  Refusal cancel() override;
+
+ private:
+  struct ShownRow {
+    JSON description;
+    Subscription changes;
+  };
+
+  void showRows(ScreenTemplate1VC& screen);
+  void rowChanged(std::size_t row);
+  template <typename Cell, typename Act>
+  Refusal act(const RowName& name, const char* kind, Act act);
+
+  std::weak_ptr<ScreenTemplate1VC> screen_;
+  ScreenListener listener_;
+  /// Empty until the screen has been described.
+  std::optional<std::vector<ShownRow>> shown_;
+  Subscription changes_;
+  Subscription reloads_;
+};
+
+}  // namespace veltrane::tool

@@ -1,0 +1,74 @@
+#include "apps/vtflow/serve/serve_command.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdlib>
+#include <mutex>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "apps/sandbox/server.h"
+#include "apps/vtflow/termination_signals.h"
+#include "veltrane/base/dictionary.h"
+
+namespace veltrane::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path environmentPath(const char* name) {
+  const char* const value = std::getenv(name);
+  return value ? fs::path(value) : fs::path();
+}
+
+fs::path defaultStateFolder() {
+  auto state = environmentPath("XDG_STATE_HOME");
+  if (!state.is_absolute()) state = environmentPath("HOME") / ".local/state";
+  return state / "vtflow/sandbox";
+}
+
+std::string readyLine(const sandbox::Server& server, bool json) {
+  const auto authority = server.authorityFile().string();
+  if (!json) return "ready " + server.baseURL() + " authority " + authority;
+  std::vector<JSON> flows;
+  for (const auto& id : server.flowIds()) flows.emplace_back(id);
+  const JSON line = Dictionary{{"baseURL", JSON(server.baseURL())},
+                               {"authority", JSON(authority)},
+                               {"flows", JSON::array(flows)}};
+  return line.serialized().value_or("{}");
+}
+
+}  // namespace
+
+void addServeOptions(CLI::App& command, ServeOptions& options) {
+  command.add_option("--port", options.port, "Port on the loopback address; 0: a free one")
+      ->check(CLI::Range(0, 65535))
+      ->capture_default_str();
+  command
+      .add_option("--flows", options.flows, "Folder of flow files; absent: those that come along")
+      ->check(CLI::ExistingDirectory)
+      ->type_name("DIR");
+  command
+      .add_option("--state", options.state,
+                  "Folder of the certificates; absent: in the user's state folder")
+      ->type_name("DIR");
+  command.add_flag("--json", options.json, "Write the ready line as JSON");
+}
+
+int serve(const ServeOptions& options, std::ostream& ready, std::ostream& log) {
+  const TerminationSignals signals;
+  std::mutex logMutex;
+  const sandbox::Server server(
+      {.stateFolder = options.state.empty() ? defaultStateFolder() : options.state,
+       .flowsFolder = options.flows.empty() ? sandbox::shippedFlowsFolder() : options.flows,
+       .port = options.port,
+       .log = [&](const std::string& line) {
+         const std::lock_guard lock(logMutex);
+         log << line + '\n' << std::flush;
+       }});
+  ready << readyLine(server, options.json) << '\n' << std::flush;
+  signals.wait();
+  return 0;
+}
+
+}  // namespace veltrane::tool

@@ -1,0 +1,84 @@
+#include "apps/vtflow/tool.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <exception>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "apps/vtflow/drive/drive_command.h"
+#include "apps/vtflow/drive/exit_status.h"
+#include "apps/vtflow/serve/serve_command.h"
+#include "apps/vtflow/window/run_command.h"
+
+namespace veltrane::tool {
+namespace {
+
+struct Options {
+  DriveOptions drive;
+  ServeOptions serve;
+};
+
+/// All commands on one parser; `run` stands here for the help alone.
+struct Parser {
+  explicit Parser(Options& options) {
+    app.set_version_flag("--version", std::string("vtflow ") + VELTRANE_VERSION);
+    app.require_subcommand(1);
+    run->prefix_command();
+    addDriveOptions(*drive, options.drive);
+    addServeOptions(*serve, options.serve);
+  }
+
+  CLI::App app{"Runs flows of the Veltrane orchestration server", "vtflow"};
+  CLI::App* run = app.add_subcommand("run",
+                                     "Run a flow in a window; takes the options of the "
+                                     "window program (vtflow run --help)");
+  CLI::App* drive = app.add_subcommand(
+      "drive",
+      "Run a flow without a window: events on standard output, commands on standard input");
+  CLI::App* serve = app.add_subcommand("serve", "Run the sandbox server on a loopback address");
+};
+
+std::string oneLine(std::string text) {
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  return text;
+}
+
+int explain(const Parser& parser, const CLI::ParseError& error, const Terminal& terminal) {
+  if (error.get_exit_code() == 0) {
+    parser.app.exit(error, terminal.text, terminal.errors);
+    return 0;
+  }
+  terminal.errors << "vtflow: " << oneLine(error.what()) << " (see vtflow --help)\n";
+  return exit_status::kUsage;
+}
+
+int dispatch(const Parser& parser, const Options& options, const Terminal& terminal) {
+  try {
+    if (parser.drive->parsed()) return drive(options.drive, terminal.input, terminal.output);
+    return serve(options.serve, terminal.text, terminal.errors);
+  } catch (const std::exception& error) {
+    terminal.errors << "vtflow: " << oneLine(error.what()) << '\n';
+    return exit_status::kNoResult;
+  }
+}
+
+}  // namespace
+
+int runTool(int argumentCount, const char* const* arguments, Terminal terminal) {
+  const std::vector<std::string> words(arguments + 1, arguments + std::max(argumentCount, 1));
+  if (!words.empty() && words.front() == "run") {
+    return runInWindow({words.begin() + 1, words.end()}, terminal.errors);
+  }
+  Options options;
+  Parser parser(options);
+  try {
+    parser.app.parse(argumentCount, arguments);
+  } catch (const CLI::ParseError& error) {
+    return explain(parser, error, terminal);
+  }
+  return dispatch(parser, options, terminal);
+}
+
+}  // namespace veltrane::tool
