@@ -40,7 +40,7 @@ bool Exchange::start(Engine& engine) {
 }
 
 bool Exchange::goesOn(Engine& engine, CURLcode result, std::optional<HTTPResponse>& response) {
-  if (result != CURLE_OK) return false;
+  if (result != CURLE_OK || !transfer_->hasResponse()) return false;
   const long status = transfer_->status();
   const auto location = isRedirect(status) ? transfer_->location() : std::string();
   if (location.empty()) {

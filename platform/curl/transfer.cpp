@@ -4,6 +4,7 @@
 #include <limits>
 #include <new>
 #include <stdexcept>
+#include <string_view>
 
 namespace veltrane::curl {
 namespace {
@@ -45,6 +46,7 @@ void Transfer::setUp(Engine& engine, const Hop& hop, Exchange* owner) {
   curl_easy_setopt(easy, CURLOPT_PRIVATE, owner);
   curl_easy_setopt(easy, CURLOPT_SHARE, engine.share.get());
   engine.trust.apply(easy);
+  farewell_.watch(easy);
   curl_easy_setopt(easy, CURLOPT_URL, hop.url.c_str());
   curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "https,http");
   curl_easy_setopt(easy, CURLOPT_DISALLOW_USERNAME_IN_URL, 1L);
@@ -104,11 +106,13 @@ void Transfer::setUpReceiving() {
   curl_easy_setopt(easy, CURLOPT_NOPROGRESS, 0L);
 }
 
-std::size_t Transfer::onHeader(char*, std::size_t size, std::size_t count, void* self) {
+std::size_t Transfer::onHeader(char* data, std::size_t size, std::size_t count, void* self) {
   auto* transfer = static_cast<Transfer*>(self);
+  const std::string_view line(data, size * count);
+  if (line == "\r\n" || line == "\n") transfer->hasHead_ = transfer->status() >= 200;
   transfer->lastProgress_ = Clock::now();
-  transfer->headerBytes_ += size * count;
-  return transfer->headerBytes_ > kMaxHeaderBytes ? 0 : size * count;
+  transfer->headerBytes_ += line.size();
+  return transfer->headerBytes_ > kMaxHeaderBytes ? 0 : line.size();
 }
 
 std::size_t Transfer::onBody(char* data, std::size_t size, std::size_t count, void* self) {

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "platform/curl/farewell.h"
 #include "platform/curl/hop.h"
 #include "platform/curl/trust.h"
 
@@ -50,6 +51,8 @@ class Transfer {
   Transfer& operator=(const Transfer&) = delete;
 
   Clock::time_point lastProgress() const { return lastProgress_; }
+  /// Whether what libcurl takes for a response has a complete head and was not cut short.
+  bool hasResponse() const { return hasHead_ && farewell_.vouchesFor(easy_.get()); }
   long status() const;
   /// Where the response points, absolute; empty when nowhere.
   std::string location() const;
@@ -67,10 +70,12 @@ class Transfer {
 
   CURLM* multi_;
   const HTTPRequest& request_;
+  Farewell farewell_;
   std::unique_ptr<curl_slist, ListDeleter> headers_;
   std::unique_ptr<CURL, EasyDeleter> easy_;
   std::string body_;
   std::size_t headerBytes_ = 0;
+  bool hasHead_ = false;
   curl_off_t sent_ = 0;
   Clock::time_point lastProgress_ = Clock::now();
 };

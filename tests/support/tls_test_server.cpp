@@ -1,6 +1,7 @@
 #include "tests/support/tls_test_server.h"
 
 #include <arpa/inet.h>
+#include <netinet/tcp.h>
 #include <openssl/ssl.h>
 #include <signal.h>
 #include <strings.h>
@@ -202,6 +203,8 @@ void TlsTestServer::acceptAll() {
   for (;;) {
     const int connection = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
     if (connection < 0) return;
+    const int on = 1;
+    setsockopt(connection, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     std::lock_guard lock(mutex_);
     open_.push_back(connection);
     ++accepted_;
@@ -230,6 +233,8 @@ void TlsTestServer::serve(int socket) {
       }
     }
   }
+  // Otherwise OpenSSL forgets the session of a client that left without a farewell.
+  if (tls) SSL_set_shutdown(tls.get(), SSL_SENT_SHUTDOWN | SSL_RECEIVED_SHUTDOWN);
   tls.reset();
   // The last the thread touches: once no connection is open the server may be gone.
   std::lock_guard lock(mutex_);
