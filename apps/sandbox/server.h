@@ -74,7 +74,8 @@ class Server {
   /// In alphabetical order.
   std::vector<std::string> flowIds() const;
 
-  /// All requests since the start or the last clearRequests(), in the order in which they arrived.
+  /// The requests since the start or the last clearRequests(), the latest ten thousand of them, in
+  /// the order in which they arrived.
   std::vector<RecordedRequest> requests() const;
   void clearRequests();
 

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <string>
+#include <variant>
+
+#include "apps/sandbox/runs.h"
+#include "apps/sandbox/server.h"
+
+namespace veltrane::sandbox {
+
+/// A request that is not answered as it wished; `what()` tells its sender why.
+class Refusal : public std::runtime_error {
+ public:
+  Refusal(std::string code, const std::string& message, int status = 400)
+      : std::runtime_error(message), code_(std::move(code)), status_(status) {}
+  const std::string& code() const { return code_; }
+  int status() const { return status_; }
+
+ private:
+  std::string code_;
+  int status_;
+};
+
+struct StartRequest {
+  std::string companyId;
+  std::string flowId;   ///< Or the policy's id.
+  nlohmann::json body;  ///< Null when there is none.
+};
+
+struct EventRequest {
+  std::string companyId;
+  std::string connectionId;
+  std::string capabilityName;
+  std::string interactionId;
+  std::string eventName;
+  nlohmann::json body;
+};
+
+/// Reads a request and holds it to its form: path, method, headers and the shape of its body.
+/// Throws Refusal.
+std::variant<StartRequest, EventRequest> checkedRequest(const RecordedRequest& request);
+
+/// Holds an event's ids to the documents of its run. Throws Refusal.
+void checkIds(const EventRequest& event, const Run& run);
+
+}  // namespace veltrane::sandbox

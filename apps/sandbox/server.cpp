@@ -1,0 +1,352 @@
+#include "apps/sandbox/server.h"
+
+#include <httplib.h>
+#include <openssl/ssl.h>
+#include <strings.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <chrono>
+#include <deque>
+#include <fstream>
+#include <future>
+#include <iterator>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
+#include <thread>
+#include <variant>
+
+#include "apps/sandbox/certificates.h"
+#include "apps/sandbox/connections.h"
+#include "apps/sandbox/documents.h"
+#include "apps/sandbox/flow.h"
+#include "apps/sandbox/reply_writer.h"
+#include "apps/sandbox/request_check.h"
+#include "apps/sandbox/runs.h"
+
+namespace veltrane::sandbox {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kHost = "127.0.0.1";
+// Also the number of requests that may hang on purpose before others have to wait.
+constexpr std::size_t kThreads = 32;
+constexpr std::size_t kMaxRequestBytes = std::size_t{64} * 1024 * 1024;
+constexpr std::size_t kRecorded = 10'000;
+constexpr int kBacklog = 512;
+constexpr const char* kFlowSuffix = ".json";
+
+std::string contentOf(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  if (!file.is_open() || file.bad()) {
+    throw std::runtime_error("Cannot read the flow file " + path.string() + ".");
+  }
+  return text;
+}
+
+std::vector<fs::path> flowFilesIn(const fs::path& folder) {
+  std::error_code error;
+  std::vector<fs::path> files;
+  for (const auto& entry : fs::directory_iterator(folder, error)) {
+    if (entry.path().extension() == kFlowSuffix) files.push_back(entry.path());
+  }
+  if (error) {
+    throw std::runtime_error("Cannot read the flows folder " + folder.string() + ": " +
+                             error.message());
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+RecordedRequest recorded(const httplib::Request& request) {
+  RecordedRequest record{
+      .method = request.method, .path = request.target, .body = request.body, .headers = {}};
+  for (const auto& [name, value] : request.headers) {
+    // httplib's own notes among the headers.
+    const bool isNote = name.starts_with("REMOTE_") || name.starts_with("LOCAL_");
+    if (!isNote) record.headers.emplace_back(name, value);
+  }
+  return record;
+}
+
+/// The path alone: an interaction id is nobody's business, and a log line is one line.
+std::string pathForLog(const std::string& target) {
+  std::string path = target.substr(0, target.find('?'));
+  std::replace_if(
+      path.begin(), path.end(), [](unsigned char c) { return c <= ' ' || c >= 0x7F; }, '?');
+  return path;
+}
+
+/// What is to be done for a request: which reply, and for whom.
+struct Decision {
+  std::shared_ptr<const Flow> flow;  // keeps `reply` alive
+  const Reply* reply = nullptr;
+  PlaceholderValues values;
+};
+
+}  // namespace
+
+std::string RecordedRequest::header(const std::string& name) const {
+  const auto entry = std::find_if(headers.begin(), headers.end(), [&](const auto& header) {
+    return ::strcasecmp(header.first.c_str(), name.c_str()) == 0;
+  });
+  return entry == headers.end() ? std::string() : entry->second;
+}
+
+class Server::Impl {
+ public:
+  explicit Impl(ServerOptions options)
+      : options_(std::move(options)),
+        certificates_(certificatesIn(options_.stateFolder)),
+        server_([this](SSL_CTX& context) { return prepare(context); }) {
+    if (!server_.is_valid()) throw std::runtime_error("Cannot use the server's certificate.");
+    loadFlows();
+    configure();
+    bind();
+    listen();
+  }
+
+  ~Impl() {
+    connections_.stop();
+    server_.stop();
+    thread_.join();
+  }
+
+  Impl(const Impl&) = delete;
+  Impl& operator=(const Impl&) = delete;
+
+  int port() const { return port_; }
+  const fs::path& authorityFile() const { return certificates_.authority; }
+
+  void addFlow(std::string id, const std::string& jsonText) {
+    if (id.empty()) throw std::invalid_argument("a flow needs an id");
+    auto flow = readFlow(jsonText);
+    const std::lock_guard lock(mutex_);
+    flows_[std::move(id)] = std::move(flow);
+  }
+
+  std::vector<std::string> flowIds() const {
+    const std::lock_guard lock(mutex_);
+    std::vector<std::string> ids;
+    for (const auto& [id, flow] : flows_) ids.push_back(id);
+    return ids;
+  }
+
+  std::vector<RecordedRequest> requests() const {
+    const std::lock_guard lock(mutex_);
+    return {requests_.begin(), requests_.end()};
+  }
+
+  void clearRequests() {
+    const std::lock_guard lock(mutex_);
+    requests_.clear();
+  }
+
+ private:
+  // ---- starting
+
+  bool prepare(SSL_CTX& context) {
+    connections_.watch(context);
+    const unsigned char name[] = "veltrane-sandbox";
+    return SSL_CTX_set_min_proto_version(&context, TLS1_2_VERSION) == 1 &&
+           SSL_CTX_set_session_id_context(&context, name, sizeof name - 1) == 1 &&
+           SSL_CTX_use_certificate_chain_file(&context, certificates_.certificate.c_str()) == 1 &&
+           SSL_CTX_use_PrivateKey_file(&context, certificates_.key.c_str(), SSL_FILETYPE_PEM) == 1;
+  }
+
+  void loadFlows() {
+    std::vector<fs::path> files;
+    if (!options_.flowsFolder.empty()) files = flowFilesIn(options_.flowsFolder);
+    files.insert(files.end(), options_.flowFiles.begin(), options_.flowFiles.end());
+    for (const fs::path& file : files) {
+      try {
+        addFlow(file.stem().string(), contentOf(file));
+      } catch (const std::invalid_argument& error) {
+        throw std::runtime_error(file.string() + ": " + error.what());
+      }
+    }
+  }
+
+  void configure() {
+    server_.set_tcp_nodelay(true);
+    server_.set_keep_alive_max_count(1);
+    server_.set_payload_max_length(kMaxRequestBytes);
+    // Not SO_REUSEPORT: two servers must not share a port without noticing.
+    server_.set_socket_options([this](socket_t socket) {
+      const int yes = 1;
+      ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+      listening_ = socket;
+    });
+    const std::string everything = R"([\s\S]*)";
+    const auto handler = [this](const httplib::Request& request, httplib::Response& response) {
+      handle(request, response);
+    };
+    server_.Get(everything, handler).Post(everything, handler).Put(everything, handler);
+    server_.Patch(everything, handler).Delete(everything, handler).Options(everything, handler);
+    server_.set_error_handler([](const httplib::Request&, httplib::Response& response) {
+      // Requests that httplib refused before they came here.
+      if (response.has_header("Content-Type") || response.status == 500) return;
+      writeError("badRequest", "This is no HTTP request that can be understood.", response.status,
+                 response);
+    });
+  }
+
+  void bind() {
+    const bool any = options_.port == 0;
+    const bool bound = any ? (port_ = server_.bind_to_any_port(kHost)) > 0
+                           : server_.bind_to_port(kHost, port_ = options_.port);
+    if (!bound) {
+      throw std::runtime_error("Cannot listen on " + std::string(kHost) + ":" +
+                               std::to_string(options_.port) + "; is another program there?");
+    }
+    // httplib's queue of five drops connections when many come at once.
+    ::listen(listening_, kBacklog);
+  }
+
+  void listen() {
+    std::promise<void> started;
+    server_.new_task_queue = [&started] {
+      started.set_value();
+      return new httplib::ThreadPool(kThreads);
+    };
+    thread_ = std::thread([this] { server_.listen_after_bind(); });
+    started.get_future().wait();
+  }
+
+  // ---- answering
+
+  void handle(const httplib::Request& request, httplib::Response& response) {
+    const auto begin = std::chrono::steady_clock::now();
+    const RecordedRequest record = recorded(request);
+    {
+      const std::lock_guard lock(mutex_);
+      if (requests_.size() == kRecorded) requests_.pop_front();
+      requests_.push_back(record);
+    }
+    std::string outcome;
+    try {
+      outcome = answer(decide(record), request.ssl, response);
+    } catch (const Refusal& refusal) {
+      writeError(refusal.code(), refusal.what(), refusal.status(), response);
+      outcome = std::to_string(refusal.status()) + " (" + refusal.code() + ")";
+    }
+    log(record, outcome, std::chrono::steady_clock::now() - begin);
+  }
+
+  Decision decide(const RecordedRequest& record) {
+    auto request = checkedRequest(record);
+    if (const auto* start = std::get_if<StartRequest>(&request)) return decideStart(*start);
+    return decideEvent(std::get<EventRequest>(request));
+  }
+
+  Decision decideStart(const StartRequest& start) {
+    auto flow = flowOf(start.flowId);
+    if (!flow) throw Refusal("unknownFlow", "There is no flow \"" + start.flowId + "\".", 404);
+    return decision(flow, flow->start, start.body,
+                    {.interactionId = Runs::newInteractionId(),
+                     .companyId = start.companyId,
+                     .flowId = start.flowId});
+  }
+
+  Decision decideEvent(const EventRequest& event) {
+    const auto run = runs_.find(event.interactionId);
+    if (!run) throw Refusal("unknownInteraction", "There is no interaction of this id.");
+    checkIds(event, *run);
+    const auto rules = run->flow->events.find(event.eventName);
+    if (rules == run->flow->events.end()) {
+      throw Refusal("unknownEvent", "This flow has no event \"" + event.eventName + "\".");
+    }
+    return decision(run->flow, rules->second, event.body,
+                    {.interactionId = event.interactionId,
+                     .companyId = event.companyId,
+                     .flowId = run->flowId});
+  }
+
+  static Decision decision(std::shared_ptr<const Flow> flow, const Rules& rules,
+                           const nlohmann::json& body, PlaceholderValues values) {
+    const Rule* rule = firstMatch(rules, body);
+    if (!rule) throw Refusal("noMatchingRule", "No rule of the flow fits this body.");
+    return {.flow = std::move(flow), .reply = &rule->reply, .values = std::move(values)};
+  }
+
+  std::shared_ptr<const Flow> flowOf(const std::string& id) const {
+    const std::lock_guard lock(mutex_);
+    const auto entry = flows_.find(id);
+    return entry == flows_.end() ? nullptr : entry->second;
+  }
+
+  /// Answers the outcome, for the log.
+  std::string answer(const Decision& decision, const SSL* connection, httplib::Response& response) {
+    const Reply& reply = *decision.reply;
+    bool there = reply.delay.count() == 0 || connections_.wait(connection, reply.delay);
+    if (there && reply.noAnswer) there = connections_.wait(connection, std::nullopt);
+    if (!there || reply.closeConnection) {
+      Connections::drop(connection);
+      return reply.closeConnection ? "closed without an answer" : "no answer";
+    }
+    // Before the answer is out, for the client may be quick.
+    for (const DocumentIds& document : reply.documents) {
+      runs_.add(decision.values.flowId, decision.flow, filled(document, decision.values));
+    }
+    writeReply(reply, filled(reply.text, decision.values), response);
+    return std::to_string(reply.status);
+  }
+
+  void log(const RecordedRequest& record, const std::string& outcome,
+           std::chrono::steady_clock::duration time) const {
+    if (!options_.log) return;
+    const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(time).count();
+    options_.log(record.method + " " + pathForLog(record.path) + " " + outcome + " " +
+                 std::to_string(ms) + " ms");
+  }
+
+  const ServerOptions options_;
+  const Certificates certificates_;
+  Connections connections_;  // before the server, whose connections it watches
+  httplib::SSLServer server_;
+  socket_t listening_ = INVALID_SOCKET;
+  int port_ = 0;
+  std::thread thread_;
+  Runs runs_;
+
+  mutable std::mutex mutex_;  // guards what follows
+  std::map<std::string, std::shared_ptr<const Flow>> flows_;
+  std::deque<RecordedRequest> requests_;
+};
+
+Server::Server(ServerOptions options) : impl_(std::make_unique<Impl>(std::move(options))) {}
+Server::~Server() = default;
+
+int Server::port() const {
+  return impl_->port();
+}
+
+std::string Server::baseURL() const {
+  return "https://localhost:" + std::to_string(port()) + "/v1";
+}
+
+fs::path Server::authorityFile() const {
+  return impl_->authorityFile();
+}
+
+void Server::addFlow(std::string id, const std::string& jsonText) {
+  impl_->addFlow(std::move(id), jsonText);
+}
+
+std::vector<std::string> Server::flowIds() const {
+  return impl_->flowIds();
+}
+
+std::vector<RecordedRequest> Server::requests() const {
+  return impl_->requests();
+}
+
+void Server::clearRequests() {
+  impl_->clearRequests();
+}
+
+}  // namespace veltrane::sandbox
