@@ -1,0 +1,35 @@
+# What `cmake --install` lays down: libraries, headers under the names they have here, the programs
+# (each installs itself), and the CMake package VeltraneFlow with one component for each library.
+
+include(CMakePackageConfigHelpers)
+
+set(VELTRANE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/VeltraneFlow)
+set(VELTRANE_COMPONENTS "")
+
+# veltrane_install_component(<name> <target>...): the targets that make up a component.
+function(veltrane_install_component name)
+  install(TARGETS ${ARGN} EXPORT VeltraneFlow-${name}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+    OBJECTS DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  install(EXPORT VeltraneFlow-${name} NAMESPACE Veltrane:: DESTINATION ${VELTRANE_PACKAGE_DIR})
+  set(VELTRANE_COMPONENTS ${VELTRANE_COMPONENTS} ${name} PARENT_SCOPE)
+endfunction()
+
+set_target_properties(veltrane_compile PROPERTIES EXPORT_NAME compile)
+veltrane_install_component(core veltrane_compile veltrane_core)
+veltrane_install_component(loop veltrane_loop)
+veltrane_install_component(curl veltrane_curl)
+veltrane_install_component(sqlite veltrane_sqlite)
+
+configure_package_config_file(
+  ${CMAKE_CURRENT_LIST_DIR}/VeltraneFlowConfig.cmake.in ${PROJECT_BINARY_DIR}/VeltraneFlowConfig.cmake
+  INSTALL_DESTINATION ${VELTRANE_PACKAGE_DIR})
+write_basic_package_version_file(
+  ${PROJECT_BINARY_DIR}/VeltraneFlowConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(
+  FILES ${PROJECT_BINARY_DIR}/VeltraneFlowConfig.cmake ${PROJECT_BINARY_DIR}/VeltraneFlowConfigVersion.cmake
+  DESTINATION ${VELTRANE_PACKAGE_DIR})

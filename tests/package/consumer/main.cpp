@@ -1,0 +1,61 @@
+// A host outside the tree, on the installed package alone: runs a flow that cannot start, and hears
+// why.
+
+#include <filesystem>
+#include <iostream>
+
+#include "platform/curl/curl_transport.h"
+#include "platform/loop/run_loop.h"
+#include "platform/sqlite/sqlite_store.h"
+#include "veltrane/flow/vt_flow.h"
+#include "veltrane/platform.h"
+#include "veltrane/toolkit/notification_center.h"
+#include "veltrane/toolkit/storyboard.h"
+#include "veltrane/toolkit/view_controller.h"
+#include "veltrane/ui/main_storyboard.h"
+
+namespace {
+
+class Outcome final : public veltrane::VeltraneFlowDelegate {
+ public:
+  explicit Outcome(veltrane::loop::RunLoop& loop) : loop_(loop) {}
+  void flowDidComplete(const std::optional<veltrane::JSON>& /*response*/,
+                       const std::optional<veltrane::VeltraneFlowError>& error) override {
+    std::cout << (error ? error->errorDescription() : "a response") << std::endl;
+    failed = error.has_value();
+    loop_.quit();
+  }
+  bool failed = false;
+
+ private:
+  veltrane::loop::RunLoop& loop_;
+};
+
+}  // namespace
+
+int main(int /*argc*/, char** argv) {
+  const auto loop = std::make_shared<veltrane::loop::RunLoop>();
+  veltrane::Platform platform;
+  platform.mainQueue = loop;
+  platform.notificationCenter = std::make_shared<veltrane::NotificationCenter>();
+  platform.storyboard = veltrane::makeMainStoryboard();
+  platform.settings = veltrane::sqlite::open(std::filesystem::path(argv[0]) += ".db");
+  platform.transport = veltrane::curl::make();
+  const veltrane::PlatformScope scope(platform);
+
+  const auto outcome = std::make_shared<Outcome>(*loop);
+  const auto flow = veltrane::VTFlow::make({.vtApiKey = "demo-key",
+                                            .rpId = "localhost",
+                                            .origin = "https://localhost",
+                                            .companyId = "company",
+                                            .responseTimeOut = 5,
+                                            .theme = std::nullopt,
+                                            .isSandbox = true});
+  flow->delegate = outcome;
+  flow->runFlow(veltrane::VTFlow::ByFlowId{
+      .flowId = std::nullopt,
+      .fromViewController = std::make_shared<veltrane::HostViewController>()});
+  if (!outcome->failed) loop->run();
+  const auto key = platform.settings->value("apiKey");
+  return outcome->failed && key == veltrane::SettingValue("demo-key") ? 0 : 1;
+}
