@@ -1,4 +1,5 @@
 // The events of a screen: what is sent, how the answer is read, and the passkey steps in between.
+#include <atomic>
 #include <utility>
 
 #include "veltrane/base/console.h"
@@ -19,6 +20,7 @@ VeltraneFlowError invalidResponse() {
 }  // namespace
 
 void ScreensViewModel::processNextEvent(const NextEvent& event) {
+  if (stopped_) return;
   Dictionary parameters = event.additionalParameter;
   if (const auto challenge = UserDefaultsManager::getChallenge()) {
     parameters.set("challenge", *challenge);
@@ -170,8 +172,10 @@ void ScreensViewModel::startAuthentication(const JSON& answer) {
 
 CredentialsManager::Callback ScreensViewModel::onCredentials(CredentialsOutcome outcome) {
   changeBusy(+1);
-  return [weak = weak_from_this(), outcome](std::optional<JSON> result,
-                                            std::optional<VeltraneFlowError> error) {
+  const auto called = std::make_shared<std::atomic<bool>>(false);
+  return [weak = weak_from_this(), outcome, called](std::optional<JSON> result,
+                                                    std::optional<VeltraneFlowError> error) {
+    if (called->exchange(true)) return;
     MainQueue::current().async(
         [weak, outcome, answer = Answer{std::move(result), std::move(error)}] {
           const auto self = weak.lock();
@@ -227,6 +231,7 @@ void ScreensViewModel::reportLater(EventKind kind, Answer answer,
 }
 
 void ScreensViewModel::stop() {
+  stopped_ = true;
   delegate.reset();
   inFlight_.clear();
 }

@@ -57,7 +57,7 @@ class ScreensViewModel : public std::enable_shared_from_this<ScreensViewModel> {
   /// Sends a credential response. The delegate hears the outcome.
   void postProcessEvent(const JSON& response);
 
-  /// Ends what is under way; the delegate hears no more.
+  /// Ends what is under way; the delegate hears no more and nothing is sent any more.
   void stop();
 
   /// The keys of masked fields, whose values must not reach a log.
@@ -134,6 +134,7 @@ class ScreensViewModel : public std::enable_shared_from_this<ScreensViewModel> {
   std::map<std::uint64_t, std::unique_ptr<HTTPRequestHandle>> inFlight_;
   std::uint64_t lastRequest_ = 0;
   int busy_ = 0;
+  bool stopped_ = false;
 };
 
 }  // namespace veltrane
