@@ -77,7 +77,9 @@ CurlTransport::~CurlTransport() {
 }
 
 std::unique_ptr<HTTPRequestHandle> CurlTransport::send(HTTPRequest request, Completion completion) {
-  return std::make_unique<Handle>(worker_->add(std::move(request), std::move(completion)), worker_);
+  // Its own reference: the completion may be quicker than this function, and drop the transport.
+  const auto worker = worker_;
+  return std::make_unique<Handle>(worker->add(std::move(request), std::move(completion)), worker);
 }
 
 std::vector<std::shared_ptr<HTTPTask>> CurlTransport::tasks() const {
