@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-namespace veltrane::test {
+namespace veltrane::testing {
 namespace {
 
 template <auto Free>
@@ -87,4 +87,4 @@ std::shared_ptr<TestAuthority> TestAuthority::shared() {
   return authority;
 }
 
-}  // namespace veltrane::test
+}  // namespace veltrane::testing

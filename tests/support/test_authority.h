@@ -6,7 +6,7 @@
 
 struct ssl_ctx_st;
 
-namespace veltrane::test {
+namespace veltrane::testing {
 
 /// A certificate authority of the test's own, made in memory; its certificate lies in a temporary
 /// file for clients that are to trust it.
@@ -30,4 +30,4 @@ class TestAuthority {
   std::filesystem::path file_;
 };
 
-}  // namespace veltrane::test
+}  // namespace veltrane::testing

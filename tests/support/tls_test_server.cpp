@@ -14,7 +14,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-namespace veltrane::test {
+namespace veltrane::testing {
 namespace {
 
 constexpr auto kPatience = std::chrono::seconds(20);
@@ -243,4 +243,4 @@ void TlsTestServer::serve(int socket) {
   changed_.notify_all();
 }
 
-}  // namespace veltrane::test
+}  // namespace veltrane::testing

@@ -18,7 +18,7 @@
 struct ssl_st;
 struct ssl_ctx_st;
 
-namespace veltrane::test {
+namespace veltrane::testing {
 
 struct TestRequest {
   std::string method;
@@ -116,4 +116,4 @@ class TlsTestServer {
   std::thread acceptor_;
 };
 
-}  // namespace veltrane::test
+}  // namespace veltrane::testing

@@ -5,13 +5,13 @@
 
 #include "tests/transport/exchanges.h"
 
-namespace veltrane::test {
+namespace veltrane::testing {
 namespace {
 
-using testing::IsNull;
-using testing::Pointee;
+using ::testing::IsNull;
+using ::testing::Pointee;
 
-class Content : public testing::Test {
+class Content : public ::testing::Test {
  protected:
   TestRequest received(HTTPRequest request) {
     EXPECT_TRUE(fetch(*transport, std::move(request)));
@@ -151,4 +151,4 @@ TEST_F(Content, FiftyExchangesRunSideBySide) {
 }
 
 }  // namespace
-}  // namespace veltrane::test
+}  // namespace veltrane::testing

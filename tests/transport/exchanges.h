@@ -11,7 +11,7 @@
 #include "platform/curl/curl_transport.h"
 #include "tests/support/tls_test_server.h"
 
-namespace veltrane::test {
+namespace veltrane::testing {
 
 using Answer = std::optional<HTTPResponse>;
 
@@ -57,4 +57,4 @@ inline std::shared_ptr<curl::CurlTransport> transportTrusting(const TlsTestServe
   return curl::make({.authorityFile = server.authorityFile()});
 }
 
-}  // namespace veltrane::test
+}  // namespace veltrane::testing

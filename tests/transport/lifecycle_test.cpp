@@ -4,12 +4,12 @@
 
 #include "tests/transport/exchanges.h"
 
-namespace veltrane::test {
+namespace veltrane::testing {
 namespace {
 
 using namespace std::chrono_literals;
 
-class Lifecycle : public testing::Test {
+class Lifecycle : public ::testing::Test {
  protected:
   Lifecycle() {
     server.answer("/fast", 200, "fast");
@@ -151,8 +151,8 @@ TEST_F(Lifecycle, DroppingTheTransportEndsEverythingInSilence) {
   transport.reset();
   EXPECT_TRUE(observed.expired());
   EXPECT_TRUE(server.waitUntilIdle());
-  EXPECT_THAT(tasks, testing::Each(testing::Pointee(
-                         testing::Property(&HTTPTask::state, HTTPTaskState::completed))));
+  EXPECT_THAT(tasks, ::testing::Each(::testing::Pointee(
+                         ::testing::Property(&HTTPTask::state, HTTPTaskState::completed))));
   tasks[0]->cancel();
   handles.clear();
   EXPECT_EQ(called, 0);
@@ -200,4 +200,4 @@ TEST_F(Lifecycle, ManyThreadsMaySendListAndCancelAtOnce) {
 }
 
 }  // namespace
-}  // namespace veltrane::test
+}  // namespace veltrane::testing

@@ -2,10 +2,10 @@
 
 #include "tests/transport/exchanges.h"
 
-namespace veltrane::test {
+namespace veltrane::testing {
 namespace {
 
-class Limits : public testing::Test {
+class Limits : public ::testing::Test {
  protected:
   Answer fetchAtMost(std::size_t limit) {
     auto request = getFrom(server.url("/"));
@@ -74,4 +74,4 @@ TEST_F(Limits, APackedBodyIsHandedOverPacked) {
 }
 
 }  // namespace
-}  // namespace veltrane::test
+}  // namespace veltrane::testing

@@ -2,14 +2,14 @@
 
 #include "tests/transport/exchanges.h"
 
-namespace veltrane::test {
+namespace veltrane::testing {
 namespace {
 
-using testing::IsNull;
-using testing::NotNull;
-using testing::Pointee;
+using ::testing::IsNull;
+using ::testing::NotNull;
+using ::testing::Pointee;
 
-class Redirect : public testing::Test {
+class Redirect : public ::testing::Test {
  protected:
   /// "/0" leads to "/1" and so on up to "/`count`", which answers.
   void chain(int count) {
@@ -125,4 +125,4 @@ TEST_F(Redirect, AnAnswerThatPointsNowhereIsAnAnswer) {
 }
 
 }  // namespace
-}  // namespace veltrane::test
+}  // namespace veltrane::testing

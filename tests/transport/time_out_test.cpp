@@ -5,14 +5,14 @@
 
 #include "tests/transport/exchanges.h"
 
-namespace veltrane::test {
+namespace veltrane::testing {
 namespace {
 
 using namespace std::chrono_literals;
 
 constexpr double kNever = 1e300;
 
-class TimeOut : public testing::Test {
+class TimeOut : public ::testing::Test {
  protected:
   HTTPRequest request(double timeoutForRequest, double timeoutForResource) {
     auto request = getFrom(server.url("/"));
@@ -104,4 +104,4 @@ TEST_F(TimeOut, ConnectingCounts) {
 }
 
 }  // namespace
-}  // namespace veltrane::test
+}  // namespace veltrane::testing

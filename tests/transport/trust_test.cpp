@@ -3,7 +3,7 @@
 
 #include "tests/transport/exchanges.h"
 
-namespace veltrane::test {
+namespace veltrane::testing {
 namespace {
 
 TEST(Trust, TrustsTheGivenAuthorityAndNoOther) {
@@ -13,7 +13,7 @@ TEST(Trust, TrustsTheGivenAuthorityAndNoOther) {
   EXPECT_FALSE(fetch(*curl::make(), getFrom(server.url("/"))));
   EXPECT_FALSE(fetch(*curl::make({.authorityFile = stranger.file()}), getFrom(server.url("/"))));
   EXPECT_FALSE(fetch(*curl::make({.authorityFile = "/no/such/file"}), getFrom(server.url("/"))));
-  EXPECT_THAT(server.requests(), testing::IsEmpty());
+  EXPECT_THAT(server.requests(), ::testing::IsEmpty());
 
   const auto answer = fetch(*transportTrusting(server), getFrom(server.url("/")));
   ASSERT_TRUE(answer);
@@ -44,7 +44,7 @@ TEST(Trust, ResumesTheSessionOnANewConnectionForEachRequest) {
     EXPECT_EQ(server.connections(), 3u);
     std::vector<bool> resumed;
     for (const auto& request : server.requests()) resumed.push_back(request.resumed);
-    EXPECT_THAT(resumed, testing::ElementsAre(false, true, true));
+    EXPECT_THAT(resumed, ::testing::ElementsAre(false, true, true));
     EXPECT_TRUE(server.waitUntilIdle()) << "a connection was kept";
   }
 }
@@ -76,4 +76,4 @@ TEST(Trust, IgnoresTheEnvironmentsProxyForLoopback) {
 }
 
 }  // namespace
-}  // namespace veltrane::test
+}  // namespace veltrane::testing
