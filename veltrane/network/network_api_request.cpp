@@ -1,5 +1,6 @@
 #include "veltrane/network/network_api_request.h"
 
+#include <arpa/inet.h>
 #include <sys/utsname.h>
 
 #include <algorithm>
@@ -47,27 +48,39 @@ bool startsWithIgnoringCase(std::string_view text, std::string_view prefix) {
                                                     [&](char a, char b) { return a == lower(b); });
 }
 
-/// The host of "host", "host:port", "[::1]:port"; empty when user information stands before it.
+bool isPort(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+/// The host of "host", "host:port", "[::1]:port"; empty when user information stands before it or
+/// anything but a port behind it.
 std::string_view hostOf(std::string_view rest) {
-  const auto authority = rest.substr(0, rest.find_first_of("/?#\\"));
+  const auto authority = rest.substr(0, rest.find_first_of("/?#"));
   if (authority.find('@') != std::string_view::npos) return {};
+  auto end = authority.find(':');
   if (authority.starts_with('[')) {
     const auto close = authority.find(']');
-    return close == std::string_view::npos ? std::string_view() : authority.substr(0, close + 1);
+    if (close == std::string_view::npos) return {};
+    end = close + 1;
   }
-  return authority.substr(0, authority.find(':'));
+  const auto host = authority.substr(0, end);
+  const auto port = authority.substr(host.size());
+  if (!port.empty() && (port.front() != ':' || !isPort(port.substr(1)))) return {};
+  return host;
 }
 
 bool isLoopback(std::string_view host) {
   if (host == "localhost" || host == "[::1]") return true;
-  const bool digitsAndDots = std::all_of(host.begin(), host.end(),
-                                         [](char c) { return c == '.' || (c >= '0' && c <= '9'); });
-  return digitsAndDots && host.starts_with("127.") &&
-         std::count(host.begin(), host.end(), '.') == 3;
+  in_addr address{};
+  return inet_pton(AF_INET, std::string(host).c_str(), &address) == 1 &&
+         ntohl(address.s_addr) >> 24 == 127;
 }
 
-bool isPrintable(std::string_view url) {
-  return std::all_of(url.begin(), url.end(), [](char c) { return c > ' ' && c < 0x7F; });
+/// Of the printable characters the backslash is refused: some readers end the host at it, others
+/// read on and find another host behind.
+bool isPlain(std::string_view url) {
+  return std::all_of(url.begin(), url.end(),
+                     [](char c) { return c > ' ' && c < 0x7F && c != '\\'; });
 }
 
 }  // namespace
@@ -115,7 +128,7 @@ std::string percentEncodedForQuery(std::string_view text) {
 bool isAllowedURL(std::string_view url) {
   constexpr std::string_view kHTTPS = "https://";
   constexpr std::string_view kHTTP = "http://";
-  if (!isPrintable(url)) return false;
+  if (!isPlain(url)) return false;
   if (startsWithIgnoringCase(url, kHTTPS)) return !hostOf(url.substr(kHTTPS.size())).empty();
   return startsWithIgnoringCase(url, kHTTP) && isLoopback(hostOf(url.substr(kHTTP.size())));
 }

@@ -12,8 +12,15 @@
 namespace veltrane {
 namespace {
 
+/// Names of headers are the same in any case.
+bool isSameName(std::string_view a, std::string_view b) {
+  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [&](char x, char y) { return lower(x) == lower(y); });
+}
+
 void setHeader(HTTPRequest& request, std::string name, std::string value) {
-  const auto named = [&](const auto& header) { return header.first == name; };
+  const auto named = [&](const auto& header) { return isSameName(header.first, name); };
   const auto former = std::find_if(request.headers.begin(), request.headers.end(), named);
   if (former != request.headers.end()) {
     former->second = std::move(value);
