@@ -26,22 +26,39 @@ bool isEvent(const JSON& property, std::string_view eventType) {
   return property["constructType"].text() == "vtEvent" && property["eventType"].text() == eventType;
 }
 
-/// Reads the user views of one document.
+/// Where user views are listed, and what they have in common.
+struct Source {
+  JSON views;
+  /// Property sets by configuration name; the first that has one gives it.
+  std::vector<JSON> properties;
+  JSON connectionId;
+  JSON capabilityName;
+  EventParams params;
+};
+
+/// Reads the user views of one source.
 class Extraction {
  public:
-  explicit Extraction(const JSON& flow)
-      : flow_(flow),
-        connectionId_(textOrEmpty(flow["connectionId"])),
-        capabilityName_(textOrEmpty(flow["capabilityName"])),
-        params_(EventParams::from(flow).toJSON()) {}
+  explicit Extraction(Source source)
+      : source_(std::move(source)), params_(source_.params.toJSON()) {}
 
+  UserViewProps userViews() const {
+    UserViewProps props;
+    props.reserve(source_.views.size());
+    for (std::size_t i = 0; i < source_.views.size(); ++i) {
+      props.push_back(userView(source_.views[i]));
+    }
+    return props;
+  }
+
+ private:
   Dictionary userView(const JSON& view) const {
     Dictionary entries;
     const JSON templateName = textOrEmpty(view["screenTemplateName"]);
     const auto set = SupportedScreens::check(*templateName.text()) ? propertySet(view) : JSON();
     entries.reserve(set.size() + 5);
-    entries.set("capabilityName", capabilityName_);
-    entries.set("connectionId", connectionId_);
+    entries.set("capabilityName", source_.capabilityName);
+    entries.set("connectionId", source_.connectionId);
     set.forEachMember(
         [&](std::string_view name, const JSON& property) { addProperty(entries, name, property); });
     // The next event first: an on-load event that is sent always leaves its parameters for it.
@@ -51,11 +68,13 @@ class Extraction {
     return entries;
   }
 
- private:
   JSON propertySet(const JSON& view) const {
-    const JSON properties = flow_["screen"]["properties"];
     const auto name = view["screenConfigName"].text().value_or("");
-    return name.empty() ? properties : properties[name]["properties"];
+    for (const JSON& properties : source_.properties) {
+      JSON set = name.empty() ? properties : properties[name]["properties"];
+      if (set.isObject()) return set;
+    }
+    return {};
   }
 
   static void addProperty(Dictionary& entries, std::string_view name, const JSON& property) {
@@ -85,22 +104,33 @@ class Extraction {
     entries.set("onLoadEvent", property);
   }
 
-  const JSON& flow_;
-  JSON connectionId_;
-  JSON capabilityName_;
+  Source source_;
   JSON params_;
 };
 
 }  // namespace
 
 UserViewProps GenericViewModel::getUserViewProps(const JSON& flow) {
-  const JSON views = flow["screen"]["userViews"];
-  if (!views.isArray()) return {Dictionary()};
-  const Extraction extraction(flow);
-  UserViewProps props;
-  props.reserve(views.size());
-  for (std::size_t i = 0; i < views.size(); ++i) props.push_back(extraction.userView(views[i]));
-  return props;
+  const JSON screen = flow["screen"];
+  if (!screen["userViews"].isArray()) return {Dictionary()};
+  return Extraction({.views = screen["userViews"],
+                     .properties = {screen["properties"]},
+                     .connectionId = textOrEmpty(flow["connectionId"]),
+                     .capabilityName = textOrEmpty(flow["capabilityName"]),
+                     .params = EventParams::from(flow)})
+      .userViews();
+}
+
+UserViewProps GenericViewModel::getUserViewProps(const JSON& flow, const JSON& connector) {
+  EventParams params = EventParams::from(flow);
+  params.connectionId = connector["connectionId"].asText();
+  params.capabilityName = connector["capabilityName"].asText();
+  return Extraction({.views = connector["userViews"],
+                     .properties = {connector["properties"], flow["screen"]["properties"]},
+                     .connectionId = params.connectionId,
+                     .capabilityName = params.capabilityName,
+                     .params = params})
+      .userViews();
 }
 
 }  // namespace veltrane

@@ -19,6 +19,11 @@ struct GenericViewModel {
   /// Pure and total. A document without user views gives one empty dictionary, so that index 0 can
   /// always be read; an empty list gives none.
   static UserViewProps getUserViewProps(const JSON& flow);
+
+  /// The user views of one connector of a method list, read by the same rules. Their events go to
+  /// the connector: its "connectionId" and "capabilityName", everything else from the flow. A
+  /// connector without user views gives none.
+  static UserViewProps getUserViewProps(const JSON& flow, const JSON& connector);
 };
 
 }  // namespace veltrane
