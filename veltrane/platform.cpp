@@ -16,6 +16,8 @@ Platform::Platform() = default;
 Platform::~Platform() = default;
 Platform::Platform(const Platform&) = default;
 Platform& Platform::operator=(const Platform&) = default;
+Platform::Platform(Platform&&) noexcept = default;
+Platform& Platform::operator=(Platform&&) noexcept = default;
 
 const Platform& Platform::current() {
   return installed();

@@ -49,6 +49,8 @@ struct Platform {
   ~Platform();
   Platform(const Platform&);
   Platform& operator=(const Platform&);
+  Platform(Platform&&) noexcept;
+  Platform& operator=(Platform&&) noexcept;
 
   /// The installed one; before `install`, one without any port.
   static const Platform& current();
