@@ -1,0 +1,43 @@
+#!/bin/bash
+# Runs a flow against the sandbox, in a window if there is a display. Without one the same window is
+# drawn off screen, fills itself in, and leaves a picture of every screen.
+#
+#   scripts/demo.sh <build folder> <flow>
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+vtflow="$1/apps/vtflow/vtflow"
+flow="$2"
+scratch=$(mktemp -d -t veltrane-demo-XXXXXX)
+server=
+trap '[ -z "$server" ] || kill "$server" 2> /dev/null || true; rm -rf "$scratch"' EXIT
+
+exec {ready}< <(exec "$vtflow" serve --port 0 --state "$scratch/sandbox" 2> "$scratch/sandbox.log")
+server=$!
+if ! read -r -t 60 -u "$ready" word url _ authority || [ "$word" != ready ]; then
+  cat "$scratch/sandbox.log" >&2
+  echo "The sandbox did not start." >&2
+  exit 1
+fi
+echo "The sandbox serves on $url"
+
+arguments=(run --company demo --flow "$flow" --base-url "$url" --ca "$authority"
+  --store "$scratch/settings.db")
+status=0
+if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+  "$vtflow" "${arguments[@]}" || status=$?
+else
+  pictures="demo-pictures/$flow"
+  mkdir -p "$pictures"
+  rm -f "$pictures"/*.png
+  export QT_QPA_PLATFORM=offscreen XDG_RUNTIME_DIR="${XDG_RUNTIME_DIR:-$scratch}"
+  "$vtflow" "${arguments[@]}" --pictures "$pictures" || status=$?
+  echo "There is no display: the flow ran off screen. Its screens are in $pictures:"
+  ls "$pictures"
+fi
+case "$status" in
+  0) echo "The flow ended with a response." ;;
+  1) echo "The flow ended with an error." ;;
+  3) echo "The flow was cancelled." ;;
+  *) exit "$status" ;;
+esac
