@@ -24,6 +24,14 @@ veltrane_install_component(core veltrane_compile veltrane_core)
 veltrane_install_component(loop veltrane_loop)
 veltrane_install_component(curl veltrane_curl)
 veltrane_install_component(sqlite veltrane_sqlite)
+if(TARGET veltrane_qtquick)
+  # The library holds the QML module; the folder is for tools that check a host's QML against it.
+  get_target_property(veltrane_qtquick_resources veltrane_qtquick VELTRANE_RESOURCE_TARGETS)
+  veltrane_install_component(qtquick veltrane_qtquick ${veltrane_qtquick_resources})
+  install(DIRECTORY ${PROJECT_BINARY_DIR}/qml/Veltrane
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/veltraneflow/qml
+    FILES_MATCHING PATTERN "*.qml" PATTERN "qmldir" PATTERN "*.qmltypes")
+endif()
 
 configure_package_config_file(
   ${CMAKE_CURRENT_LIST_DIR}/VeltraneFlowConfig.cmake.in ${PROJECT_BINARY_DIR}/VeltraneFlowConfig.cmake
