@@ -69,7 +69,9 @@ void ViewController::dismissPresented(bool animated, Reappear reappear) {
   presentationDidChange({Transition::dismissed, leaving, animated});
   if (isHost() || leaving->isAlert() || reappear == Reappear::no) return;
   showAfterPresented(animated);
-  if (auto visible = visibleScreen()) {
+  // The stack may have changed while it was covered: its top is what is seen now.
+  const auto navigation = navigation_.lock();
+  if (auto visible = navigation ? navigation->visibleScreen() : visibleScreen()) {
     presentationDidChange({Transition::back, std::move(visible), animated});
   }
 }
