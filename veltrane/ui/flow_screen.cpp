@@ -40,18 +40,19 @@ void FlowScreen::observeFlowNotification() {
 
 void FlowScreen::notificationReceived(const Notification& notification) {
   if (!notification.userInfo) fatal("No userInfo found on vtFlowNotification...");
-  const auto weak = std::weak_ptr(std::static_pointer_cast<FlowScreen>(shared_from_this()));
-  MainQueue::current().async([weak, userInfo = *notification.userInfo] {
-    // The end reaches the host once: a screen that has left, or is covered, stays silent.
-    const auto self = weak.lock();
-    if (self && self->isOnDisplay()) self->endFlow(userInfo);
+  const auto self = std::static_pointer_cast<FlowScreen>(shared_from_this());
+  std::shared_ptr<ViewController> closes = navigationController();
+  if (!closes) closes = self;
+  MainQueue::current().async([self, closes, userInfo = *notification.userInfo] {
+    // The end reaches the host once, and it does reach it, even when another screen was opened
+    // between the post and this turn: what counts is whether the flow is still open.
+    if (closes->presentingViewController()) self->endFlow(userInfo, *closes);
   });
 }
 
-void FlowScreen::endFlow(const UserInfo& userInfo) {
-  const auto self = shared_from_this();
-  const auto navigation = navigationController();
-  if (navigation) console::print("No navigation controller found on vtFlowNotification");
+void FlowScreen::endFlow(const UserInfo& userInfo, ViewController& closes) {
+  if (navigationController())
+    console::print("No navigation controller found on vtFlowNotification");
   const auto* error = entry<VeltraneFlowError>(userInfo, "error");
   const auto* response = error ? nullptr : entry<JSON>(userInfo, "response");
   if (!error && !(response && response->isObject())) return;
@@ -63,11 +64,7 @@ void FlowScreen::endFlow(const UserInfo& userInfo) {
       delegate->flowDidComplete(*response, std::nullopt);
     }
   }
-  if (navigation) {
-    navigation->dismiss(true);
-  } else {
-    dismiss(true);
-  }
+  closes.dismiss(true);
 }
 
 }  // namespace veltrane

@@ -22,8 +22,8 @@ class FlowScreen : public ViewController {
 
   /// The user closes the flow.
   void cancelPressed();
-  /// Hands the outcome to the host's delegate and closes the flow, on the main queue, if this
-  /// screen is still on display then. Without user info the program stops.
+  /// Hands the outcome to the host's delegate and closes the flow, on a later turn of the main
+  /// queue, if the flow is still open then. Without user info the program stops.
   void notificationReceived(const Notification& notification);
 
  protected:
@@ -31,7 +31,7 @@ class FlowScreen : public ViewController {
   void removeObservers() { observer_.reset(); }
 
  private:
-  void endFlow(const UserInfo& userInfo);
+  void endFlow(const UserInfo& userInfo, ViewController& closes);
 
   Subscription observer_;
 };
