@@ -58,13 +58,19 @@ void StartFlowViewModel::getFlow(const std::optional<std::string>& companyId,
                                  const std::optional<std::string>& flowId,
                                  const std::optional<std::string>& policyId,
                                  const std::optional<Dictionary>& param) {
+  const auto number = ++latestRequest_;
+  const auto answer = [weak = weak_from_this(), number](StartAnswer answer) {
+    MainQueue::current().async([weak, number, answer = std::move(answer)] {
+      const auto self = weak.lock();
+      if (self && number == self->latestRequest_) self->answered(answer.object, answer.error);
+    });
+  };
   const auto endpoint = endpointFor(companyId.value_or(std::string()), flowId, policyId);
   if (!endpoint) {
     auto error = VeltraneFlowError::badRequest(
         "Both flowId and policyId should not be null. Please supply at least one of them");
     error.message = "Invalid FlowId or PolicyId";
-    if (const auto listener = delegate.lock()) listener->getFlowDataComplete(error);
-    return;
+    return answer({{}, std::move(error)});
   }
   const NetworkAPIRequestFor request({
       .endpoint = *endpoint,
@@ -73,22 +79,19 @@ void StartFlowViewModel::getFlow(const std::optional<std::string>& companyId,
                    APIHTTPHeader::contentType()}},
       .parameter = param,
   });
-  const auto number = ++latestRequest_;
   request_ = NetworkManager::getRequest(
-      request, [weak = weak_from_this(), number](std::optional<std::string> body,
-                                                 std::optional<VeltraneFlowError> error) {
-        MainQueue::current().async([weak, number, answer = readAnswer(body, std::move(error))] {
-          const auto self = weak.lock();
-          if (!self || number != self->latestRequest_) return;
-          const auto listener = self->delegate.lock();
-          if (!listener) return;
-          if (!answer.error && isSession(answer.object)) {
-            return listener->getSession(answer.object, std::nullopt);
-          }
-          if (!answer.error) self->flow = answer.object;
-          listener->getFlowDataComplete(answer.error);
-        });
+      request, [answer](std::optional<std::string> body, std::optional<VeltraneFlowError> error) {
+        answer(readAnswer(body, std::move(error)));
       });
+}
+
+void StartFlowViewModel::answered(const JSON& object,
+                                  const std::optional<VeltraneFlowError>& error) {
+  const auto listener = delegate.lock();
+  if (!listener) return;
+  if (!error && isSession(object)) return listener->getSession(object, std::nullopt);
+  if (!error) flow = object;
+  listener->getFlowDataComplete(error);
 }
 
 void StartFlowViewModel::renderFlow(const JSON& flow,

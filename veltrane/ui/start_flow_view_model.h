@@ -28,7 +28,8 @@ class StartFlowViewModelDelegate {
 /// Asks the server for a flow and chooses its first screen. Main thread.
 class StartFlowViewModel : public std::enable_shared_from_this<StartFlowViewModel> {
  public:
-  /// Sends the request and answers the delegate; an earlier request's answer is not heard any more.
+  /// Sends the request. The delegate hears the answer on a later turn of the main queue; an earlier
+  /// request's answer is not heard any more.
   void getFlow(const std::optional<std::string>& companyId,
                const std::optional<std::string>& flowId, const std::optional<std::string>& policyId,
                const std::optional<Dictionary>& param);
@@ -43,6 +44,8 @@ class StartFlowViewModel : public std::enable_shared_from_this<StartFlowViewMode
   std::optional<JSON> flow;
 
  private:
+  void answered(const JSON& object, const std::optional<VeltraneFlowError>& error);
+
   std::unique_ptr<HTTPRequestHandle> request_;
   std::uint64_t latestRequest_ = 0;
 };
