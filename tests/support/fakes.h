@@ -144,7 +144,8 @@ class FakeTransport final : public HTTPTransport {
     const std::string& originalURL() const override { return request.url; }
     HTTPTaskState state() const override { return taskState; }
     void cancel() override { finish(std::nullopt); }
-    void finish(std::optional<HTTPResponse> response) {
+    // Not inlined: GCC 12 would warn of members of a response that is not there.
+    [[gnu::noinline]] void finish(std::optional<HTTPResponse> response) {
       if (taskState != HTTPTaskState::running) return;
       taskState = HTTPTaskState::completed;
       if (!dropped) completion(std::move(response));
