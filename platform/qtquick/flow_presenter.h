@@ -1,0 +1,62 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <memory>
+
+#include "veltrane/toolkit/view_controller.h"
+
+QT_BEGIN_NAMESPACE
+class QQmlEngine;
+class QQuickItem;
+class QQuickWindow;
+QT_END_NAMESPACE
+
+namespace veltrane::qtquick {
+
+class FlowStage;
+
+/// Shows flows over a host's window or item. Make one on the user-interface thread, hand its
+/// `hostViewController()` to `VTFlow::runFlow`, and keep it until the flow's outcome is there.
+///
+///     veltrane::qtquick::install();
+///     veltrane::qtquick::FlowPresenter presenter(window);
+///     vtFlow->runFlow({.flowId = "sign-in", .fromViewController = presenter.hostViewController()});
+///
+/// What the presenter shows fills the window (or the item) and takes its keyboard until the flow has
+/// gone; then the focus is where it was. The window or item may go first.
+class FlowPresenter final : public QObject {
+  Q_OBJECT
+
+ public:
+  /// Over everything in the window. With an engine of its own.
+  explicit FlowPresenter(QQuickWindow* window);
+  /// Over what is in the item, with the item's engine if it has one.
+  explicit FlowPresenter(QQuickItem* item);
+  ~FlowPresenter() override;
+
+  std::shared_ptr<ViewController> hostViewController() const;
+
+  /// Text size, direction, dark or light: from the system, a host may set others.
+  FlowStage& stage() { return *stage_; }
+  /// What holds the flow's views. Null when the module's files are missing or the parent is gone.
+  QQuickItem* overlay() const { return overlay_; }
+
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  void makeOverlay();
+  void watchWindow(QQuickWindow* window);
+  void rememberFocus();
+
+  QPointer<QQuickItem> parent_;
+  QPointer<QQuickItem> formerFocus_;
+  QPointer<QQuickWindow> window_;
+  std::unique_ptr<QQmlEngine> ownEngine_;
+  std::unique_ptr<FlowStage> stage_;
+  QPointer<QQuickItem> overlay_;
+  bool wasShowing_ = false;
+};
+
+}  // namespace veltrane::qtquick

@@ -1,0 +1,33 @@
+#include "platform/qtquick/install.h"
+
+// The one file of this folder that knows the other adapters: it puts the usual set together.
+#include "platform/curl/curl_transport.h"
+#include "platform/qtquick/main_queue.h"
+#include "platform/qtquick/screen_device.h"
+#include "platform/sqlite/sqlite_store.h"
+#include "veltrane/toolkit/notification_center.h"
+#include "veltrane/toolkit/storyboard.h"
+#include "veltrane/ui/main_storyboard.h"
+
+namespace veltrane::qtquick {
+
+Platform makePlatform(const Options& options) {
+  Platform platform;
+  platform.mainQueue = std::make_shared<QtMainQueue>();
+  platform.notificationCenter = std::make_shared<NotificationCenter>();
+  platform.storyboard = makeMainStoryboard();
+  platform.settings = sqlite::open(options.settingsFile.value_or(sqlite::defaultStoreFile()));
+  platform.transport = curl::make({.authorityFile = options.authorityFile});
+  platform.device = std::make_shared<ScreenDevice>(options.idiom);
+  return platform;
+}
+
+void install(const Options& options) {
+  Platform::install(makePlatform(options));
+}
+
+bool isInstalled() {
+  return Platform::current().mainQueue != nullptr;
+}
+
+}  // namespace veltrane::qtquick

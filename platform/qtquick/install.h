@@ -1,0 +1,31 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+#include "veltrane/platform.h"
+#include "veltrane/toolkit/device.h"
+
+namespace veltrane::qtquick {
+
+struct Options {
+  /// A PEM bundle of certificate authorities to trust instead of the system's.
+  std::optional<std::filesystem::path> authorityFile;
+  /// The settings file; absent: the user's own.
+  std::optional<std::filesystem::path> settingsFile;
+  /// Absent: told by the size of the screen.
+  std::optional<InterfaceIdiom> idiom;
+};
+
+/// The usual adapters: Qt's event loop, the screen, libcurl, the SQLite settings file and the
+/// flow's own screens. Call on the user-interface thread, with a QGuiApplication.
+Platform makePlatform(const Options& options = {});
+
+/// Installs `makePlatform(options)`, process-wide. Once, before the first `VTFlow`. A host that wants
+/// another adapter changes the platform and installs it itself.
+void install(const Options& options = {});
+
+/// True once a platform with a main queue has been installed, by whomever.
+bool isInstalled();
+
+}  // namespace veltrane::qtquick

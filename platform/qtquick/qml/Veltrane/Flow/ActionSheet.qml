@@ -1,0 +1,115 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+// Actions at the foot of the screen; a long list scrolls. Arrows and Tab move through it.
+FocusScope {
+    id: sheet
+
+    required property AlertItem view
+    // How far the sheet has come in, from 0 to 1.
+    readonly property real progress: sheet.parent?.parent?.parent?.parent?.opacity ?? 1
+
+    function step(by) {
+        const at = dismiss.activeFocus ? choices.count : choices.currentIndex;
+        const stops = choices.count + 1;
+        const next = (at + by + stops) % stops;
+        if (next === choices.count) {
+            dismiss.forceActiveFocus(Qt.TabFocusReason);
+        } else {
+            choices.currentIndex = next;
+            choices.forceActiveFocus(Qt.TabFocusReason);
+        }
+    }
+
+    Accessible.name: sheet.view.title !== "" ? sheet.view.title : qsTr("Choices")
+    Accessible.role: Accessible.Dialog
+
+    Keys.onBacktabPressed: sheet.step(-1)
+    Keys.onDownPressed: sheet.step(1)
+    Keys.onTabPressed: sheet.step(1)
+    Keys.onUpPressed: sheet.step(-1)
+
+    Column {
+        anchors.bottom: parent.bottom
+        anchors.bottomMargin: 10
+        anchors.horizontalCenter: parent.horizontalCenter
+        spacing: 8
+        width: Math.min(sheet.width - 20, 480)
+
+        Rectangle {
+            antialiasing: true
+            color: sheet.view.palette.surface
+            height: choices.height
+            radius: 14
+            visible: choices.count > 0
+            width: parent.width
+
+            ListView {
+                id: choices
+
+                boundsBehavior: Flickable.StopAtBounds
+                clip: true
+                currentIndex: 0
+                focus: choices.count > 0
+                height: Math.min(choices.contentHeight, sheet.height - dismiss.height - 60)
+                highlightMoveDuration: 0
+                keyNavigationEnabled: false
+                model: sheet.view.choices
+                objectName: "choices"
+                width: parent.width
+
+                ScrollBar.vertical: ScrollBar {
+                }
+                delegate: AlertAction {
+                    id: action
+
+                    required property int index
+                    required property string modelData
+
+                    focus: true
+                    least: 54
+                    objectName: "sheetAction"
+                    text: action.modelData
+                    view: sheet.view
+                    width: ListView.view ? ListView.view.width : 0
+
+                    onClicked: sheet.view.choose(action.index)
+
+                    Rectangle {
+                        anchors.bottom: parent.bottom
+                        color: sheet.view.palette.line
+                        height: 1
+                        visible: action.index + 1 < choices.count
+                        width: parent.width
+                    }
+                }
+            }
+        }
+        Rectangle {
+            antialiasing: true
+            color: sheet.view.palette.surface
+            height: dismiss.implicitHeight
+            radius: 14
+            visible: sheet.view.cancelTitle !== ""
+            width: parent.width
+
+            AlertAction {
+                id: dismiss
+
+                anchors.fill: parent
+                focus: choices.count === 0
+                least: 54
+                objectName: "sheetDismiss"
+                strong: true
+                text: sheet.view.cancelTitle
+                view: sheet.view
+
+                onClicked: sheet.view.cancel()
+            }
+        }
+
+        transform: Translate {
+            y: (1 - sheet.progress) * 240
+        }
+    }
+}

@@ -1,0 +1,22 @@
+import QtQuick
+
+// Says that something is under way.
+Rectangle {
+    id: panel
+
+    Accessible.ignored: !panel.visible
+    Accessible.name: qsTr("Please wait")
+    Accessible.role: Accessible.Indicator
+    anchors.centerIn: parent
+    color: "#808080"
+    height: 80
+    opacity: 0.8
+    radius: 8
+    width: 80
+
+    Spinner {
+        anchors.centerIn: parent
+        color: "white"
+        running: panel.visible
+    }
+}

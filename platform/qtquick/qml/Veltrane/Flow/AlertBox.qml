@@ -1,0 +1,120 @@
+import QtQuick
+
+// A message box. The keyboard stays on its actions.
+FocusScope {
+    id: box
+
+    required property AlertItem view
+    readonly property real textScale: box.view.stage.textScale
+
+    function step(by) {
+        let at = 0;
+        while (at < actions.count && !(actions.itemAt(at) as AlertAction).activeFocus)
+            ++at;
+        const next = (at + by + actions.count) % actions.count;
+        actions.itemAt(next).forceActiveFocus(Qt.TabFocusReason);
+    }
+
+    Accessible.description: box.view.title !== "" ? box.view.message : ""
+    Accessible.name: box.view.title !== "" ? box.view.title : box.view.message
+    Accessible.role: Accessible.AlertMessage
+
+    Keys.onBacktabPressed: box.step(-1)
+    Keys.onTabPressed: box.step(1)
+
+    Component.onCompleted: if (actions.count > 0)
+        actions.itemAt(actions.count - 1).focus = true
+
+    Rectangle {
+        anchors.centerIn: parent
+        antialiasing: true
+        color: box.view.palette.surface
+        height: texts.height + buttons.height
+        objectName: "alertBox"
+        radius: 14
+        width: Math.min(box.width - 40, Math.round(280 * Math.min(1.5, box.textScale)))
+
+        MouseArea {
+            anchors.fill: parent
+        }
+        Flickable {
+            id: texts
+
+            boundsBehavior: Flickable.StopAtBounds
+            clip: true
+            contentHeight: lines.height
+            height: Math.min(lines.height, box.height - buttons.height - 40)
+            width: parent.width
+
+            Column {
+                id: lines
+
+                bottomPadding: 18
+                leftPadding: 16
+                rightPadding: 16
+                spacing: 6
+                topPadding: 20
+                width: parent.width
+
+                Text {
+                    color: box.view.palette.input
+                    font.pixelSize: Math.round(17 * box.textScale)
+                    font.weight: Font.DemiBold
+                    horizontalAlignment: Text.AlignHCenter
+                    text: box.view.title
+                    textFormat: Text.PlainText
+                    visible: text !== ""
+                    width: parent.width - 32
+                    wrapMode: Text.Wrap
+                }
+                Text {
+                    color: box.view.palette.input
+                    font.pixelSize: Math.round(14 * box.textScale)
+                    horizontalAlignment: Text.AlignHCenter
+                    lineHeight: Math.round(20 * box.textScale)
+                    lineHeightMode: Text.FixedHeight
+                    objectName: "alertMessage"
+                    text: box.view.message
+                    textFormat: Text.PlainText
+                    visible: text !== ""
+                    width: parent.width - 32
+                    wrapMode: Text.Wrap
+                }
+            }
+        }
+        Column {
+            id: buttons
+
+            anchors.top: texts.bottom
+            width: parent.width
+
+            Repeater {
+                id: actions
+
+                model: box.view.choices.concat(box.view.cancelTitle !== "" ? [box.view.cancelTitle] : [])
+
+                delegate: AlertAction {
+                    id: action
+
+                    required property int index
+                    required property string modelData
+                    readonly property bool closes: action.index === box.view.choices.length
+
+                    objectName: "alertAction"
+                    strong: true
+                    text: action.modelData
+                    view: box.view
+                    width: buttons.width
+
+                    onClicked: action.closes ? box.view.cancel() : box.view.choose(action.index)
+
+                    Rectangle {
+                        color: box.view.palette.line
+                        height: 1
+                        width: parent.width
+                    }
+                }
+            }
+        }
+    }
+}

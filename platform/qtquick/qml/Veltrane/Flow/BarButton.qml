@@ -1,0 +1,60 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+// A word in the navigation bar that acts.
+AbstractButton {
+    id: button
+
+    required property ScreenItem view
+    // An arrow towards the leading edge before the word.
+    property bool arrow: false
+
+    Accessible.name: button.text
+    Accessible.role: Accessible.Button
+    activeFocusOnTab: false
+    focusPolicy: Qt.NoFocus
+    font.pixelSize: Math.round(16 * button.view.stage.textScale)
+    implicitHeight: Math.max(44, word.implicitHeight + 12)
+    implicitWidth: Math.max(44, line.implicitWidth + 16)
+    opacity: button.down ? 0.6 : 1
+
+    background: FocusRing {
+        anchors.margins: 2
+        border.color: button.view.palette.barControl
+        radius: 8
+        visible: button.activeFocus && button.view.stage.keyboardInUse
+    }
+    contentItem: Item {
+        Row {
+            id: line
+
+            anchors.centerIn: parent
+            spacing: 4
+
+            Item {
+                anchors.verticalCenter: parent.verticalCenter
+                height: 14
+                visible: button.arrow
+                width: 9
+
+                Chevron {
+                    anchors.centerIn: parent
+                    color: button.view.palette.barControl
+                    rotation: button.view.stage.mirrored ? -90 : 90
+                    size: 12
+                }
+            }
+            Text {
+                id: word
+
+                anchors.verticalCenter: parent.verticalCenter
+                color: button.view.palette.barControl
+                font: button.font
+                text: button.text
+            }
+        }
+    }
+
+    Keys.onEnterPressed: button.click()
+    Keys.onReturnPressed: button.click()
+}

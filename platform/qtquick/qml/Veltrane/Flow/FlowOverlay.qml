@@ -1,0 +1,30 @@
+import QtQuick
+
+// Everything a flow shows, over what its host shows.
+FocusScope {
+    id: overlay
+
+    required property FlowStage stage
+
+    LayoutMirroring.childrenInherit: true
+    LayoutMirroring.enabled: overlay.stage.mirrored
+    anchors.fill: parent
+    clip: true
+    visible: overlay.stage.showing
+    z: 1000
+
+    // What lies below hears neither clicks nor the wheel.
+    MouseArea {
+        acceptedButtons: Qt.AllButtons
+        anchors.fill: parent
+        hoverEnabled: true
+
+        onWheel: wheel => wheel.accepted = true
+    }
+    Repeater {
+        model: overlay.stage
+
+        delegate: FlowView {
+        }
+    }
+}

@@ -1,0 +1,136 @@
+import QtQuick
+
+// One view of the stage and how it comes and goes.
+FocusScope {
+    id: slot
+
+    required property ViewItem view
+    readonly property FlowStage stage: slot.view.stage
+    readonly property bool fades: slot.view.motion === ViewItem.Fade || slot.stage.reducedMotion
+    readonly property bool jumps: slot.view.motion === ViewItem.None || slot.stage.still
+
+    // Shares of the width towards the trailing edge, and of the height downwards.
+    property real shift: 0
+    property real lift: 0
+    // Has been on display.
+    property bool arrived: false
+
+    function come() {
+        if (!slot.arrived) {
+            slot.arrived = true;
+            slot.shift = slot.view.motion === ViewItem.Push && !slot.fades ? 1 : 0;
+            slot.lift = slot.view.motion === ViewItem.Modal && !slot.fades ? 1 : 0;
+            slot.opacity = slot.fades ? 0 : 1;
+        }
+        slot.visible = true;
+        slot.moveTo(0, 0, 1);
+    }
+    function follow() {
+        if (slot.view.phase === ViewItem.Shown)
+            slot.come();
+        else if (slot.view.phase === ViewItem.Leaving)
+            slot.leave();
+        else
+            slot.giveWay();
+    }
+    function giveWay() {
+        const aside = slot.view.motion === ViewItem.Push && !slot.fades ? -0.3 : 0;
+        slot.moveTo(aside, 0, 1);
+    }
+    function leave() {
+        if (slot.fades)
+            slot.moveTo(slot.shift, slot.lift, 0);
+        else if (slot.view.motion === ViewItem.Push)
+            slot.moveTo(1, 0, 1);
+        else
+            slot.moveTo(0, 1, 1);
+    }
+    function moveTo(shift, lift, opacity) {
+        moving.stop();
+        shifting.to = shift;
+        lifting.to = lift;
+        fading.to = opacity;
+        if (slot.jumps || !slot.visible) {
+            slot.shift = shift;
+            slot.lift = lift;
+            slot.opacity = opacity;
+            slot.rest();
+        } else {
+            moving.start();
+        }
+    }
+    function rest() {
+        slot.visible = slot.view.phase === ViewItem.Shown;
+        slot.view.settled();
+    }
+
+    enabled: slot.view.active
+    height: parent ? parent.height : 0
+    visible: false
+    width: parent ? parent.width : 0
+    x: Math.round(slot.shift * slot.width) * (slot.stage.mirrored ? -1 : 1)
+    y: Math.round(slot.lift * slot.height)
+
+    Component.onCompleted: {
+        loader.setSource(slot.view.source, {
+            "view": slot.view
+        });
+        slot.follow();
+    }
+    onEnabledChanged: if (slot.enabled)
+        slot.forceActiveFocus()
+
+    Connections {
+        target: slot.view
+
+        function onPhaseChanged() {
+            slot.follow();
+        }
+    }
+    Loader {
+        id: loader
+
+        anchors.fill: parent
+        focus: true
+
+        onLoaded: slot.view.content = loader.item as Item
+    }
+    ParallelAnimation {
+        id: moving
+
+        readonly property int duration: {
+            if (slot.stage.reducedMotion)
+                return 120;
+            if (slot.view.motion === ViewItem.Modal)
+                return 320;
+            return slot.view.motion === ViewItem.Push ? 280 : 160;
+        }
+
+        onFinished: slot.rest()
+
+        NumberAnimation {
+            id: shifting
+
+            duration: moving.duration
+            easing.type: Easing.OutCubic
+            property: "shift"
+            target: slot
+        }
+        NumberAnimation {
+            id: lifting
+
+            duration: moving.duration
+            easing.type: Easing.OutCubic
+            property: "lift"
+            target: slot
+        }
+        NumberAnimation {
+            id: fading
+
+            duration: moving.duration
+            easing.type: Easing.OutCubic
+            property: "opacity"
+            target: slot
+        }
+    }
+}

@@ -1,0 +1,140 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import Qt.labs.qmlmodels
+
+// The rows of a screen and the keyboard's way through them.
+ListView {
+    id: form
+
+    required property TemplateScreenItem screen
+
+    // Brings the keyboard to the first row, or the last one; false when no row takes it.
+    function enter(by) {
+        return form.focusRow(form.screen.rows.nextFocusRow(by > 0 ? -1 : form.count, by), by);
+    }
+    function focusRow(index, by) {
+        if (index < 0)
+            return false;
+        form.positionViewAtIndex(index, ListView.Contain);
+        const row = form.itemAtIndex(index) as FlowRow;
+        return row !== null && row.takeFocus(by);
+    }
+    // On opening: the first field, if it can be seen without scrolling.
+    function focusFirst() {
+        if (form.currentIndex >= 0 || !form.screen.active)
+            return;
+        let first = form.screen.rows.nextOpenField(-1);
+        if (first < 0)
+            first = form.screen.rows.nextFocusRow(-1, 1);
+        const row = form.itemAtIndex(first);
+        if (row !== null && row.y + row.height <= form.contentY + form.height)
+            form.focusRow(first, 1);
+    }
+    function step(by) {
+        const row = form.currentItem as FlowRow;
+        if (row !== null && row.activeFocus && row.step(by))
+            return true;
+        return form.focusRow(form.screen.rows.nextFocusRow(form.currentIndex, by), by);
+    }
+    // Return: on to the next field that waits, or the button's press.
+    function advance() {
+        const next = form.screen.rows.nextOpenField(form.currentIndex);
+        if (next >= 0)
+            form.focusRow(next, 1);
+        else
+            form.screen.rows.pressButton(form.currentIndex);
+    }
+    // The control of a row, brought into view: for programs that act as a user.
+    function controlAt(index) {
+        form.positionViewAtIndex(index, ListView.Contain);
+        const row = form.itemAtIndex(index) as FlowRow;
+        return row !== null && row.stops.length > 0 ? row.stops[0] : null;
+    }
+
+    Keys.onEnterPressed: form.advance()
+    Keys.onReturnPressed: form.advance()
+
+    bottomMargin: form.screen.marginBottom
+    boundsBehavior: Flickable.StopAtBounds
+    currentIndex: -1
+    highlightFollowsCurrentItem: false
+    keyNavigationEnabled: false
+    model: form.screen.rows
+    reuseItems: true
+    spacing: 12
+    topMargin: form.screen.marginTop
+
+    ScrollBar.vertical: ScrollBar {
+    }
+    delegate: DelegateChooser {
+        role: "cellClass"
+
+        DelegateChoice {
+            roleValue: "LabelTableViewCell"
+
+            LabelTableViewCell {
+                screen: form.screen
+            }
+        }
+        DelegateChoice {
+            roleValue: "ImageTableViewCell"
+
+            ImageTableViewCell {
+                screen: form.screen
+            }
+        }
+        DelegateChoice {
+            roleValue: "ButtonTableViewCell"
+
+            ButtonTableViewCell {
+                screen: form.screen
+            }
+        }
+        DelegateChoice {
+            roleValue: "TextFieldTableViewCell"
+
+            TextFieldTableViewCell {
+                screen: form.screen
+            }
+        }
+        DelegateChoice {
+            roleValue: "ToggleSwitchTableViewCell"
+
+            ToggleSwitchTableViewCell {
+                screen: form.screen
+            }
+        }
+        DelegateChoice {
+            roleValue: "DropdownTableViewCell"
+
+            DropdownTableViewCell {
+                screen: form.screen
+            }
+        }
+        DelegateChoice {
+            roleValue: "ShowPoweredByTableViewCell"
+
+            ShowPoweredByTableViewCell {
+                screen: form.screen
+            }
+        }
+        DelegateChoice {
+            TableViewCell {
+                screen: form.screen
+            }
+        }
+    }
+
+    onCountChanged: Qt.callLater(form.focusFirst)
+    // A keyboard on the screen takes its part of the height: the field stays in view above it.
+    onHeightChanged: if (form.currentIndex >= 0)
+        form.positionViewAtIndex(form.currentIndex, ListView.Contain)
+
+    Connections {
+        function onPhaseChanged() {
+            Qt.callLater(form.focusFirst);
+        }
+
+        target: form.screen
+    }
+}

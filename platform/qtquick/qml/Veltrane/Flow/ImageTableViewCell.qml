@@ -1,0 +1,13 @@
+import QtQuick
+
+// Keeps the room that the document gives the picture.
+FlowRow {
+    id: row
+
+    required property ImageCell cell
+
+    Item {
+        height: row.cell.height
+        width: parent.width
+    }
+}

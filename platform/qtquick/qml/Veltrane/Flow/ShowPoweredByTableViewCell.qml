@@ -1,0 +1,21 @@
+import QtQuick
+
+FlowRow {
+    id: row
+
+    required property Cell cell
+
+    Text {
+        id: label
+
+        Accessible.name: label.text
+        Accessible.role: Accessible.StaticText
+        color: row.screen.palette.muted
+        font.pixelSize: row.points(12)
+        horizontalAlignment: Text.AlignHCenter
+        text: qsTr("Powered by Veltrane")
+        topPadding: 4
+        width: parent.width
+        wrapMode: Text.Wrap
+    }
+}

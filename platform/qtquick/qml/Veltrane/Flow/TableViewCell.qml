@@ -1,0 +1,6 @@
+import QtQuick
+
+// A row of a class that this front end has no view for: nothing to see.
+FlowRow {
+    required property Cell cell
+}

@@ -1,0 +1,105 @@
+import QtQuick
+import QtQuick.Controls.Basic
+
+FlowRow {
+    id: row
+
+    required property TextFieldCell cell
+    // The user wants to see what is hidden.
+    property bool revealed: false
+
+    stops: row.cell.secure ? [field, show] : [field]
+
+    ListView.onPooled: row.revealed = false
+
+    Text {
+        id: caption
+
+        Accessible.ignored: true
+        color: row.cell.captionColor
+        font.pixelSize: row.points(14)
+        horizontalAlignment: Text.AlignLeft
+        text: row.cell.caption
+        textFormat: Text.PlainText
+        visible: caption.text !== ""
+        width: parent.width
+        wrapMode: Text.Wrap
+    }
+    TextField {
+        id: field
+
+        Accessible.name: row.cell.caption !== "" ? row.cell.caption : row.cell.placeholder
+        Accessible.passwordEdit: row.cell.secure
+        Accessible.role: Accessible.EditableText
+        activeFocusOnTab: false
+        bottomPadding: 12
+        color: row.screen.palette.input
+        echoMode: row.cell.secure && !row.revealed ? TextInput.Password : TextInput.Normal
+        focus: true
+        font.pixelSize: row.points(16)
+        horizontalAlignment: TextInput.AlignLeft
+        implicitHeight: Math.max(48, field.contentHeight + 24)
+        inputMethodHints: row.cell.inputHints
+        leftPadding: row.cell.secure && row.screen.stage.mirrored ? show.width : 14
+        objectName: "field"
+        passwordCharacter: "•"
+        passwordMaskDelay: 0
+        placeholderText: row.cell.placeholder
+        placeholderTextColor: row.screen.palette.muted
+        rightPadding: row.cell.secure && !row.screen.stage.mirrored ? show.width : 14
+        selectByMouse: true
+        selectedTextColor: row.screen.palette.onAccent
+        selectionColor: row.screen.palette.accent
+        text: row.cell.text
+        topPadding: 12
+        verticalAlignment: TextInput.AlignVCenter
+        width: parent.width
+        y: caption.visible ? caption.height + 6 : 0
+
+        background: Rectangle {
+            antialiasing: true
+            border.color: field.activeFocus ? row.screen.palette.focus : row.screen.palette.outline
+            border.width: field.activeFocus ? 2 : 1
+            color: row.screen.palette.background
+            radius: 10
+        }
+
+        onTextEdited: row.cell.edit(field.text)
+
+        AbstractButton {
+            id: show
+
+            Accessible.name: show.text
+            Accessible.role: Accessible.Button
+            activeFocusOnTab: false
+            anchors.bottom: parent.bottom
+            anchors.right: parent.right
+            anchors.top: parent.top
+            focusPolicy: Qt.NoFocus
+            objectName: "showControl"
+            text: row.revealed ? qsTr("Hide") : qsTr("Show")
+            visible: row.cell.secure
+            width: word.implicitWidth + 28
+
+            background: FocusRing {
+                anchors.margins: 6
+                border.color: row.screen.palette.focus
+                radius: 6
+                visible: show.activeFocus && row.ringVisible
+            }
+            contentItem: Text {
+                id: word
+
+                color: row.screen.palette.muted
+                font.pixelSize: row.points(14)
+                horizontalAlignment: Text.AlignHCenter
+                text: show.text
+                verticalAlignment: Text.AlignVCenter
+            }
+
+            Keys.onEnterPressed: show.click()
+            Keys.onReturnPressed: show.click()
+            onClicked: row.revealed = !row.revealed
+        }
+    }
+}

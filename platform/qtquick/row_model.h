@@ -1,0 +1,83 @@
+#pragma once
+
+#include <QAbstractListModel>
+#include <QtQml/qqmlregistration.h>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/qtquick/cell_items.h"
+#include "veltrane/toolkit/signal.h"
+#include "veltrane/toolkit/table_view.h"
+
+namespace veltrane::qtquick {
+
+/// What makes a row the same row after a reload.
+struct RowIdentity {
+  std::string className;
+  std::optional<std::string> key;
+
+  friend auto operator<=>(const RowIdentity&, const RowIdentity&) = default;
+};
+
+/// A table of the core as a list model. An item is made when a delegate first asks for its row, so
+/// a long list costs what is looked at. A reload inserts and removes the rows that differ and points
+/// the others at their new cells: a delegate that stays keeps its focus and caret.
+class RowModel : public QAbstractListModel {
+  Q_OBJECT
+  QML_NAMED_ELEMENT(RowModel)
+  QML_UNCREATABLE("Rows come from the screen")
+
+ public:
+  /// Tells a row's identity without making its cell.
+  using Identify = std::function<RowIdentity(std::size_t row)>;
+  enum Role { CellClassRole = Qt::UserRole + 1, CellRole };
+
+  /// The table outlives the model.
+  RowModel(TableView& table, Identify identify, Cell::PaletteSource palette);
+  ~RowModel() override;
+
+  int rowCount(const QModelIndex& parent = {}) const override;
+  QVariant data(const QModelIndex& index, int role) const override;
+  QHash<int, QByteArray> roleNames() const override;
+
+  /// The nearest row after (`step` 1) or before (-1) `row` that takes the keyboard's focus, -1 when
+  /// there is none.
+  Q_INVOKABLE int nextFocusRow(int row, int step) const;
+  /// The nearest row after `row` that waits to be filled in: a text field, or a dropdown without a
+  /// choice. -1 when there is none.
+  Q_INVOKABLE int nextOpenField(int row) const;
+  /// Presses the screen's button: the first one after `row`, else the first of all.
+  Q_INVOKABLE void pressButton(int row);
+  /// The class name of a row, empty for a row that is not there.
+  Q_INVOKABLE QString cellClass(int row) const;
+
+  /// Colours have changed.
+  void refresh();
+
+ private:
+  struct Row {
+    RowIdentity identity;
+    std::unique_ptr<Cell> item;
+  };
+
+  std::vector<RowIdentity> identities() const;
+  void reload();
+  void removeRun(std::size_t first, std::size_t count);
+  void insertRun(std::size_t first, const std::vector<RowIdentity>& from, std::size_t begin,
+                 std::size_t count);
+  void rebind();
+  bool isOpenField(std::size_t row) const;
+
+  TableView& table_;
+  Identify identify_;
+  Cell::PaletteSource palette_;
+  mutable std::vector<Row> rows_;
+  /// Items of rows that have gone; pooled delegates may still read them.
+  std::vector<std::unique_ptr<Cell>> retired_;
+  Subscription reloaded_;
+};
+
+}  // namespace veltrane::qtquick
