@@ -70,8 +70,9 @@ void ViewController::dismissPresented(bool animated, Reappear reappear) {
   if (isHost() || leaving->isAlert() || reappear == Reappear::no) return;
   showAfterPresented(animated);
   // The stack may have changed while it was covered: its top is what is seen now.
-  const auto navigation = navigation_.lock();
-  if (auto visible = navigation ? navigation->visibleScreen() : visibleScreen()) {
+  std::shared_ptr<ViewController> seen = navigation_.lock();
+  if (!seen) seen = shared_from_this();
+  if (auto visible = seen->visibleScreen()) {
     presentationDidChange({Transition::back, std::move(visible), animated});
   }
 }
