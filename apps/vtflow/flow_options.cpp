@@ -46,9 +46,8 @@ std::string withoutSlashAtEnd(std::string url) {
 
 CLI::Option* addRepeatable(CLI::App& command, const char* name, std::vector<std::string>& values,
                            const char* help) {
-  return command.add_option(name, values, help)
-      ->expected(1)
-      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  // One value each time, however many follow.
+  return command.add_option(name, values, help)->allow_extra_args(false);
 }
 
 void addServerOptions(CLI::App& command, FlowOptions& options) {

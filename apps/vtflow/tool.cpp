@@ -24,7 +24,8 @@ struct Options {
 struct Parser {
   explicit Parser(Options& options) {
     app.set_version_flag("--version", std::string("vtflow ") + VELTRANE_VERSION);
-    app.require_subcommand(1);
+    // None is told below: the parser would not name the word that is no command.
+    app.require_subcommand(0, 1);
     run->prefix_command();
     addDriveOptions(*drive, options.drive);
     addServeOptions(*serve, options.serve);
@@ -75,6 +76,7 @@ int runTool(int argumentCount, const char* const* arguments, Terminal terminal) 
   Parser parser(options);
   try {
     parser.app.parse(argumentCount, arguments);
+    if (parser.app.get_subcommands().empty()) throw CLI::RequiredError("A command");
   } catch (const CLI::ParseError& error) {
     return explain(parser, error, terminal);
   }

@@ -131,8 +131,7 @@ Platform Drive::allPorts() const {
 
 Activity Drive::activity() const {
   return {.isCalling = [this] { return transport_->underWay(RequestPurpose::call) > 0; },
-          .hasQueuedWork = [this] { return loop_->hasQueuedWork(); },
-          .isPolling = [this] { return transport_->underWay(RequestPurpose::polling) > 0; }};
+          .hasQueuedWork = [this] { return loop_->hasQueuedWork(); }};
 }
 
 }  // namespace

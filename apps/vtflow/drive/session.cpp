@@ -133,7 +133,7 @@ bool Session::isOver() const {
   if (interrupted_ || (result_ && stage_.wasDismissed())) return true;
   if (isBusy()) return false;
   if (!stage_.isFlowPresented()) return true;
-  return inputEnded_ && commands_.empty() && !activity_.isPolling();
+  return inputEnded_ && commands_.empty() && !stage_.isPolling();
 }
 
 void Session::pop(const Refusal& refusal) {

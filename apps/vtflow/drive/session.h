@@ -22,8 +22,6 @@ struct Activity {
   std::function<bool()> isCalling;
   /// Work is queued on the main queue, for now or for later.
   std::function<bool()> hasQueuedWork;
-  /// Something goes on by itself and may yet change what the user sees.
-  std::function<bool()> isPolling;
 };
 
 /// One run of the driver: answers commands in their order when the flow is ready for them, hears

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "veltrane/toolkit/main_queue.h"
 #include "veltrane/toolkit/navigation_controller.h"
 
 namespace veltrane::tool {
@@ -30,45 +29,27 @@ std::shared_ptr<NavigationController> asNavigation(const std::shared_ptr<ViewCon
 }  // namespace
 
 Stage::Stage(std::shared_ptr<HostViewController> host, LineWriter& out)
-    : host_(std::move(host)), out_(out), self_(std::make_shared<Stage*>(this)) {
+    : host_(std::move(host)), out_(out) {
   changes_ = host_->presentationChanged.subscribe(
       [this](const PresentationChange& change) { presentationChanged(change); });
 }
 
-Stage::~Stage() = default;
-
 void Stage::presentationChanged(const PresentationChange& change) {
-  const auto& controller = change.controller;
   if (change.transition == Transition::dismissed) {
-    left(controller);
-  } else if (const auto alert = std::dynamic_pointer_cast<AlertController>(controller)) {
-    if (alert->style() == AlertStyle::alert) later([this, alert] { writeAlert(*alert); });
+    left(change.controller);
+  } else if (change.transition == Transition::alert) {
+    const auto& alert = static_cast<const AlertController&>(*change.controller);
+    if (alert.style() == AlertStyle::alert) writeAlert(alert);
   } else {
-    appeared(change);
-  }
-}
-
-void Stage::appeared(const PresentationChange& change) {
-  // Makes the adapter now, so that it hears of all that changes from here on.
-  entryOf(change.controller);
-  later([this, controller = change.controller, how = word(change.transition)] {
-    writeScreen(entryOf(controller), how);
+    writeScreen(entryOf(change.controller), word(change.transition));
     writeLoading();
-  });
+  }
 }
 
 void Stage::left(const std::shared_ptr<ViewController>& controller) {
   if (!asNavigation(controller) || isFlowPresented()) return;
-  later([this] {
-    dismissed_ = true;
-    out_.write(Event("dismissed"));
-  });
-}
-
-void Stage::later(std::function<void()> write) {
-  MainQueue::current().async([self = std::weak_ptr(self_), write = std::move(write)] {
-    if (self.lock()) write();
-  });
+  dismissed_ = true;
+  out_.write(Event("dismissed"));
 }
 
 /// What lies on top of all that the host presents; null when it presents nothing.
@@ -95,22 +76,24 @@ std::shared_ptr<AlertController> Stage::alertOnDisplay() const {
   return std::dynamic_pointer_cast<AlertController>(front(true));
 }
 
+bool Stage::isPolling() const {
+  return std::any_of(entries_.begin(), entries_.end(),
+                     [](const Entry& entry) { return entry.adapter->isPolling(); });
+}
+
 Stage::Entry& Stage::entryOf(const std::shared_ptr<ViewController>& controller) {
   std::erase_if(entries_, [](const Entry& entry) { return !entry.adapter->controller(); });
   const auto isIts = [&](const Entry& entry) { return entry.adapter->controller() == controller; };
   const auto known = std::find_if(entries_.begin(), entries_.end(), isIts);
   if (known != entries_.end()) return *known;
   const auto number = ++lastNumber_;
-  entries_.push_back(
-      {number, ScreenAdapter::make(controller, listenerFor(number, controller)), false});
+  entries_.push_back({number, ScreenAdapter::make(controller, listenerFor(number, controller))});
   return entries_.back();
 }
 
 ScreenListener Stage::listenerFor(std::int64_t number, std::weak_ptr<ViewController> controller) {
   const auto replaced = [this, controller = std::move(controller)] {
-    later([this, controller] {
-      if (const auto screen = controller.lock()) writeScreen(entryOf(screen), "reload");
-    });
+    if (const auto screen = controller.lock()) writeScreen(entryOf(screen), "reload");
   };
   const auto rowChanged = [this, number](const JSON& row) {
     out_.write(Event("row").set("screen", JSON(number)).set("row", row));
@@ -128,17 +111,18 @@ bool Stage::writeSnapshot() {
 }
 
 void Stage::writeScreen(Entry& entry, std::string_view how) {
-  const auto controller = entry.adapter->controller();
+  // Describing makes rows, which may report at once: the list of entries may change meanwhile.
+  auto& adapter = *entry.adapter;
+  const auto controller = adapter.controller();
   const auto navigation = asNavigation(host_->presentedViewController());
-  entry.told = true;
   Event event("screen");
   event.set("screen", JSON(entry.number))
       .set("controller", JSON(controller->className()))
       .set("how", JSON(how))
       .set("depth", countValue(navigation ? navigation->viewControllers().size() : 0));
-  for (const auto& [field, value] : entry.adapter->describe()) event.set(field, value);
+  for (const auto& [field, value] : adapter.describe()) event.set(field, value);
   out_.write(event);
-  newScreen_ = newScreen_ || !entry.adapter->isStartScreen();
+  newScreen_ = newScreen_ || !adapter.isStartScreen();
 }
 
 void Stage::writeAlert(const AlertController& alert) {
@@ -151,10 +135,8 @@ void Stage::writeAlert(const AlertController& alert) {
 }
 
 void Stage::writeLoading() {
-  const auto screen = front(false);
-  const auto* const entry = screen ? &entryOf(screen) : nullptr;
-  if (entry && !entry->told) return;
-  const bool loading = entry && entry->adapter->isLoading();
+  const auto* const screen = screenOnDisplay();
+  const bool loading = screen && screen->isLoading();
   if (std::exchange(loadingTold_, loading) == loading) return;
   out_.write(Event("loading").set("visible", JSON(loading)));
 }

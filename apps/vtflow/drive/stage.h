@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <string_view>
@@ -16,20 +15,19 @@
 namespace veltrane::tool {
 
 /// What the user has before them: follows the presentation under a host's controller and writes the
-/// "screen", "row", "loading", "alert" and "dismissed" events. Main thread only.
-///
-/// A screen settles in work that it queues while it loads, so the events of a presentation are
-/// written behind that work, in the order in which things happened.
+/// "screen", "row", "loading", "alert" and "dismissed" events, each as it happens. Main thread
+/// only.
 class Stage {
  public:
   Stage(std::shared_ptr<HostViewController> host, LineWriter& out);
-  ~Stage();
 
   /// Null while no flow is presented.
   ScreenAdapter* screenOnDisplay();
   /// The message box over the screen; null when there is none.
   std::shared_ptr<AlertController> alertOnDisplay() const;
   bool isFlowPresented() const { return host_->presentedViewController() != nullptr; }
+  /// A screen of the flow, on display or under another, asks the server from time to time.
+  bool isPolling() const;
   /// A flow was presented and has been dismissed since, and this has been told.
   bool wasDismissed() const { return dismissed_; }
 
@@ -47,8 +45,6 @@ class Stage {
   struct Entry {
     std::int64_t number;
     std::unique_ptr<ScreenAdapter> adapter;
-    /// Its first "screen" event has been written.
-    bool told;
   };
 
   void presentationChanged(const PresentationChange& change);
@@ -60,7 +56,6 @@ class Stage {
   void writeScreen(Entry& entry, std::string_view how);
   void writeAlert(const AlertController& alert);
   void writeLoading();
-  void later(std::function<void()> write);
 
   std::shared_ptr<HostViewController> host_;
   LineWriter& out_;
@@ -70,8 +65,6 @@ class Stage {
   bool newScreen_ = false;
   bool dismissed_ = false;
   Subscription changes_;
-  /// What queued work looks at before it touches this object.
-  std::shared_ptr<Stage*> self_;
 };
 
 }  // namespace veltrane::tool

@@ -51,6 +51,8 @@ class ScreenAdapter {
   /// The screen's own fields as it looks now. From then on the listener hears of changes.
   virtual Dictionary describe() { return {}; }
   virtual bool isLoading() const { return false; }
+  /// The screen asks the server from time to time and may change by itself.
+  virtual bool isPolling() const { return false; }
   /// The screen that is there until the flow's first one is.
   virtual bool isStartScreen() const { return false; }
 

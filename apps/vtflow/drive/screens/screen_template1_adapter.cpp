@@ -133,6 +133,11 @@ bool ScreenTemplate1Adapter::isLoading() const {
   return screen && !screen->loading.isHidden;
 }
 
+bool ScreenTemplate1Adapter::isPolling() const {
+  const auto screen = screen_.lock();
+  return screen && screen->isPolling();
+}
+
 template <typename Cell, typename Act>
 Refusal ScreenTemplate1Adapter::act(const RowName& name, const char* kind, Act act) {
   const auto screen = screen_.lock();

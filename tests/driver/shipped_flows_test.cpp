@@ -1,0 +1,52 @@
+#include <fstream>
+
+#include "tests/driver/driver_test.h"
+
+namespace veltrane::testing {
+namespace {
+
+std::vector<std::filesystem::path> shippedFlows() {
+  std::vector<std::filesystem::path> files;
+  for (const auto& entry : std::filesystem::directory_iterator(sandbox::shippedFlowsFolder())) {
+    if (entry.path().extension() == ".json") files.push_back(entry.path());
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+std::string testName(const ::testing::TestParamInfo<std::filesystem::path>& info) {
+  auto name = info.param.stem().string();
+  std::replace_if(
+      name.begin(), name.end(), [](unsigned char c) { return !std::isalnum(c); }, '_');
+  return name;
+}
+
+/// Each flow that comes with the server says how it is driven and how it ends.
+class ShippedFlow : public ::testing::TestWithParam<std::filesystem::path> {};
+
+TEST_P(ShippedFlow, EndsAsItsFileSays) {
+  const auto& file = GetParam();
+  std::ifstream stream(file);
+  const auto flow = json::parse(stream);
+  const ScratchFolder folder;
+  const sandbox::Server server({.stateFolder = folder.path(), .flowFiles = {file}});
+  DriverProcess driver({"drive", "--company", "acme", "--flow", file.stem().string(), "--base-url",
+                        server.baseURL(), "--ca", server.authorityFile().string()});
+  for (const auto& command : flow.value("demo", json::array())) driver.send(command);
+  driver.closeInput();
+  const auto expected = flow.value("expect", json::object());
+  EXPECT_EQ(driver.wait(), expected.value("exit", 0)) << driver.output();
+  EXPECT_TRUE(driver.events("refused").empty()) << driver.output();
+  const auto results = driver.events("result");
+  for (const char* const field : {"reason", "message", "code"}) {
+    if (!expected.contains(field)) continue;
+    ASSERT_EQ(results.size(), 1);
+    EXPECT_EQ(results.front().at("error").at(field), expected.at(field));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, ShippedFlow, ::testing::ValuesIn(shippedFlows()), testName);
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(ShippedFlow);
+
+}  // namespace
+}  // namespace veltrane::testing

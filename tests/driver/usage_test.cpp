@@ -1,0 +1,101 @@
+#include <sstream>
+
+#include "apps/vtflow/drive/drive_options.h"
+#include "apps/vtflow/tool.h"
+#include "apps/vtflow/window/run_command.h"
+#include "tests/driver/driver_test.h"
+
+namespace veltrane::testing {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+struct Outcome {
+  int status;
+  std::string text;
+  std::string errors;
+};
+
+Outcome run(std::vector<const char*> arguments) {
+  std::ostringstream text;
+  std::ostringstream errors;
+  arguments.insert(arguments.begin(), "vtflow");
+  const auto count = static_cast<int>(arguments.size());
+  const int status = tool::runTool(count, arguments.data(),
+                                   {.input = -1, .output = -1, .text = text, .errors = errors});
+  return {status, text.str(), errors.str()};
+}
+
+TEST(Usage, WrongUseIsStatusTwoAndOneLineThatNamesIt) {
+  struct Wrong {
+    std::vector<const char*> arguments;
+    const char* named;
+  };
+  const Wrong wrong[] = {
+      {{}, "command"},
+      {{"fly"}, "fly"},
+      {{"drive"}, "--company"},
+      {{"drive", "--company"}, "--company"},
+      {{"drive", "--company", "a", "--company", "b"}, "--company"},
+      {{"drive", "--company", "a", "--fly"}, "--fly"},
+      {{"drive", "--company", "a", "stray"}, "stray"},
+      {{"drive", "--company", "a", "--flow"}, "--flow"},
+      {{"drive", "--company", "a", "--timeout", "soon"}, "--timeout"},
+      {{"drive", "--company", "a", "--prop", "key"}, "--prop"},
+      {{"drive", "--company", "a", "--prop", "=1"}, "--prop"},
+      {{"drive", "--company", "a", "--prop", "a=1", "b=2"}, "b=2"},
+      {{"drive", "--company", "a", "--theme", "labelTextColor"}, "--theme"},
+      {{"drive", "--company", "a", "--theme", "shade=#fff"}, "shade"},
+      {{"drive", "--company", "a", "--screen", "390"}, "--screen"},
+      {{"drive", "--company", "a", "--user-verification", "perhaps"}, "--user-verification"},
+      {{"drive", "--company", "a", "--camera", "/nowhere/at/all.png"}, "--camera"},
+      {{"drive", "--company", "a", "--ca", "/nowhere/at/all.pem"}, "--ca"},
+      {{"drive", "--company", "a", "--sandbox=perhaps"}, "--sandbox"},
+      {{"serve", "--port", "70000"}, "--port"},
+      {{"serve", "--flows", "/nowhere/at/all"}, "--flows"},
+  };
+  for (const auto& [arguments, named] : wrong) {
+    const auto outcome = run(arguments);
+    EXPECT_EQ(outcome.status, 2) << named;
+    EXPECT_THAT(outcome.errors, HasSubstr(named));
+    EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
+    EXPECT_THAT(outcome.text, IsEmpty()) << named;
+  }
+}
+
+TEST(Usage, HelpAndVersionAreThereForEachCommand) {
+  EXPECT_THAT(run({"--help"}).text, HasSubstr("drive"));
+  EXPECT_THAT(run({"drive", "--help"}).text, HasSubstr("--user-verification"));
+  EXPECT_THAT(run({"serve", "--help"}).text, HasSubstr("--flows"));
+  EXPECT_THAT(run({"--version"}).text, HasSubstr("vtflow "));
+  for (const char* const option : {"--help", "--version"}) EXPECT_EQ(run({option}).status, 0);
+}
+
+TEST(Usage, ScreenSizesAreReadStrictly) {
+  const auto size = tool::parseScreenSize("390.5x844@2");
+  ASSERT_TRUE(size);
+  EXPECT_EQ(size->width, 390.5);
+  EXPECT_EQ(size->height, 844);
+  EXPECT_EQ(size->scale, 2);
+  for (const char* const text : {"", "x@", "390x844", "390x844@", "390x844@0", "-1x844@2",
+                                 "390x844@2x", " 390x844@2", "infx844@2", "390,844@2"}) {
+    EXPECT_FALSE(tool::parseScreenSize(text)) << text;
+  }
+}
+
+TEST(Usage, TheWindowProgramIsLookedForWhereItCanBe) {
+  const ScratchFolder folder;
+  const auto bin = folder.path() / "bin";
+  const auto libexec = folder.path() / "libexec";
+  std::filesystem::create_directories(bin);
+  std::filesystem::create_directories(libexec / "vtflow-window");  // A folder is no program.
+  EXPECT_FALSE(tool::findWindowProgram(bin));
+  std::filesystem::copy_file("/bin/true", bin / "vtflow-window");
+  const auto found = tool::findWindowProgram(bin);
+  ASSERT_TRUE(found);
+  EXPECT_TRUE(std::filesystem::equivalent(*found, bin / "vtflow-window"));
+}
+
+}  // namespace
+}  // namespace veltrane::testing
