@@ -1,0 +1,185 @@
+#include <functional>
+#include <vector>
+
+#include "tests/sandbox/sandbox_fixture.h"
+
+namespace veltrane::sandbox::test {
+namespace {
+
+using testing::HasSubstr;
+
+struct Wrong {
+  const char* what;  // part of the message
+  std::function<void(Request&)> spoil;
+};
+
+void setHeader(Request& request, const std::string& name, const std::string& value) {
+  request.headers.erase(name);
+  request.headers.emplace(name, value);
+}
+
+class StrictnessTest : public SandboxTest {
+ protected:
+  /// Spoils a good request in each way and looks at the refusal.
+  void expectRefused(const Request& good, const std::vector<Wrong>& wrongs) const {
+    ASSERT_EQ(send(good)->status, 200) << "the request was to be good";
+    for (const Wrong& wrong : wrongs) {
+      SCOPED_TRACE(wrong.what);
+      Request request = good;
+      wrong.spoil(request);
+      const auto answer = send(request);
+      ASSERT_TRUE(answer);
+      EXPECT_EQ(answer->status, 400);
+      const json body = json::parse(answer->body);
+      EXPECT_THAT(body["message"].get<std::string>(), HasSubstr(wrong.what));
+      EXPECT_EQ(body["httpResponseCode"], 400);
+      EXPECT_NE(body["code"], "");
+    }
+  }
+
+  static std::function<void(Request&)> withBody(const std::function<void(json&)>& change) {
+    return [change](Request& request) {
+      json body = goodBody();
+      change(body);
+      request.body = body.dump();
+    };
+  }
+
+  static std::function<void(Request&)> inPath(const std::string& old, const std::string& fresh) {
+    return [old, fresh](Request& request) {
+      request.path.replace(request.path.find(old), old.size(), fresh);
+    };
+  }
+};
+
+TEST_F(StrictnessTest, refusesWrongPathsMethodsAndHeaders) {
+  const auto header = [](const char* name, const char* value) {
+    return [name, value](Request& request) { setHeader(request, name, value); };
+  };
+  const auto without = [](const char* name) {
+    return [name](Request& request) { request.headers.erase(name); };
+  };
+  expectRefused(
+      startOf("shop"),
+      {{"must begin with \"/v1/\"", inPath("/v1/", "/v2/")},
+       {"nothing at this path", inPath("/start", "/begin")},
+       {"nothing at this path", inPath("/flows/", "/flow/")},
+       {"company id", inPath("acme", "")},
+       {"has no query", inPath("/start", "/start?a=b")},
+       {"must be POST", [](Request& request) { request.method = "PUT"; }},
+       {"must be POST", [](Request& request) { request.method = "GET"; }},
+       {"\"Authorization\" is missing", without("Authorization")},
+       {"\"Bearer \"", header("Authorization", "Basic YTpi")},
+       {"\"Bearer \"", header("Authorization", "Bearer a b")},
+       {"comes twice",
+        [](Request& request) { request.headers.emplace("Authorization", "Bearer x"); }},
+       {"\"Content-Type\" must be", header("Content-Type", "text/plain")},
+       {"\"Content-Type\" must be", header("Content-Type", "application/json; charset=utf-8")},
+       {"\"vt-agent\" is missing", without("vt-agent")},
+       {"\"vt-agent\" must be", header("vt-agent", "ios, sdkVersion: 0.0.1, OSVersion: 14.4")},
+       {"\"vt-agent\" must be", header("vt-agent", "ios, sdkVersion: 0.0.2, OSVersion: 14.4.0")},
+       {"\"vt-agent\" must be", header("vt-agent", "ios, sdkVersion: 0.0.1, OSVersion: 1.2.3.4")},
+       {"no JSON object", [](Request& request) { request.body = "[]"; }},
+       {"no JSON.", [](Request& request) { request.body = "{"; }}});
+}
+
+TEST_F(StrictnessTest, refusesWrongEvents) {
+  std::vector<Wrong> wrongs{
+      {"no JSON.", [](Request& request) { request.body.clear(); }},
+      {"The query must be", inPath("?interactionId=", "?interaction=")},
+      {"The query must be", [](Request& request) { request.path += "&x=1"; }},
+      {"no interaction", inPath("interactionId=", "interactionId=other-")},
+      {"connectionId of the body", inPath("conn-1", "conn-2")},
+      {"capabilityName of the body", inPath("/buy", "/sell")},
+      {"another company", inPath("acme", "other")},
+      {"no event", withBody([](json& body) { body["eventName"] = "steal"; })},
+      {"is empty", withBody([](json& body) { body["eventName"] = ""; })},
+      {"has the id", withBody([](json& body) { body["id"] = "doc-2"; })},
+      {"no object", withBody([](json& body) { body["parameters"] = json::array(); })},
+      {"\"extra\", which no event", withBody([](json& body) { body["extra"] = 1; })},
+      {"has no connection", [](Request& request) {
+         inPath("conn-1", "conn-2")(request);
+         withBody([](json& body) { body["connectionId"] = "conn-2"; })(request);
+       }}};
+  const json body = goodBody();
+  for (const auto& entry : body.items()) {
+    const std::string key = entry.key();
+    wrongs.push_back({"is missing", withBody([key](json& body) { body.erase(key); })});
+    wrongs.push_back({"is no ", withBody([key](json& body) { body[key] = 7; })});
+  }
+  expectRefused(goodEvent(), wrongs);
+}
+
+TEST_F(StrictnessTest, takesWhatClientsMaySendOtherwise) {
+  Request request = startOf("shop", R"({"locale": "en"})");
+  setHeader(request, "Authorization", "Bearer");  // an empty token, its blank trimmed
+  request.path = "/v1/auth/acme%20inc/policy/shop/start";
+  const auto answer = send(request);
+  ASSERT_EQ(answer->status, 200);
+  const json document = json::parse(answer->body);
+  EXPECT_EQ(document["companyId"], "acme inc");
+  EXPECT_EQ(document["flowId"], "shop");
+  EXPECT_NE(document["interactionId"], json::parse(send(startOf("shop"))->body)["interactionId"]);
+}
+
+TEST_F(StrictnessTest, knowsNoOtherFlow) {
+  const auto answer = send(startOf("shoe"));
+  EXPECT_EQ(answer->status, 404);
+  const json body = json::parse(answer->body);
+  EXPECT_EQ(body["code"], "unknownFlow");
+  EXPECT_THAT(body["message"].get<std::string>(), HasSubstr("\"shoe\""));
+}
+
+TEST_F(StrictnessTest, eventsFollowTheDocumentThatAnAnswerBrings) {
+  server->addFlow("two", R"({
+    "start": {"id": "first", "companyId": "acme", "connectionId": "c1", "capabilityName": "k",
+              "interactionId": "i-1"},
+    "events": {
+      "go": [{"answer": {"screen": {"id": "second", "companyId": "acme", "interactionId": "i-1",
+        "methods": [{"connectionId": "c2", "capabilityName": "m"}]}}}],
+      "end": [{"when": {"id": "second"}, "answer": {"success": 1}}]}})");
+  const auto event = [](const std::string& name, const std::string& id, const std::string& conn,
+                        const std::string& capability) {
+    const json body{{"eventName", name},
+                    {"id", id},
+                    {"connectionId", conn},
+                    {"capabilityName", capability},
+                    {"parameters", json::object()}};
+    return Request{.path = "/v1/auth/acme/connections/" + conn + "/capabilities/" + capability +
+                           "?interactionId=i-1",
+                   .body = body.dump()};
+  };
+  ASSERT_EQ(send(startOf("two"))->status, 200);
+  EXPECT_EQ(send(event("end", "second", "c2", "m"))->status, 400) << "not sent yet";
+  EXPECT_EQ(send(event("go", "first", "c1", "k"))->status, 200);
+  EXPECT_EQ(send(event("end", "second", "c2", "m"))->status, 200);
+  EXPECT_EQ(send(event("end", "second", "c1", "k"))->status, 400) << "the first one's connection";
+}
+
+TEST_F(StrictnessTest, recordsRequestsAndLogsNoSecrets) {
+  std::mutex mutex;
+  std::vector<std::string> lines;
+  server.reset();
+  start({.log = [&](const std::string& line) {
+    const std::lock_guard lock(mutex);
+    lines.push_back(line);
+  }});
+  Request request = goodEvent();
+  server->clearRequests();
+  request.body = "not a body";
+  send(request);
+  const auto recorded = server->requests();
+  ASSERT_EQ(recorded.size(), 1U);
+  EXPECT_EQ(recorded[0].method, "POST");
+  EXPECT_EQ(recorded[0].path, request.path);
+  EXPECT_EQ(recorded[0].body, "not a body");
+  EXPECT_EQ(recorded[0].header("AUTHORIZATION"), "Bearer some-token");
+  EXPECT_EQ(recorded[0].header("remote_addr"), "");
+  server.reset();
+  ASSERT_EQ(lines.size(), 2U);
+  EXPECT_THAT(lines[0], testing::MatchesRegex("POST /v1/auth/acme/flows/shop/start 200 [0-9]+ ms"));
+  EXPECT_THAT(lines[1], testing::MatchesRegex("POST .*/buy 400 .badBody. [0-9]+ ms"));
+}
+
+}  // namespace
+}  // namespace veltrane::sandbox::test
