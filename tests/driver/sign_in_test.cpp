@@ -152,6 +152,7 @@ TEST_F(SignIn, GoesBackToTheFirstStepAndOnAgain) {
   giveName(driver);
   driver.send({{"do", "back"}});
   const auto who = driver.untilScreen();
+  EXPECT_EQ(driver.until("done").at("do"), "back");
   EXPECT_EQ(who.at("how"), "back");
   EXPECT_EQ(who.at("depth"), 1);
   EXPECT_EQ(rowOfKey(who, "username").at("text"), "carol");

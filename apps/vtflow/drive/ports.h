@@ -1,9 +1,8 @@
 #pragma once
 
-#include <atomic>
-#include <cstddef>
-#include <functional>
 #include <memory>
+#include <string_view>
+#include <utility>
 
 #include "apps/vtflow/drive/line_writer.h"
 #include "veltrane/base/console.h"
