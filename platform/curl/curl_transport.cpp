@@ -1,8 +1,11 @@
 #include "platform/curl/curl_transport.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <mutex>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 #include "platform/curl/worker.h"
 
@@ -24,55 +27,67 @@ class Handle final : public HTTPRequestHandle {
   std::weak_ptr<Worker> worker_;
 };
 
-/// Threads whose transport went away inside a completion. They end by themselves; the program waits
-/// for them at its end, before the libraries that they use are torn down.
-class Stragglers {
+/// The workers whose threads run, those whose transport went away inside a completion included.
+/// What is left when the program ends is ended before the libraries below are torn down.
+class Workers {
  public:
-  ~Stragglers() {
-    for (auto& thread : threads_) {
-      if (thread.get_id() == std::this_thread::get_id()) {
-        thread.detach();
-      } else {
-        thread.join();
-      }
-    }
+  void add(std::shared_ptr<Worker> worker) {
+    std::lock_guard lock(mutex_);
+    const auto ended = std::partition(running_.begin(), running_.end(),
+                                      [](const auto& each) { return !each->hasEnded(); });
+    std::for_each(ended, running_.end(), [](const auto& each) { each->end(); });
+    running_.erase(ended, running_.end());
+    running_.push_back(std::move(worker));
   }
 
-  void add(std::thread thread) {
+  /// False when the end of the program was quicker.
+  bool take(const std::shared_ptr<Worker>& worker) {
     std::lock_guard lock(mutex_);
-    threads_.push_back(std::move(thread));
+    return std::erase(running_, worker) > 0;
+  }
+
+  void endAll() {
+    std::vector<std::shared_ptr<Worker>> left;
+    {
+      std::lock_guard lock(mutex_);
+      left.swap(running_);
+    }
+    for (const auto& worker : left) worker->end();
   }
 
  private:
   std::mutex mutex_;
-  std::vector<std::thread> threads_;
+  std::vector<std::shared_ptr<Worker>> running_;
 };
 
-Stragglers& stragglers() {
-  static Stragglers all;
-  return all;
+/// Never destroyed: transports in static objects come here after everything else.
+Workers& workers() {
+  static auto* all = new Workers;
+  return *all;
 }
 
 void startLibrary() {
-  static const CURLcode result = curl_global_init(CURL_GLOBAL_DEFAULT);
-  if (result != CURLE_OK) throw std::runtime_error("libcurl could not be started");
-  stragglers();  // made after the library, so that it ends before
+  static const bool started = [] {
+    if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) return false;
+    // After the library's own, so that it is called before them.
+    return std::atexit([] { workers().endAll(); }) == 0;
+  }();
+  if (!started) throw std::runtime_error("libcurl could not be started");
 }
 
 }  // namespace
 
 CurlTransport::CurlTransport(Options options) {
   startLibrary();
-  worker_ = std::make_shared<Worker>(options);
-  thread_ = std::thread([worker = worker_] { worker->run(); });
+  worker_ = Worker::start(options);
+  workers().add(worker_);
 }
 
 CurlTransport::~CurlTransport() {
-  worker_->stop();
-  if (thread_.get_id() == std::this_thread::get_id()) {
-    stragglers().add(std::move(thread_));
-  } else {
-    thread_.join();
+  if (worker_->isThisThread()) {
+    worker_->stop();
+  } else if (workers().take(worker_)) {
+    worker_->end();
   }
 }
 

@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <thread>
 #include <vector>
 
 #include "veltrane/network/http_transport.h"
@@ -36,7 +35,8 @@ struct Options {
 /// Completions run on the transport's thread, one at a time: a slow one delays all others.
 /// Dropping the transport ends what is under way in silence, as dropping every handle would, and
 /// waits for a completion that is running; it may be done inside a completion, which then runs on.
-/// Handles and tasks may outlive the transport.
+/// Handles and tasks may outlive the transport. One that still lives when the program ends, in a
+/// static object say, is ended as the first thing that `exit` does.
 class CurlTransport final : public HTTPTransport {
  public:
   explicit CurlTransport(Options options);
@@ -50,7 +50,6 @@ class CurlTransport final : public HTTPTransport {
 
  private:
   std::shared_ptr<Worker> worker_;
-  std::thread thread_;
 };
 
 /// A transport and its thread. Throws std::runtime_error when libcurl cannot be started.

@@ -6,6 +6,13 @@
 
 namespace veltrane::curl {
 
+std::shared_ptr<Worker> Worker::start(const Options& options) {
+  auto worker = std::make_shared<Worker>();
+  worker->engine_ = std::make_unique<Engine>(options);
+  worker->thread_ = std::thread([worker] { worker->run(); });
+  return worker;
+}
+
 std::shared_ptr<Exchange> Worker::add(HTTPRequest request, HTTPTransport::Completion completion) {
   auto wakeUp = [weak = weak_from_this()] {
     if (const auto worker = weak.lock()) worker->wake();
@@ -46,15 +53,26 @@ void Worker::stop() {
   wake();
 }
 
+void Worker::end() {
+  stop();
+  if (!isThisThread()) thread_.join();
+}
+
+bool Worker::hasEnded() const {
+  std::lock_guard lock(mutex_);
+  return !engine_;
+}
+
 void Worker::wake() {
-  curl_multi_wakeup(engine_.multi.get());
+  std::lock_guard lock(mutex_);
+  if (engine_) curl_multi_wakeup(engine_->multi.get());
 }
 
 void Worker::run() {
   while (takeIncoming()) {
     endUnwanted();
     perform();
-    curl_multi_poll(engine_.multi.get(), nullptr, 0, millisecondsToDeadline(), nullptr);
+    curl_multi_poll(engine_->multi.get(), nullptr, 0, millisecondsToDeadline(), nullptr);
   }
   abandonAll();
 }
@@ -67,7 +85,7 @@ bool Worker::takeIncoming() {
     incoming.swap(incoming_);
   }
   for (auto& exchange : incoming) {
-    if (exchange->state() == HTTPTaskState::running && exchange->start(engine_)) {
+    if (exchange->state() == HTTPTaskState::running && exchange->start(*engine_)) {
       active_.emplace(exchange->number(), std::move(exchange));
     } else {
       finish(exchange, std::nullopt);
@@ -91,9 +109,9 @@ void Worker::endUnwanted() {
 
 void Worker::perform() {
   int running = 0;
-  curl_multi_perform(engine_.multi.get(), &running);
+  curl_multi_perform(engine_->multi.get(), &running);
   int left = 0;
-  while (const CURLMsg* message = curl_multi_info_read(engine_.multi.get(), &left)) {
+  while (const CURLMsg* message = curl_multi_info_read(engine_->multi.get(), &left)) {
     if (message->msg != CURLMSG_DONE) continue;
     char* owner = nullptr;
     curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &owner);
@@ -103,7 +121,7 @@ void Worker::perform() {
 
 void Worker::transferEnded(Exchange* ended, CURLcode result) {
   std::optional<HTTPResponse> response;
-  if (ended->goesOn(engine_, result, response)) return;
+  if (ended->goesOn(*engine_, result, response)) return;
   const auto place = active_.find(ended->number());
   const auto exchange = place->second;
   active_.erase(place);
@@ -146,6 +164,9 @@ void Worker::abandonAll() {
   for (const auto& [number, exchange] : active_) exchange->endTransfer();
   active_.clear();
   for (const auto& [number, exchange] : open) exchange->revoke();
+  // Here and not with the last owner, who may come when the libraries below have been torn down.
+  std::lock_guard lock(mutex_);
+  engine_.reset();
 }
 
 }  // namespace veltrane::curl

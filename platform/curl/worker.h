@@ -4,31 +4,38 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #include "platform/curl/exchange.h"
 
 namespace veltrane::curl {
 
-/// The transport's thread and what it shares with callers. Lives as long as the thread or the
-/// transport, whichever ends last.
+/// The transport's thread and what it shares with callers.
 class Worker : public std::enable_shared_from_this<Worker> {
  public:
-  explicit Worker(const Options& options) : engine_(options) {}
+  /// Starts the thread; `end` must follow. Throws std::runtime_error when libcurl does not start.
+  static std::shared_ptr<Worker> start(const Options& options);
 
   // From any thread.
   std::shared_ptr<Exchange> add(HTTPRequest request, HTTPTransport::Completion completion);
   void drop(Exchange& exchange);
   std::vector<std::shared_ptr<HTTPTask>> tasks() const;
-  void stop();
   void wake();
 
-  /// The thread: returns after `stop`, every exchange ended.
-  void run();
+  /// Makes the thread end every exchange in silence, let go of libcurl and return.
+  void stop();
+  /// Stops and waits, except on the thread itself. Called once, at the latest when the program
+  /// ends.
+  void end();
+  /// Whether the thread has nothing left to do.
+  bool hasEnded() const;
+  bool isThisThread() const { return thread_.get_id() == std::this_thread::get_id(); }
 
  private:
   using Exchanges = std::map<std::uint64_t, std::shared_ptr<Exchange>>;  // oldest first
 
+  void run();
   bool takeIncoming();
   void endUnwanted();
   void perform();
@@ -37,8 +44,9 @@ class Worker : public std::enable_shared_from_this<Worker> {
   int millisecondsToDeadline() const;
   void abandonAll();
 
-  Engine engine_;
-  Exchanges active_;  // the thread's
+  std::thread thread_;
+  Exchanges active_;                // the thread's
+  std::unique_ptr<Engine> engine_;  // the thread's, but for waking it
 
   mutable std::mutex mutex_;
   bool stopped_ = false;

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <cstdlib>
 
 #include "tests/transport/exchanges.h"
 
@@ -176,6 +177,23 @@ TEST_F(Lifecycle, TheTransportMayGoInsideACompletion) {
     EXPECT_FALSE(silentCalled);
   }
   EXPECT_TRUE(server.waitUntilIdle());
+}
+
+// Made before libcurl starts and thus destroyed after it, as a host's global may be.
+std::shared_ptr<curl::CurlTransport> keptToTheEnd;
+std::unique_ptr<HTTPRequestHandle> handleKeptToTheEnd;
+
+TEST_F(Lifecycle, TheProgramMayEndWithExchangesUnderWay) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        keptToTheEnd = transport;
+        handleKeptToTheEnd =
+            transport->send(getFrom(server.url("/silent")), [](const Answer&) { std::_Exit(3); });
+        if (!server.waitForRequests(1)) std::_Exit(4);
+        std::exit(0);
+      },
+      ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(Lifecycle, ManyThreadsMaySendListAndCancelAtOnce) {
