@@ -2,13 +2,13 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QQuickItem>
 #include <memory>
 
 #include "veltrane/toolkit/view_controller.h"
 
 QT_BEGIN_NAMESPACE
 class QQmlEngine;
-class QQuickItem;
 class QQuickWindow;
 QT_END_NAMESPACE
 

@@ -154,10 +154,12 @@ void FlowStage::collect(const std::shared_ptr<ViewController>& controller, Contr
 
 void FlowStage::sync(const PresentationChange& change) {
   Controllers wanted;
+  // A screen that takes the place of one still rising goes on from there.
+  const double lift = activeView() ? activeView()->lift() : 0;
   if (const auto flow = host_->presentedViewController()) collect(flow, wanted);
   const Motion motion = motionOf(change);
   retire(wanted, motion);
-  place(wanted);
+  place(wanted, change.transition == Transition::root ? lift : 0);
   arrange(wanted, motion);
   emit viewsChanged();
   emit presentationChanged(change);
@@ -178,12 +180,12 @@ void FlowStage::retire(const Controllers& wanted, Motion motion) {
   }
 }
 
-void FlowStage::place(const Controllers& wanted) {
+void FlowStage::place(const Controllers& wanted, double lift) {
   for (std::size_t i = 0; i < wanted.size(); ++i) {
     if (indexOf(wanted[i]) < views_.size()) continue;
     const bool isTop = i + 1 == wanted.size();
     const std::size_t at = isTop || i == 0 ? views_.size() : indexOf(wanted[i - 1]) + 1;
-    insertView(at, wanted[i]);
+    insertView(at, wanted[i], lift);
   }
 }
 
@@ -192,7 +194,8 @@ void FlowStage::arrange(const Controllers& wanted, Motion motion) {
   for (std::size_t i = wanted.size(); i-- > 0;) {
     ViewItem& view = *views_[indexOf(wanted[i])];
     const bool top = i + 1 == wanted.size();
-    view.move(covered ? Phase::Covered : Phase::Shown, view.isAlert() ? Motion::Fade : motion, top);
+    const Motion ownMotion = view.isAlert() ? Motion::Fade : view.lift() > 0 ? Motion::Modal : motion;
+    view.move(covered ? Phase::Covered : Phase::Shown, ownMotion, top);
     covered = covered || !view.isAlert();
   }
 }
@@ -204,9 +207,11 @@ std::size_t FlowStage::indexOf(const std::shared_ptr<ViewController>& controller
   return static_cast<std::size_t>(found - views_.begin());
 }
 
-void FlowStage::insertView(std::size_t at, std::shared_ptr<ViewController> controller) {
+void FlowStage::insertView(std::size_t at, std::shared_ptr<ViewController> controller,
+                           double lift) {
   const ViewItem* below = at > 0 ? views_[at - 1].get() : nullptr;
   auto view = makeViewItem(std::move(controller), *this, below);
+  view->setLift(lift);
   QQmlEngine::setObjectOwnership(view.get(), QQmlEngine::CppOwnership);
   connect(view.get(), &ViewItem::hasSettled, this,
           [this, item = view.get()] { viewSettled(item); });

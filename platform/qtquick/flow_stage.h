@@ -82,9 +82,9 @@ class FlowStage : public QAbstractListModel {
   static void collect(const std::shared_ptr<ViewController>& controller, Controllers& views);
   void sync(const PresentationChange& change);
   void retire(const Controllers& wanted, ViewItem::Motion motion);
-  void place(const Controllers& wanted);
+  void place(const Controllers& wanted, double lift);
   void arrange(const Controllers& wanted, ViewItem::Motion motion);
-  void insertView(std::size_t at, std::shared_ptr<ViewController> controller);
+  void insertView(std::size_t at, std::shared_ptr<ViewController> controller, double lift);
   void removeView(std::size_t at);
   void viewSettled(ViewItem* view);
   std::size_t indexOf(const std::shared_ptr<ViewController>& controller) const;

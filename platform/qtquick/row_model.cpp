@@ -1,6 +1,7 @@
 #include "platform/qtquick/row_model.h"
 
 #include <QQmlEngine>
+#include <algorithm>
 #include <iterator>
 #include <map>
 #include <utility>
@@ -83,6 +84,19 @@ void RowModel::pressButton(int row) {
 QString RowModel::cellClass(int row) const {
   if (row < 0 || row >= rowCount()) return {};
   return toQString(rows_[static_cast<std::size_t>(row)].identity.className);
+}
+
+int RowModel::rowOfKey(const std::string& key) const {
+  const auto found = std::find_if(rows_.begin(), rows_.end(),
+                                  [&](const Row& row) { return row.identity.key == key; });
+  return found == rows_.end() ? -1 : static_cast<int>(found - rows_.begin());
+}
+
+int RowModel::rowOfClass(const std::string& className) const {
+  const auto found = std::find_if(rows_.begin(), rows_.end(), [&](const Row& row) {
+    return row.identity.className == className;
+  });
+  return found == rows_.end() ? -1 : static_cast<int>(found - rows_.begin());
 }
 
 void RowModel::refresh() {

@@ -54,6 +54,10 @@ class RowModel : public QAbstractListModel {
   /// The class name of a row, empty for a row that is not there.
   Q_INVOKABLE QString cellClass(int row) const;
 
+  /// The first row of this key or class, -1 when there is none.
+  int rowOfKey(const std::string& key) const;
+  int rowOfClass(const std::string& className) const;
+
   /// Colours have changed.
   void refresh();
 

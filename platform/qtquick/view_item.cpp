@@ -1,5 +1,6 @@
 #include "platform/qtquick/view_item.h"
 
+#include <QAccessible>
 #include <utility>
 
 #include "platform/qtquick/convert.h"
@@ -42,9 +43,20 @@ void ViewItem::move(Phase phase, Motion motion, bool active) {
   emit phaseChanged();
 }
 
+void ViewItem::setLift(double lift) {
+  if (lift == lift_) return;
+  lift_ = lift;
+  emit liftChanged();
+}
+
 void ViewItem::setContent(QQuickItem* content) {
   if (content == content_) return;
   content_ = content;
+  if (content && isAlert()) {
+    // Screen readers speak up for it at once.
+    QAccessibleEvent event(content, QAccessible::Alert);
+    QAccessible::updateAccessibility(&event);
+  }
   emit contentChanged();
 }
 

@@ -30,6 +30,8 @@ class ViewItem : public QObject {
   Q_PROPERTY(Phase phase READ phase NOTIFY phaseChanged)
   Q_PROPERTY(Motion motion READ motion NOTIFY phaseChanged)
   Q_PROPERTY(bool active READ isActive NOTIFY phaseChanged)
+  /// How far the view is below its place, as a share of its height.
+  Q_PROPERTY(double lift READ lift WRITE setLift NOTIFY liftChanged)
   Q_PROPERTY(QQuickItem* content READ content WRITE setContent NOTIFY contentChanged)
 
  public:
@@ -54,6 +56,8 @@ class ViewItem : public QObject {
   /// The user acts on this view: it is the topmost one.
   bool isActive() const { return active_; }
   void move(Phase phase, Motion motion, bool active);
+  double lift() const { return lift_; }
+  void setLift(double lift);
   /// A view that shows a message rather than a screen.
   virtual bool isAlert() const { return false; }
   /// The activity panel is up.
@@ -76,6 +80,7 @@ class ViewItem : public QObject {
   void changed();
   void phaseChanged();
   void contentChanged();
+  void liftChanged();
   void hasSettled();
 
  protected:
@@ -94,6 +99,7 @@ class ViewItem : public QObject {
   Motion motion_ = Motion::None;
   bool active_ = false;
   bool settled_ = false;
+  double lift_ = 0;
   QPointer<QQuickItem> content_;
   Subscription subscription_;
 };

@@ -21,6 +21,13 @@ FocusScope {
         }
     }
 
+    // An action, brought into view: for programs that act as a user.
+    function actionAt(index) {
+        choices.positionViewAtIndex(index, ListView.Contain);
+        return choices.itemAtIndex(index);
+    }
+
+    objectName: "actionSheet"
     Accessible.name: sheet.view.title !== "" ? sheet.view.title : qsTr("Choices")
     Accessible.role: Accessible.Dialog
 

@@ -9,9 +9,8 @@ FocusScope {
     readonly property bool fades: slot.view.motion === ViewItem.Fade || slot.stage.reducedMotion
     readonly property bool jumps: slot.view.motion === ViewItem.None || slot.stage.still
 
-    // Shares of the width towards the trailing edge, and of the height downwards.
+    // Share of the width towards the trailing edge.
     property real shift: 0
-    property real lift: 0
     // Has been on display.
     property bool arrived: false
 
@@ -19,7 +18,8 @@ FocusScope {
         if (!slot.arrived) {
             slot.arrived = true;
             slot.shift = slot.view.motion === ViewItem.Push && !slot.fades ? 1 : 0;
-            slot.lift = slot.view.motion === ViewItem.Modal && !slot.fades ? 1 : 0;
+            if (slot.view.lift === 0 && slot.view.motion === ViewItem.Modal && !slot.fades)
+                slot.view.lift = 1;
             slot.opacity = slot.fades ? 0 : 1;
         }
         slot.visible = true;
@@ -39,7 +39,7 @@ FocusScope {
     }
     function leave() {
         if (slot.fades)
-            slot.moveTo(slot.shift, slot.lift, 0);
+            slot.moveTo(slot.shift, slot.view.lift, 0);
         else if (slot.view.motion === ViewItem.Push)
             slot.moveTo(1, 0, 1);
         else
@@ -52,7 +52,7 @@ FocusScope {
         fading.to = opacity;
         if (slot.jumps || !slot.visible) {
             slot.shift = shift;
-            slot.lift = lift;
+            slot.view.lift = lift;
             slot.opacity = opacity;
             slot.rest();
         } else {
@@ -69,7 +69,7 @@ FocusScope {
     visible: false
     width: parent ? parent.width : 0
     x: Math.round(slot.shift * slot.width) * (slot.stage.mirrored ? -1 : 1)
-    y: Math.round(slot.lift * slot.height)
+    y: Math.round(slot.view.lift * slot.height)
 
     Component.onCompleted: {
         loader.setSource(slot.view.source, {
@@ -122,7 +122,7 @@ FocusScope {
             duration: moving.duration
             easing.type: Easing.OutCubic
             property: "lift"
-            target: slot
+            target: slot.view
         }
         NumberAnimation {
             id: fading

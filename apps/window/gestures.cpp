@@ -1,0 +1,43 @@
+#include "apps/window/gestures.h"
+
+#include <QCoreApplication>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QQuickWindow>
+
+namespace veltrane::window {
+namespace {
+
+void mouse(QQuickWindow& window, QEvent::Type type, const QPointF& at, Qt::MouseButtons held) {
+  QMouseEvent event(type, at, window.mapToGlobal(at), Qt::LeftButton, held, Qt::NoModifier);
+  QCoreApplication::sendEvent(&window, &event);
+}
+
+void key(QQuickWindow& window, int code, Qt::KeyboardModifiers modifiers, const QString& text) {
+  QKeyEvent down(QEvent::KeyPress, code, modifiers, text);
+  QCoreApplication::sendEvent(&window, &down);
+  QKeyEvent up(QEvent::KeyRelease, code, modifiers, text);
+  QCoreApplication::sendEvent(&window, &up);
+}
+
+}  // namespace
+
+void click(QQuickItem& item) {
+  QQuickWindow& window = *item.window();
+  const QPointF middle = item.mapToScene({item.width() / 2, item.height() / 2});
+  mouse(window, QEvent::MouseButtonPress, middle, Qt::LeftButton);
+  mouse(window, QEvent::MouseButtonRelease, middle, Qt::NoButton);
+}
+
+void pressKey(QQuickWindow& window, Qt::Key code, Qt::KeyboardModifiers modifiers) {
+  key(window, code, modifiers, {});
+}
+
+void type(QQuickWindow& window, const QString& text) {
+  // A code for a letter outside the plain ones does not matter; the text does.
+  for (const char32_t point : text.toUcs4()) {
+    key(window, Qt::Key_unknown, Qt::NoModifier, QString::fromUcs4(&point, 1));
+  }
+}
+
+}  // namespace veltrane::window

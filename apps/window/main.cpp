@@ -1,0 +1,83 @@
+// Opens a flow in a window; with --pictures off screen.
+#include <CLI/CLI.hpp>
+#include <QGuiApplication>
+#include <algorithm>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <string_view>
+
+#include "apps/vtflow/drive/exit_status.h"
+#include "apps/vtflow/temporary_folder.h"
+#include "apps/window/script.h"
+#include "apps/window/window_options.h"
+#include "apps/window/window_run.h"
+#include "platform/qtquick/install.h"
+#include "veltrane/base/console.h"
+
+namespace {
+
+using namespace veltrane;
+namespace exit_status = tool::exit_status;
+
+class Silence final : public ConsoleSink {
+  void print(std::string_view /*line*/) override {}
+};
+
+/// Without a display, or for pictures, Qt draws into memory. Must come before the application.
+void chooseDisplay(const window::WindowOptions& options) {
+  const bool none = !std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY");
+  if (!options.pictures && !(options.script && none)) return;
+  setenv("QT_QPA_PLATFORM", "offscreen", 0);
+  setenv("QT_QUICK_BACKEND", "software", 0);
+  setenv("QT_SCALE_FACTOR", "2", 0);
+}
+
+void installPlatform(const window::WindowOptions& options, const std::filesystem::path& store) {
+  qtquick::Options wishes;
+  wishes.authorityFile = options.flow.authorityFile;
+  wishes.settingsFile = options.flow.store.value_or(store);
+  if (options.tablet) wishes.idiom = InterfaceIdiom::pad;
+  auto platform = qtquick::makePlatform(wishes);
+  if (!options.verbose) platform.console = std::make_shared<Silence>();
+  Platform::install(std::move(platform));
+  tool::applyServerURLs(options.flow);
+}
+
+int run(const window::WindowOptions& options, int& count, char** words) {
+  std::vector<JSON> script;
+  if (options.script) script = window::readScript(*options.script);
+  chooseDisplay(options);
+  QGuiApplication application(count, words);
+  const tool::TemporaryFolder folder;
+  installPlatform(options, folder.path() / "settings.db");
+  const int status = window::WindowRun(options, std::move(script)).run();
+  // The adapters live on this thread and must not outlive the application.
+  Platform::install({});
+  return status;
+}
+
+int fail(std::string text, int status) {
+  std::replace(text.begin(), text.end(), '\n', ' ');
+  std::cerr << "vtflow run: " << text << '\n';
+  return status;
+}
+
+}  // namespace
+
+int main(int count, char** words) {
+  window::WindowOptions options;
+  CLI::App app{"Runs a flow of the Veltrane orchestration server in a window", "vtflow run"};
+  addWindowOptions(app, options);
+  try {
+    app.parse(count, words);
+    return run(options, count, words);
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) return app.exit(error);
+    return fail(std::string(error.what()) + " (see vtflow run --help)", exit_status::kUsage);
+  } catch (const window::ScriptError& error) {
+    return fail("the script " + std::string(error.what()), exit_status::kUsage);
+  } catch (const std::exception& error) {
+    return fail(error.what(), exit_status::kNoResult);
+  }
+}

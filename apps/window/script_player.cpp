@@ -1,0 +1,181 @@
+#include "apps/window/script_player.h"
+
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <utility>
+
+#include "apps/window/gestures.h"
+#include "platform/qtquick/alert_item.h"
+#include "platform/qtquick/convert.h"
+#include "platform/qtquick/flow_stage.h"
+#include "platform/qtquick/screen_items.h"
+
+namespace veltrane::window {
+namespace {
+
+constexpr const char* kNoSuchRow = "there is no such row";
+
+std::string rowName(const JSON& command) {
+  const auto key = command["key"].text();
+  return key ? std::string(*key) : "row " + command["row"].asText();
+}
+
+QObject* call(QQuickItem& item, const char* function, int argument) {
+  QVariant result;
+  QMetaObject::invokeMethod(&item, function, Q_RETURN_ARG(QVariant, result),
+                            Q_ARG(QVariant, QVariant(argument)));
+  return result.value<QObject*>();
+}
+
+/// Items that a view made for its delegates have no QObject parent there, so the search goes by
+/// what is drawn.
+QQuickItem* find(QQuickItem* root, const QString& name) {
+  if (!root || !root->isVisible()) return nullptr;
+  if (root->objectName() == name) return root;
+  for (QQuickItem* child : root->childItems()) {
+    if (QQuickItem* found = find(child, name)) return found;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+ScriptPlayer::ScriptPlayer(qtquick::FlowStage& stage, QQuickWindow& window,
+                           std::vector<JSON> commands, Say say)
+    : stage_(stage), window_(window), say_(std::move(say)) {
+  for (const JSON& command : commands) {
+    steps_.push_back({command["do"].textValue(), stepFor(command)});
+  }
+}
+
+bool ScriptPlayer::isAboutToPress() const {
+  return !steps_.empty() && steps_.front().name == "press";
+}
+
+std::optional<std::string> ScriptPlayer::playNext() {
+  const auto step = std::move(steps_.front());
+  steps_.pop_front();
+  auto refusal = step.run();
+  if (refusal) steps_.clear();
+  return refusal;
+}
+
+ScriptPlayer::Step ScriptPlayer::stepFor(const JSON& command) {
+  const auto name = command["do"].textValue();
+  if (name == "input") return [this, command] { return input(command); };
+  if (name == "toggle") return [this, command] { return toggle(command); };
+  if (name == "choose") return [this, command] { return choose(command); };
+  if (name == "press") return [this, command] { return press(command); };
+  if (name == "dismissAlert") return [this] { return dismissAlert(); };
+  if (name == "back") return [this] { return clickNamed("backButton"); };
+  if (name == "retry") return [this] { return clickNamed("retryButton"); };
+  return [this] { return clickNamed("cancelButton"); };
+}
+
+ScriptPlayer::Refusal ScriptPlayer::input(const JSON& command) {
+  const int row = rowOf(command);
+  QQuickItem* field = control(row, "TextFieldTableViewCell");
+  if (!field) return kNoSuchRow;
+  const auto text = command["text"].textValue();
+  if (auto refusal = retype(*field, row, text)) return refusal;
+  const bool secure = field->property("echoMode").toInt() != 0;
+  say_("typed    " + (secure ? std::string("a secret") : '"' + text + '"') + " into " +
+       rowName(command));
+  return std::nullopt;
+}
+
+ScriptPlayer::Refusal ScriptPlayer::retype(QQuickItem& field, int /*row*/,
+                                           const std::string& text) {
+  click(field);
+  if (window_.activeFocusItem() != &field) return "a click does not reach the field";
+  pressKey(window_, Qt::Key_A, Qt::ControlModifier);
+  pressKey(window_, Qt::Key_Delete);
+  type(window_, qtquick::toQString(text));
+  if (field.property("text").toString() != qtquick::toQString(text))
+    return "the field does not take the text";
+  return std::nullopt;
+}
+
+ScriptPlayer::Refusal ScriptPlayer::toggle(const JSON& command) {
+  QQuickItem* item = control(rowOf(command), "ToggleSwitchTableViewCell");
+  if (!item) return kNoSuchRow;
+  const int row = rowOf(command);
+  const auto index = screen()->rows()->index(row);
+  const auto* cell = qobject_cast<qtquick::ToggleSwitchCell*>(
+      screen()->rows()->data(index, qtquick::RowModel::CellRole).value<QObject*>());
+  const bool on = command["on"].boolean().value_or(true);
+  if (cell && cell->isOn() != on) click(*item);
+  say_("switched " + rowName(command) + (on ? " on" : " off"));
+  return std::nullopt;
+}
+
+ScriptPlayer::Refusal ScriptPlayer::choose(const JSON& command) {
+  QQuickItem* item = control(rowOf(command), "DropdownTableViewCell");
+  if (!item) return kNoSuchRow;
+  click(*item);
+  say_("opened   " + rowName(command));
+  const auto option = command["option"].textValue();
+  steps_.push_front({"pick", [this, option] { return pick(option); }});
+  return std::nullopt;
+}
+
+ScriptPlayer::Refusal ScriptPlayer::pick(const std::string& option) {
+  const auto* sheet = qobject_cast<qtquick::AlertItem*>(stage_.activeView());
+  if (!sheet || !sheet->isSheet()) return "no sheet of choices has opened";
+  say_("picked   " + option);
+  if (qtquick::toQString(option) == sheet->cancelTitle()) return clickNamed("sheetDismiss");
+  const auto row = sheet->choices().indexOf(qtquick::toQString(option));
+  QQuickItem* sheetItem = named("actionSheet");
+  if (row < 0 || !sheetItem) return "there is no such choice";
+  auto* action = qobject_cast<QQuickItem*>(call(*sheetItem, "actionAt", static_cast<int>(row)));
+  if (!action) return "the choice cannot be seen";
+  click(*action);
+  return std::nullopt;
+}
+
+ScriptPlayer::Refusal ScriptPlayer::press(const JSON& command) {
+  if (!screen()) return "no screen with a button is on display";
+  const int row = command.contains("row") ? rowOf(command)
+                                          : screen()->rows()->rowOfClass("ButtonTableViewCell");
+  QQuickItem* button = control(row, "ButtonTableViewCell");
+  if (!button) return "there is no such button";
+  say_("pressed  " + button->property("text").toString().toStdString());
+  click(*button);
+  return std::nullopt;
+}
+
+ScriptPlayer::Refusal ScriptPlayer::clickNamed(const char* name) {
+  QQuickItem* item = named(name);
+  if (!item) return "there is nothing of that kind to press";
+  say_("pressed  " + item->property("text").toString().toStdString());
+  click(*item);
+  return std::nullopt;
+}
+
+ScriptPlayer::Refusal ScriptPlayer::dismissAlert() {
+  return clickNamed(named("alertAction") ? "alertAction" : "sheetDismiss");
+}
+
+qtquick::TemplateScreenItem* ScriptPlayer::screen() const {
+  return qobject_cast<qtquick::TemplateScreenItem*>(stage_.activeView());
+}
+
+int ScriptPlayer::rowOf(const JSON& command) const {
+  if (!screen()) return -1;
+  if (const auto key = command["key"].text())
+    return screen()->rows()->rowOfKey(std::string(*key));
+  return static_cast<int>(command["row"].integer().value_or(-1));
+}
+
+QQuickItem* ScriptPlayer::control(int row, const char* className) const {
+  if (!screen() || screen()->rows()->cellClass(row) != QLatin1String(className)) return nullptr;
+  QQuickItem* form = named("form");
+  return form ? qobject_cast<QQuickItem*>(call(*form, "controlAt", row)) : nullptr;
+}
+
+QQuickItem* ScriptPlayer::named(const char* name) const {
+  const auto* view = stage_.activeView();
+  return view ? find(view->content(), QString::fromLatin1(name)) : nullptr;
+}
+
+}  // namespace veltrane::window

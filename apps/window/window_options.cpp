@@ -1,0 +1,61 @@
+#include "apps/window/window_options.h"
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <string>
+#include <system_error>
+
+namespace veltrane::window {
+namespace {
+
+constexpr int kLargestSide = 10'000;
+
+bool readSide(std::string_view text, int& side) {
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), side);
+  return error == std::errc() && end == text.data() + text.size() && side > 0 &&
+         side <= kLargestSide;
+}
+
+std::optional<QSize> readSize(std::string_view text) {
+  const auto cross = text.find('x');
+  if (cross == std::string_view::npos) return std::nullopt;
+  int width = 0;
+  int height = 0;
+  if (!readSide(text.substr(0, cross), width)) return std::nullopt;
+  if (!readSide(text.substr(cross + 1), height)) return std::nullopt;
+  return QSize(width, height);
+}
+
+}  // namespace
+
+void addWindowOptions(CLI::App& command, WindowOptions& options) {
+  addFlowOptions(command, options.flow);
+  command.add_flag("--tablet", options.tablet, "Behave as on a tablet");
+  command.add_flag("--dark", options.dark, "Dark colours, whatever the system asks for");
+  command.add_flag("--rtl", options.rightToLeft, "Lay out from right to left");
+  command.add_flag("--verbose", options.verbose, "Diagnostic lines on standard error");
+  command.add_option("--text-scale", options.textScale, "Text size, 1 to 2 times the usual")
+      ->check(CLI::Range(1.0, 2.0))
+      ->type_name("F");
+  command
+      .add_option_function<std::string>(
+          "--size",
+          [&options](const std::string& text) {
+            const auto size = readSize(text);
+            if (!size) throw CLI::ValidationError("--size", "must be WxH, not \"" + text + '"');
+            options.size = *size;
+          },
+          "Window size in points")
+      ->type_name("WxH");
+  command
+      .add_option("--pictures", options.pictures,
+                  "Show nothing; leave a PNG of each screen in this folder")
+      ->type_name("DIR");
+  command
+      .add_option("--script", options.script,
+                  "JSON list of commands to play with keys and clicks, as vtflow drive takes them")
+      ->check(CLI::ExistingFile)
+      ->type_name("FILE");
+}
+
+}  // namespace veltrane::window

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QSize>
+#include <filesystem>
+#include <optional>
+
+#include "apps/vtflow/flow_options.h"
+
+namespace CLI {
+class App;
+}
+
+namespace veltrane::window {
+
+/// What a command line says about the window, beside the flow to run.
+struct WindowOptions {
+  tool::FlowOptions flow;
+  bool tablet = false;
+  bool dark = false;
+  bool rightToLeft = false;
+  bool verbose = false;
+  std::optional<double> textScale;
+  QSize size{390, 844};
+  /// Folder for a picture of each screen; given: nothing is shown on the display.
+  std::optional<std::filesystem::path> pictures;
+  /// What a user does, played by the program.
+  std::optional<std::filesystem::path> script;
+};
+
+/// Adds the options that fill `options`, which outlives the parsing. Wrong values fail the parsing.
+void addWindowOptions(CLI::App& command, WindowOptions& options);
+
+}  // namespace veltrane::window

@@ -1,0 +1,165 @@
+#include "apps/window/window_run.h"
+
+#include <QCloseEvent>
+#include <QCoreApplication>
+#include <iostream>
+#include <utility>
+
+#include "apps/vtflow/drive/exit_status.h"
+#include "platform/qtquick/alert_item.h"
+#include "platform/qtquick/flow_stage.h"
+#include "platform/qtquick/screen_items.h"
+#include "veltrane/toolkit/alert_controller.h"
+
+namespace veltrane::window {
+namespace {
+
+namespace exit_status = tool::exit_status;
+using qtquick::FlowStage;
+
+constexpr std::chrono::milliseconds kRest{80};
+
+std::string nameOf(const ViewController& controller) {
+  const auto& item = controller.navigationItem.title;
+  if (item && !item->empty()) return *item;
+  if (controller.title && !controller.title->empty()) return *controller.title;
+  return std::string(controller.className());
+}
+
+std::string alertLine(const AlertController& alert) {
+  std::string line = alert.style() == AlertStyle::alert ? "alert    " : "sheet    ";
+  if (alert.title) line += *alert.title + ": ";
+  line += alert.message().value_or("");
+  for (const auto& action : alert.actions()) line += " [" + action.title + "]";
+  return line;
+}
+
+}  // namespace
+
+class WindowRun::Delegate final : public VeltraneFlowDelegate {
+ public:
+  explicit Delegate(WindowRun& run) : run_(run) {}
+
+  void flowDidComplete(const std::optional<JSON>& response,
+                       const std::optional<VeltraneFlowError>& error) override {
+    run_.completed(error ? reportOf(*error) : reportOf(response.value_or(JSON())));
+  }
+
+ private:
+  WindowRun& run_;
+};
+
+WindowRun::WindowRun(const WindowOptions& options, std::vector<JSON> script) : options_(options) {
+  window_.setTitle(QStringLiteral("Veltrane Flow"));
+  window_.resize(options.size);
+  presenter_ = std::make_unique<qtquick::FlowPresenter>(&window_);
+  look(options);
+  if (options.pictures) pictures_ = std::make_unique<Pictures>(*options.pictures);
+  FlowStage& stage = presenter_->stage();
+  if (options.script) {
+    player_ = std::make_unique<ScriptPlayer>(stage, window_, std::move(script), say);
+  }
+  rest_.setSingleShot(true);
+  rest_.setInterval(kRest);
+  connect(&rest_, &QTimer::timeout, this, &WindowRun::atRest);
+  connect(&stage, &FlowStage::presentationChanged, this, &WindowRun::happened);
+  connect(&stage, &FlowStage::settled, this, [this] { rest_.start(); });
+}
+
+WindowRun::~WindowRun() = default;
+
+void WindowRun::look(const WindowOptions& options) {
+  FlowStage& stage = presenter_->stage();
+  if (options.dark) stage.setDark(true);
+  if (options.rightToLeft) stage.setMirrored(true);
+  if (options.textScale) stage.setTextScale(*options.textScale);
+  window_.setColor(stage.isDark() ? QColor("#0b0d10") : QColor("#e8ecf2"));
+}
+
+int WindowRun::run() {
+  window_.show();
+  window_.requestActivate();
+  flow_ = VTFlow::make(options_.flow.arguments());
+  flow_->delegate = std::make_shared<Delegate>(*this);
+  tool::runFlow(*flow_, options_.flow, presenter_->hostViewController());
+  rest_.start();
+  const int status = QCoreApplication::exec();
+  flow_->delegate.reset();
+  return status;
+}
+
+void WindowRun::say(const std::string& line) {
+  std::cout << line << std::endl;
+}
+
+void WindowRun::happened(const PresentationChange& change) {
+  rest_.start();
+  if (const auto* alert = dynamic_cast<const AlertController*>(change.controller.get())) {
+    if (change.transition == Transition::alert) say(alertLine(*alert));
+    newToSee_ = newToSee_ || change.transition == Transition::alert;
+    return;
+  }
+  if (change.transition == Transition::dismissed) return;
+  newToSee_ = true;
+  const char* how = change.transition == Transition::back ? "back to  " : "screen   ";
+  say(how + nameOf(*change.controller));
+}
+
+void WindowRun::completed(ExitReport report) {
+  say(report.line);
+  report_ = std::move(report);
+  rest_.start();
+}
+
+bool WindowRun::isAtRest() const {
+  const FlowStage& stage = presenter_->stage();
+  const auto* view = stage.activeView();
+  if (!view || !stage.isSettled()) return false;
+  if (const auto* screen = qobject_cast<const qtquick::TemplateScreenItem*>(view))
+    return !screen->isBusy();
+  const auto* start = qobject_cast<const qtquick::StartScreenItem*>(view);
+  return !start || start->isRetryVisible();
+}
+
+void WindowRun::atRest() {
+  if (report_ && !presenter_->stage().isShowing()) return end(report_->status);
+  if (isAtRest()) {
+    if (newToSee_) takePicture();
+    playOn();
+  }
+  rest_.start();
+}
+
+void WindowRun::takePicture() {
+  newToSee_ = false;
+  const auto* view = presenter_->stage().activeView();
+  if (!pictures_ || !view) return;
+  const auto name = view->isAlert() ? std::string("alert") : nameOf(*view->controller());
+  const auto file = pictures_->take(window_, name);
+  say(file ? "picture  " + file->string() : "picture  could not be saved");
+}
+
+void WindowRun::playOn() {
+  if (report_) return;
+  if (!player_) {
+    // Pictures alone: the first screen at rest is what there is to see.
+    if (pictures_) end(exit_status::kNoResult);
+    return;
+  }
+  if (player_->isDone()) {
+    say("result   none: the script has ended before the flow");
+    return end(exit_status::kNoResult);
+  }
+  if (player_->isAboutToPress()) takePicture();
+  if (const auto refusal = player_->playNext()) {
+    say("refused  " + *refusal);
+    end(exit_status::kNoResult);
+  }
+}
+
+void WindowRun::end(int status) {
+  rest_.stop();
+  QCoreApplication::exit(status);
+}
+
+}  // namespace veltrane::window

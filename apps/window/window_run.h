@@ -1,0 +1,59 @@
+#pragma once
+
+#include <QObject>
+#include <QQuickWindow>
+#include <QTimer>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "apps/window/exit_report.h"
+#include "apps/window/pictures.h"
+#include "apps/window/script_player.h"
+#include "apps/window/window_options.h"
+#include "platform/qtquick/flow_presenter.h"
+#include "veltrane/flow/vt_flow.h"
+#include "veltrane/toolkit/view_controller.h"
+
+namespace veltrane::window {
+
+/// One flow in a window, from its start to its result, with a line for each thing that happens. The
+/// platform is installed before.
+class WindowRun final : public QObject {
+  Q_OBJECT
+
+ public:
+  /// `script`: empty for a flow that a person goes through.
+  WindowRun(const WindowOptions& options, std::vector<JSON> script);
+  ~WindowRun() override;
+
+  /// Runs until the flow has gone, the window is closed or the script ends: the exit status.
+  int run();
+
+ private:
+  class Delegate;
+
+  void look(const WindowOptions& options);
+  void happened(const PresentationChange& change);
+  void completed(ExitReport report);
+  void atRest();
+  bool isAtRest() const;
+  void takePicture();
+  void playOn();
+  void end(int status);
+  static void say(const std::string& line);
+
+  WindowOptions options_;
+  QQuickWindow window_;
+  std::unique_ptr<qtquick::FlowPresenter> presenter_;
+  std::unique_ptr<Pictures> pictures_;
+  std::unique_ptr<ScriptPlayer> player_;
+  std::shared_ptr<VTFlow> flow_;
+  std::optional<ExitReport> report_;
+  /// Fires once nothing has moved for a moment.
+  QTimer rest_;
+  bool newToSee_ = false;
+};
+
+}  // namespace veltrane::window
