@@ -156,6 +156,15 @@ TEST_F(ConsoleTest, masksSecretsAtAnyDepth) {
   EXPECT_EQ(console::masked(value, {"password"})["parameters"]["password"].text(), "•••");
 }
 
+TEST_F(ConsoleTest, masksWhatIsFilledIntoMaskedFields) {
+  const JSON field =
+      parsed(R"([{"attributes":{"hashedVisibility":true},"value":"filled-in"},{"value":"shown"}])");
+  console::print("rows ", field);
+  EXPECT_FALSE(platform_.console->mentions("filled-in"));
+  EXPECT_TRUE(platform_.console->mentions("shown"));
+  EXPECT_EQ(console::masked(field)[0]["value"].text(), "•••");
+}
+
 TEST_F(ConsoleTest, cutsLongValuesAtACharacter) {
   std::string euros;
   while (euros.size() < 200'000) euros += "€";
