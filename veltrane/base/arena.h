@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <new>
@@ -36,13 +37,12 @@ class Arena {
   static Arena& current() { return *current_; }
 
  private:
-  static constexpr std::size_t kFirstBlock = 512;
+  /// Holds a lone value, which then costs its owner no further allocation.
+  static constexpr std::size_t kFirstBlock = 256;
   static constexpr std::size_t kLargestBlock = std::size_t{1} << 20;
 
   void* allocateInNewBlock(std::size_t size) {
-    const std::size_t wanted =
-        blocks_.empty() ? kFirstBlock : std::min(capacity_ * 2, kLargestBlock);
-    capacity_ = std::max(wanted, size);
+    capacity_ = std::max(std::min(capacity_ * 2, kLargestBlock), size);
     // Aligned for every fundamental type, as operator new[] guarantees.
     blocks_.push_back(std::make_unique_for_overwrite<std::byte[]>(capacity_));
     block_ = blocks_.back().get();
@@ -51,9 +51,10 @@ class Arena {
   }
 
   std::vector<std::unique_ptr<std::byte[]>> blocks_;
-  std::byte* block_ = nullptr;
+  alignas(std::max_align_t) std::byte first_[kFirstBlock];
+  std::byte* block_ = first_;
   std::size_t used_ = 0;
-  std::size_t capacity_ = 0;
+  std::size_t capacity_ = kFirstBlock;
 
   inline static thread_local Arena* current_ = nullptr;
 };

@@ -16,6 +16,7 @@ auto lowerBound(Entries& entries, std::string_view name) {
 }  // namespace
 
 Dictionary::Dictionary(std::initializer_list<Entry> entries) {
+  reserve(entries.size());
   for (const auto& [name, value] : entries) set(name, value);
 }
 

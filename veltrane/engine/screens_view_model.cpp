@@ -53,8 +53,13 @@ JSON valueAsText(JSON value) {
   return value.text() ? value : JSON(value.asText());
 }
 
+const JSON& emptyText() {
+  static const JSON text("");
+  return text;
+}
+
 JSON valueTextOrEmpty(JSON value) {
-  return value.text() ? value : JSON("");
+  return value.text() ? value : emptyText();
 }
 
 void read(std::optional<std::string>& field, const JSON& value) {
@@ -87,7 +92,7 @@ Dictionary eventBody(const std::optional<JSON>& event, const std::optional<Event
 
 std::shared_ptr<ScreensViewModel> ScreensViewModel::make(const Dictionary& props,
                                                          std::size_t userViewIndex) {
-  std::shared_ptr<ScreensViewModel> model(new ScreensViewModel());
+  auto model = std::make_shared<ScreensViewModel>(MakeOnly());
   if (const auto& makeManager = Platform::current().makeCredentialsManager) {
     model->credManager = makeManager();
   }
@@ -111,7 +116,7 @@ void ScreensViewModel::setRecord(const Dictionary& props) {
   read(viewPaddingLeft, props["viewPaddingLeft"]);
 
   const JSON components = props["screenComponentList"];
-  records.reserve(records.size() + components.size());
+  reserveRows(components.size() + props["textFields"].size());
   for (std::size_t i = 0; i < components.size(); ++i) addComponentRow(components[i]);
   read(title, props["title"]);
   addFixedRows(props);
@@ -129,6 +134,11 @@ void ScreensViewModel::setRecord(const Dictionary& props) {
   if (onLoadEvent) postProcess = (*onLoadEvent)["postProcess"];
   read(navigationTitle, props["navTitle"]);
   read(fullScreenMode, props["fullScreenMode"]);
+}
+
+void ScreensViewModel::reserveRows(std::size_t listed) {
+  constexpr std::size_t kButtonAndPoweredBy = 2;
+  records.reserve(records.size() + listed + kFixedRows.size() + kButtonAndPoweredBy);
 }
 
 void ScreensViewModel::addComponentRow(const JSON& component) {
@@ -182,7 +192,7 @@ void ScreensViewModel::addFormRows(const Dictionary& props) {
     records.push_back({.value = text, .type = CellType::button});
   }
   if (props["showPoweredBy"].boolean() == true) {
-    records.push_back({.value = "", .type = CellType::showPoweredBy});
+    records.push_back({.value = emptyText(), .type = CellType::showPoweredBy});
   }
 }
 

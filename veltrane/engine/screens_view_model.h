@@ -34,7 +34,12 @@ class ScreensViewModelDelegate {
 /// One screen of the flow: its rows and settings, read from its user view dictionary, and its
 /// events. Main thread only. What is under way ends in silence when it is destroyed.
 class ScreensViewModel : public std::enable_shared_from_this<ScreensViewModel> {
+  struct MakeOnly {
+    explicit MakeOnly() = default;
+  };
+
  public:
+  explicit ScreensViewModel(MakeOnly /*call make*/) {}
   static std::shared_ptr<ScreensViewModel> make(const Dictionary& props, std::size_t userViewIndex);
 
   /// Fills the fields and appends rows; rows that are there already stay.
@@ -108,8 +113,7 @@ class ScreensViewModel : public std::enable_shared_from_this<ScreensViewModel> {
   };
   using CredentialsOutcome = void (ScreensViewModel::*)(const Answer&);
 
-  ScreensViewModel() = default;
-
+  void reserveRows(std::size_t listed);
   void addComponentRow(const JSON& component);
   void addFixedRows(const Dictionary& props);
   void addFormRows(const Dictionary& props);
