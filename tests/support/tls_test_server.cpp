@@ -136,6 +136,11 @@ TlsTestServer::TlsTestServer(Options options)
   options_.authority->certify(context_.get(), options_.names);
   SSL_CTX_set_max_proto_version(context_.get(), options_.maxTlsVersion);
   SSL_CTX_set_min_proto_version(context_.get(), options_.maxTlsVersion);
+  if (!options_.resumes) {
+    SSL_CTX_set_num_tickets(context_.get(), 0);
+    SSL_CTX_set_options(context_.get(), SSL_OP_NO_TICKET);
+    SSL_CTX_set_session_cache_mode(context_.get(), SSL_SESS_CACHE_OFF);
+  }
   if (options_.maxTlsVersion != 0) SSL_CTX_set_cipher_list(context_.get(), "DEFAULT:@SECLEVEL=0");
 
   listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);

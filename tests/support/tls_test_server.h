@@ -72,6 +72,7 @@ class TlsTestServer {
     std::string names = "IP:127.0.0.1,DNS:localhost";
     bool plain = false;     // HTTP without TLS
     int maxTlsVersion = 0;  // OpenSSL's number; 0: the newest
+    bool resumes = true;    // continues earlier TLS sessions
   };
 
   TlsTestServer() : TlsTestServer(Options{}) {}
