@@ -1,0 +1,52 @@
+// A flow document's text to the rows of all its screens, against a bare parse of the same text.
+#include <benchmark/benchmark.h>
+
+#include <string>
+#include <vector>
+
+#include "bench/document_work.h"
+#include "bench/ratio_reporter.h"
+
+namespace {
+
+using veltrane::bench::Pair;
+
+struct Size {
+  const char* name;
+  std::size_t bytes;
+  double wanted;
+};
+constexpr Size kSizes[] = {
+    {"5 KB", 5'000, 1.20}, {"1 MB", 1'000'000, 1.25}, {"10 MB", 10'000'000, 1.30}};
+
+template <typename Work>
+void add(const std::string& name, const std::string& text, Work work) {
+  benchmark::RegisterBenchmark(
+      name.c_str(),
+      [text, work](benchmark::State& state) {
+        for (auto _ : state) benchmark::DoNotOptimize(work(text));
+        state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
+      })
+      ->Unit(benchmark::kMicrosecond)
+      ->MinTime(0.1);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::vector<Pair> pairs;
+  for (const Size& size : kSizes) {
+    const auto document = veltrane::bench::generateDocument(size.bytes);
+    const std::string rows = std::string("rows/") + size.name,
+                      parse = std::string("parse/") + size.name;
+    const std::string core = std::string("core_parse/") + size.name;
+    add(rows, document.text, veltrane::bench::documentToRows);
+    add(parse, document.text, veltrane::bench::bareParse);
+    add(core, document.text, veltrane::bench::coreParse);
+    const std::string what =
+        std::string(size.name) + ", " + std::to_string(document.rows) + " rows";
+    pairs.push_back({"document to rows, " + what, rows, parse, size.wanted});
+    pairs.push_back({"its parse alone, " + what, core, parse, size.wanted});
+  }
+  return veltrane::bench::runPairs(argc, argv, std::move(pairs));
+}
