@@ -63,6 +63,17 @@ TEST_F(RunEnd, AtQuitWhateverItWaitsFor) {
   EXPECT_EQ((events.end() - 3)->at("do"), "quit");
 }
 
+TEST_F(RunEnd, AScriptThatGetsOnIsCarriedOutBeforeItsQuit) {
+  DriverProcess driver(arguments("sign-in"));
+  driver.sendAll({{{"do", "input"}, {"key", "username"}, {"text", "carol"}},
+                  {{"do", "press"}},
+                  {{"do", "wait"}, {"for", "screen"}},
+                  {{"do", "quit"}}});
+  EXPECT_EQ(driver.wait(), 4);
+  EXPECT_EQ(driver.events("done").size(), 4);
+  EXPECT_TRUE(driver.events("refused").empty());
+}
+
 TEST_F(RunEnd, CommandsThatAreReadyComeBeforeQuit) {
   DriverProcess driver(arguments("sign-in"));
   driver.untilScreen();

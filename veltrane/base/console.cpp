@@ -32,6 +32,11 @@ bool isSecret(std::string_view name, const SecretNames& secrets) {
          std::any_of(secrets.begin(), secrets.end(), is);
 }
 
+/// A form's field whose entry is masked: what the server fills in is a secret like what is typed.
+bool isMaskedField(const JSON& component) {
+  return component["attributes"]["hashedVisibility"].boolean() == true;
+}
+
 /// Writes values as compact JSON, secrets masked, and stops once the line is long enough.
 class LineWriter {
  public:
@@ -84,8 +89,10 @@ class LineWriter {
   }
   void writeObject(const JSON& object) {
     begin('{');
-    object.forEachMember(
-        [this](std::string_view name, const JSON& value) { writeMember(name, value); });
+    object.forEachMember([&](std::string_view name, const JSON& value) {
+      const bool isFilledIn = name == "value" && isMaskedField(object);
+      writeMember(name, isFilledIn && secrets_ ? JSON(kMask) : value);
+    });
     line_ += '}';
     first_ = false;
   }
@@ -133,8 +140,10 @@ JSON maskedMembers(const JSON& value, const SecretNames& secrets) {
   }
   if (!value.isObject()) return value;
   Dictionary entries;
+  const bool isField = isMaskedField(value);
   value.forEachMember([&](std::string_view name, const JSON& member) {
-    entries.set(name, isSecret(name, secrets) ? JSON(kMask) : maskedMembers(member, secrets));
+    const bool hidden = isSecret(name, secrets) || (isField && name == "value");
+    entries.set(name, hidden ? JSON(kMask) : maskedMembers(member, secrets));
   });
   return JSON(entries);
 }

@@ -6,6 +6,12 @@
 namespace veltrane::tool {
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
+/// A command that has waited this long is not one that the next answer carries out.
+constexpr std::chrono::seconds kPatience{2};
+constexpr MainQueue::Interval kLookAgain{100};
+
 JSON nameValue(const Command& command) {
   return textValue(command.name);
 }
@@ -47,7 +53,7 @@ void Session::advance() {
   if (ended_) return;
   while (!commands_.empty() && answerNext()) {
   }
-  if (!ended_ && isQuitWaiting()) {
+  if (!ended_ && isQuitOverdue()) {
     // Whatever the run waits for, it waits no longer.
     while (!std::holds_alternative<Command::Quit>(commands_.front().what)) {
       pop("the run was ended before");
@@ -123,10 +129,18 @@ bool Session::hasCome(Awaited awaited) const {
   return false;
 }
 
-bool Session::isQuitWaiting() const {
-  return std::any_of(commands_.begin(), commands_.end(), [](const Command& command) {
+// A script is carried out in its order, its quit included, as long as it gets on. When a command
+// hangs, the quit behind it ends the run.
+bool Session::isQuitOverdue() {
+  const auto isQuit = [](const Command& command) {
     return std::holds_alternative<Command::Quit>(command.what);
-  });
+  };
+  if (commands_.empty()) return false;
+  if (!waitingSince_) waitingSince_ = Clock::now();
+  if (std::none_of(commands_.begin(), commands_.end(), isQuit)) return false;
+  if (Clock::now() - *waitingSince_ >= kPatience) return true;
+  if (!patience_) patience_ = MainQueue::current().repeatingTimer(kLookAgain, [] {});
+  return false;
 }
 
 bool Session::isOver() const {
@@ -139,6 +153,8 @@ bool Session::isOver() const {
 void Session::pop(const Refusal& refusal) {
   const auto name = nameValue(commands_.front());
   commands_.pop_front();
+  waitingSince_.reset();
+  patience_.reset();
   if (refusal) {
     out_.write(Event("refused").set("do", name).set("why", textValue(refusal)));
   } else {
@@ -153,6 +169,7 @@ void Session::refuseAll(const char* why) {
 void Session::end() {
   ended_ = true;
   waitTimer_.reset();
+  patience_.reset();
   refuseAll("the run has ended");
   const auto status = result_.value_or(exit_status::kNoResult);
   out_.close(Event("bye").set("exit", JSON(status)));

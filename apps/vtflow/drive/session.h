@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -51,7 +52,7 @@ class Session final : public VeltraneFlowDelegate {
   bool isBusy() const;
   bool mayAct(const Command::Act& act) const;
   bool hasCome(Awaited awaited) const;
-  bool isQuitWaiting() const;
+  bool isQuitOverdue();
   bool isOver() const;
   void pop(const Refusal& refusal);
   void refuseAll(const char* why);
@@ -62,6 +63,10 @@ class Session final : public VeltraneFlowDelegate {
   const Activity activity_;
   const std::function<void(int)> over_;
   std::deque<Command> commands_;
+  /// Since when the first command has been waiting; absent while it has not had to.
+  std::optional<std::chrono::steady_clock::time_point> waitingSince_;
+  /// Looks again whether a quit behind it has waited long enough.
+  std::unique_ptr<Timer> patience_;
   /// Runs while the first command is a wait.
   std::unique_ptr<Timer> waitTimer_;
   bool waitedLongEnough_ = false;
