@@ -234,6 +234,8 @@ void ScreensViewModel::stop() {
   stopped_ = true;
   delegate.reset();
   inFlight_.clear();
+  // A passkey prompt closes with the screen that asked for it.
+  credManager.reset();
 }
 
 void ScreensViewModel::changeBusy(int by) {
