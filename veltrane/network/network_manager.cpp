@@ -61,6 +61,18 @@ HTTPRequest httpRequest(const NetworkAPIRequestFor& description) {
   return request;
 }
 
+bool isOneLine(std::string_view text) {
+  return std::none_of(text.begin(), text.end(), [](char c) {
+    return (static_cast<unsigned char>(c) < ' ' && c != '\t') || c == 0x7F;
+  });
+}
+
+bool areHeadersSound(const HTTPRequest& request) {
+  return std::all_of(request.headers.begin(), request.headers.end(), [](const auto& header) {
+    return isOneLine(header.first) && isOneLine(header.second);
+  });
+}
+
 VeltraneFlowError errorOfStatus(const HTTPResponse& response) {
   const auto parsed = JSON::parse(*response.body);
   if (parsed.ok() && parsed.value.isObject()) {
@@ -110,6 +122,10 @@ std::unique_ptr<HTTPRequestHandle> NetworkManager::getRequest(
     return refuse(reason::InvalidURL{description.resourceURL});
   }
   HTTPRequest request = httpRequest(description);
+  // A line break in a token or a host's header would start another header.
+  if (!areHeadersSound(request)) {
+    return refuse(reason::BadRequest{"A header of the request holds a control character."});
+  }
   if (description.parameter) {
     request.body = JSON(*description.parameter).serialized();
     if (!request.body) {
