@@ -117,7 +117,7 @@ void ScreenTemplate1VC::buttonPressed() {
   console::print("textFieldsKeyValues::: ", textFieldsKeyValues, viewModel->secretNames());
   if (const auto key = firstEmptyKey()) return showAlert("Please input " + *key);
   showActivityIndicator();
-  viewModel->processNextEvent({.additionalParameter = textFieldsKeyValues});
+  sendFrom(viewModel, {.additionalParameter = textFieldsKeyValues});
 }
 
 std::optional<std::string> ScreenTemplate1VC::firstEmptyKey() const {

@@ -73,8 +73,10 @@ void ScreenTemplate1VC::stepDone(const std::optional<JSON>& response, std::size_
       UserDefaultsManager::saveChallenge(*challenge);
     }
     if (isSession(*response)) return postFlowResponse(*response);
-    if (viewModel->postProcess && viewModel->postProcess->nonEmptyObject()) {
-      return viewModel->postProcessEvent(*response);
+    const auto sender = lastSender_.lock();
+    const auto& model = sender ? sender : viewModel;
+    if (model->postProcess && model->postProcess->nonEmptyObject()) {
+      return model->postProcessEvent(*response);
     }
   }
   UserViewProps next = *userViewProps;
@@ -160,6 +162,7 @@ void ScreenTemplate1VC::handOver(std::shared_ptr<IdentityConnector> connector, U
   // The step has a view model of its own, so that this screen's button still works afterwards.
   handOverModel_ = ScreensViewModel::make(props[index], index);
   handOverModel_->delegate = self();
+  handOverBusySubscription_ = handOverModel_->busyChanged.subscribe([this] { changed(); });
   if (flow) handOverModel_->flowParam = EventParams::from(*flow);
   connector->start(self(), props, index);
 }

@@ -93,6 +93,16 @@ void ScreenTemplate1VC::adopt(std::shared_ptr<ScreensViewModel> model) {
   busySubscription_ = viewModel->busyChanged.subscribe([this] { changed(); });
 }
 
+bool ScreenTemplate1VC::isBusy() const {
+  return (viewModel && viewModel->isBusy()) || (handOverModel_ && handOverModel_->isBusy());
+}
+
+void ScreenTemplate1VC::sendFrom(const std::shared_ptr<ScreensViewModel>& model,
+                                 const ScreensViewModel::NextEvent& event) {
+  lastSender_ = model;
+  model->processNextEvent(event);
+}
+
 void ScreenTemplate1VC::setupUISize() {
   applyColor(view.backgroundColor, viewModel->viewBackgroundColor);
   applyColor(navigationItem.tintColor, viewModel->navbarTextColor);
@@ -107,7 +117,7 @@ void ScreenTemplate1VC::fireOnLoadEvent() {
   if (viewModel->onLoadEvent) {
     console::print("do on load event call...");
     showActivityIndicator();
-    viewModel->processNextEvent({.isOnLoadEvent = true});
+    sendFrom(viewModel, {.isOnLoadEvent = true});
   }
   if (viewModel->enablePolling) startPolling();
 }
@@ -133,11 +143,10 @@ void ScreenTemplate1VC::pollingEnded(const std::optional<std::string>& status,
   if (error) {
     showAlert(*error);
   } else if (status) {
-    viewModel->processNextEvent(
-        {.additionalParameter = {{"id", flow.value_or(JSON())["id"].textValue()},
-                                 {"eventName", "continue"},
-                                 {"pollResponse", *status}},
-         .isPollingContinue = true});
+    sendFrom(viewModel, {.additionalParameter = {{"id", flow.value_or(JSON())["id"].textValue()},
+                                                 {"eventName", "continue"},
+                                                 {"pollResponse", *status}},
+                         .isPollingContinue = true});
   }
 }
 
@@ -172,8 +181,8 @@ void ScreenTemplate1VC::faceImageCaptureResult(const std::optional<std::string>&
   console::print("got image data: " + std::string(console::kMask));
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(base64Png->data());
   showActivityIndicator();
-  viewModel->processNextEvent(
-      {.additionalParameter = {{"imageData", base64Encoded({bytes, base64Png->size()})}}});
+  sendFrom(viewModel,
+           {.additionalParameter = {{"imageData", base64Encoded({bytes, base64Png->size()})}}});
 }
 
 void ScreenTemplate1VC::showActivityIndicator() {
@@ -203,8 +212,8 @@ void ScreenTemplate1VC::endFlow(VeltraneFlowError error) {
 }
 
 void ScreenTemplate1VC::sendNextEvent(const Dictionary& additionalParameter) {
-  const auto& model = handOverModel_ ? handOverModel_ : viewModel;
-  model->processNextEvent({.additionalParameter = additionalParameter});
+  sendFrom(handOverModel_ ? handOverModel_ : viewModel,
+           {.additionalParameter = additionalParameter});
 }
 
 std::shared_ptr<ScreenTemplate1VC> ScreenTemplate1VC::self() {

@@ -43,7 +43,7 @@ class ScreenTemplate1VC final : public FlowScreen,
   /// Null until the screen has loaded.
   std::shared_ptr<ScreensViewModel> viewModel;
   /// A request of this screen runs; its button sends nothing meanwhile.
-  bool isBusy() const { return viewModel && viewModel->isBusy(); }
+  bool isBusy() const;
 
   /// This screen asks the server for an approval from time to time.
   bool isPolling() const { return poll_ && poll_->isRunning(); }
@@ -103,6 +103,8 @@ class ScreenTemplate1VC final : public FlowScreen,
                  const std::optional<JSON>& props);
   void configure(DropdownTableViewCell& cell, IndexPath indexPath, const JSON& value,
                  const std::optional<JSON>& props);
+  void sendFrom(const std::shared_ptr<ScreensViewModel>& model,
+                const ScreensViewModel::NextEvent& event);
   void fireOnLoadEvent();
   void startPolling();
   void pollingEnded(const std::optional<std::string>& status,
@@ -127,8 +129,11 @@ class ScreenTemplate1VC final : public FlowScreen,
   /// What the user had entered when the rows were last replaced; shown again under the same keys.
   Dictionary enteredBeforeReload_;
   std::shared_ptr<ScreensViewModel> handOverModel_;
+  /// The one whose answer is awaited: its own step follows, not that of the screen below.
+  std::weak_ptr<ScreensViewModel> lastSender_;
   std::shared_ptr<PollForChallengeStatus::Run> poll_;
   Subscription busySubscription_;
+  Subscription handOverBusySubscription_;
 };
 
 }  // namespace veltrane
