@@ -3,6 +3,7 @@
 #include "tests/core/host.h"
 #include "veltrane/base/console.h"
 #include "veltrane/flow/user_defaults_manager.h"
+#include "veltrane/toolkit/storyboard.h"
 
 namespace veltrane {
 namespace {
@@ -276,6 +277,63 @@ TEST_F(GenericScreen, anApprovalOnAnotherDeviceContinuesTheFlow) {
   const auto asked = requests();
   tick();
   EXPECT_EQ(requests(), asked) << "a screen that has left asks no more";
+}
+
+/// A vendor that keeps what it was handed.
+struct FakeVendor final : IdentityConnector {
+  void start(std::weak_ptr<ConnectorHost> h, const UserViewProps& props, std::size_t i) override {
+    host = h;
+    token = props[i]["token"].textValue();
+  }
+  std::weak_ptr<ConnectorHost> host;
+  std::string token;
+};
+
+TEST_F(GenericScreen, aVendorsStepHasEventsOfItsOwnAndTheScreenBelowKeepsIts) {
+  Platform ports = platform.ports();
+  const auto vendor = std::make_shared<FakeVendor>();
+  ports.onfido = vendor;
+  const PlatformScope scope(ports);
+  const std::string passkey =
+      R"("nextEvent":{"constructType":"vtEvent","eventType":"post","eventName":"below",
+                      "postProcess":{"localEvent":"fidoAuthentication"}})";
+  const auto step =
+      R"("nextEvent":{"constructType":"vtEvent","eventType":"post","eventName":"id"})";
+  const auto next = R"("nextEvent":{"constructType":"vtEvent","eventType":"nextUserView",)"
+                    R"("nextUserViewIndex":1})";
+  open(document(
+      joined({next, config("b", step), config("c", passkey)}),
+      {view("ScreenTemplate1"), view("ThirdPartyTemplate", "b"), view("ScreenTemplate2")}));
+  press();
+  vendor->host.lock()->sendNextEvent({{"credId", "C"}});
+  EXPECT_EQ(sent()["eventName"].text(), "id");
+  press();
+  EXPECT_EQ(requests(), 2u) << "the step's request is under way";
+  screen()->viewModel->postProcess = parsed(R"({"eventName":"not this one"})");
+  serve("{}");
+  EXPECT_EQ(screen()->userViewIndex, 2u);
+}
+
+TEST_F(GenericScreen, aCapturedFaceIsSentAsBase64AndAFailureEndsTheRun) {
+  struct Capture final : ViewController, FaceImageCaptureScreen {
+    std::string_view className() const override { return "FaceImageCaptureVC"; }
+  };
+  Platform ports = platform.ports();
+  ports.storyboard->add("FaceImageCaptureVC", [] { return std::make_shared<Capture>(); });
+  const PlatformScope scope(ports);
+  open(document(testing::kPostEvent, {view("FaceImageCaptureTemplate")}));
+  platform.mainQueue->advance(std::chrono::milliseconds(999));
+  EXPECT_EQ(screen()->presentedViewController(), nullptr);
+  platform.mainQueue->advance(std::chrono::milliseconds(1));
+  const auto capture = std::dynamic_pointer_cast<Capture>(screen()->presentedViewController());
+  const auto listener = capture->delegate.lock();
+  capture->dismiss(true);
+  listener->faceImageCaptureResult("\xff\x01", std::nullopt);
+  EXPECT_EQ(sent()["parameters"]["imageData"].text(), "/wE=");
+  EXPECT_FALSE(platform.console->mentions("/wE="));
+  listener->faceImageCaptureResult(std::nullopt, VeltraneFlowError::userCancelled());
+  platform.mainQueue->run();
+  EXPECT_THAT(outcome->calls, ElementsAre("veltraneError: User Cancelled"));
 }
 
 TEST_F(GenericScreen, marginsAndColoursFollowTheViewAndTheTheme) {

@@ -205,6 +205,11 @@ TEST_F(Network, whatCannotBeSentIsAnErrorOnALaterTurn) {
   platform.mainQueue->run();
   EXPECT_EQ(error.value().reasonName(), "jsonSerialization");
 
+  for (const auto* token : {"tok\n", "tok\r\nX-Evil: 1", "\x01"}) {
+    send({.endpoint = SDKEndpoint{"c"}, .headers = {{APIHTTPHeader::authorization(token)}}});
+    platform.mainQueue->run();
+    EXPECT_EQ(heard.back(), "badRequest: A header of the request holds a control character.");
+  }
   const BaseURLScope scope;
   APIBaseURL::setProduction("http://evil.example/v1");
   sendAny();
