@@ -129,8 +129,11 @@ TEST_F(TroubleTest, noticesThatAClientLeaves) {
   server->addFlow("hang", R"({"start": [{"trouble": {"noAnswer": true}}]})");
   auto impatient = client();
   impatient->set_read_timeout(0, 50'000);
-  EXPECT_FALSE(
-      impatient->Post("/v1/auth/acme/flows/hang/start", goodHeaders(), "{}", "application/json"));
+  httplib::Request request;
+  request.method = "POST";
+  request.path = "/v1/auth/acme/flows/hang/start";
+  request.headers = goodHeaders();
+  EXPECT_FALSE(impatient->send(request));
   EXPECT_THAT(outcome.get_future().get(), testing::HasSubstr("no answer"));
 }
 
