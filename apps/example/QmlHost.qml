@@ -1,0 +1,19 @@
+import QtQuick
+import Veltrane.Flow
+
+Window {
+    width: 390
+    height: 844
+    visible: true
+
+    VeltraneFlow {
+        apiKey: "demo-key"
+        rpId: "localhost"
+        origin: "https://localhost"
+        companyId: "acme"
+        flowId: "two-step-sign-in"
+        onResponse: response => Qt.quit()
+        onError: error => Qt.exit(1)
+        Component.onCompleted: Qt.callLater(runFlow)
+    }
+}
