@@ -33,28 +33,6 @@ TEST(Vocabulary, isExact) {
   for (const auto* name : {"MfaScreen1", "screenTemplate1", " ScreenTemplate1", "", "OtpScreen"}) {
     EXPECT_FALSE(SupportedScreens::check(name)) << name;
   }
-  const std::pair<const char*, int> keyboards[] = {{"numbersAndPunctuation", 2},
-                                                   {"numberPad", 4},
-                                                   {"decimalPad", 8},
-                                                   {"phonePad", 5},
-                                                   {"url", 3},
-                                                   {"emailAddress", 7},
-                                                   {"asciiCapable", 1},
-                                                   {"asciiCapableNumberPad", 11}};
-  for (const auto& [word, number] : keyboards) {
-    EXPECT_EQ(static_cast<int>(keyboardType(word).value()), number) << word;
-  }
-  EXPECT_FALSE(keyboardType("URL"));
-  const std::pair<const char*, int> modes[] = {
-      {"aspectFit", 1}, {"aspectFill", 2}, {"center", 4}, {"scaleToFill", 0}};
-  for (const auto& [word, number] : modes) {
-    EXPECT_EQ(static_cast<int>(contentMode(word).value()), number) << word;
-  }
-  EXPECT_FALSE(contentMode("scaleAspectFit"));
-  for (const auto* raw : {"string", "pngBase64Image", "pngURLImage"}) {
-    EXPECT_EQ(rawValue(cellValueKind(raw).value()), raw);
-  }
-  EXPECT_FALSE(cellValueKind("String"));
   std::vector<std::string_view> classes;
   for (const CellClass& each : getAllClasses()) {
     classes.push_back(each.name);

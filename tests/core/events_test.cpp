@@ -112,14 +112,6 @@ TEST_F(Events, aNextEventCarriesTheInputTheTokenAndTheChallenge) {
   EXPECT_TRUE(platform.console->has(R"(processNextEvent JSON resposne:: {"a":1})"));
 }
 
-TEST_F(Events, anOnLoadEventStaysOnItsScreenAndHasItsOwnName) {
-  make(std::string(kOnLoad) + "," + testing::kPostEvent);
-  send({.isOnLoadEvent = true});
-  EXPECT_EQ(sent()["eventName"].text(), "load");
-  serve("{}");
-  EXPECT_THAT(listener->heard, ElementsAre("next -> 2 {}"));
-}
-
 TEST_F(Events, failuresReachTheListenerAsErrors) {
   const std::tuple<const char*, int, const char*> cases[] = {
       {"{", 200, "next -> 2 badRequest: Invalid JSON response from server."},

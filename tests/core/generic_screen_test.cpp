@@ -163,14 +163,6 @@ TEST_F(GenericScreen, whatCannotEndARunDoesNot) {
                "No userInfo found on vtFlowNotification...");
 }
 
-TEST_F(GenericScreen, anErrorEndsTheRun) {
-  open(signIn());
-  press();
-  serve(R"({"success":0,"message":"wrong password","code":7})");
-  EXPECT_THAT(outcome->calls, ElementsAre("errorResponse: wrong password"));
-  EXPECT_EQ(stack(), nullptr);
-}
-
 TEST_F(GenericScreen, pastTheLastViewOnlySuccessEndsTheRun) {
   const auto last = document(joined({testing::kPostEvent, testing::kButton}));
   for (const auto* answer : {"{}", R"({"success":2})", R"({"success":"1"})"}) {
@@ -294,15 +286,12 @@ TEST_F(GenericScreen, aVendorsStepHasEventsOfItsOwnAndTheScreenBelowKeepsIts) {
   const auto vendor = std::make_shared<FakeVendor>();
   ports.onfido = vendor;
   const PlatformScope scope(ports);
-  const std::string passkey =
-      R"("nextEvent":{"constructType":"vtEvent","eventType":"post","eventName":"below",
-                      "postProcess":{"localEvent":"fidoAuthentication"}})";
   const auto step =
       R"("nextEvent":{"constructType":"vtEvent","eventType":"post","eventName":"id"})";
   const auto next = R"("nextEvent":{"constructType":"vtEvent","eventType":"nextUserView",)"
                     R"("nextUserViewIndex":1})";
   open(document(
-      joined({next, config("b", step), config("c", passkey)}),
+      joined({next, config("b", step)}),
       {view("ScreenTemplate1"), view("ThirdPartyTemplate", "b"), view("ScreenTemplate2")}));
   press();
   vendor->host.lock()->sendNextEvent({{"credId", "C"}});
