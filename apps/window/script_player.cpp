@@ -77,15 +77,14 @@ ScriptPlayer::Refusal ScriptPlayer::input(const JSON& command) {
   QQuickItem* field = control(row, "TextFieldTableViewCell");
   if (!field) return kNoSuchRow;
   const auto text = command["text"].textValue();
-  if (auto refusal = retype(*field, row, text)) return refusal;
+  if (auto refusal = retype(*field, text)) return refusal;
   const bool secure = field->property("echoMode").toInt() != 0;
   say_("typed    " + (secure ? std::string("a secret") : '"' + text + '"') + " into " +
        rowName(command));
   return std::nullopt;
 }
 
-ScriptPlayer::Refusal ScriptPlayer::retype(QQuickItem& field, int /*row*/,
-                                           const std::string& text) {
+ScriptPlayer::Refusal ScriptPlayer::retype(QQuickItem& field, const std::string& text) {
   click(field);
   if (window_.activeFocusItem() != &field) return "a click does not reach the field";
   pressKey(window_, Qt::Key_A, Qt::ControlModifier);
@@ -124,10 +123,10 @@ ScriptPlayer::Refusal ScriptPlayer::pick(const std::string& option) {
   if (!sheet || !sheet->isSheet()) return "no sheet of choices has opened";
   say_("picked   " + option);
   if (qtquick::toQString(option) == sheet->cancelTitle()) return clickNamed("sheetDismiss");
-  const auto row = sheet->choices().indexOf(qtquick::toQString(option));
+  const int row = sheet->actions()->find(qtquick::toQString(option));
   QQuickItem* sheetItem = named("actionSheet");
   if (row < 0 || !sheetItem) return "there is no such choice";
-  auto* action = qobject_cast<QQuickItem*>(call(*sheetItem, "actionAt", static_cast<int>(row)));
+  auto* action = qobject_cast<QQuickItem*>(call(*sheetItem, "actionAt", row));
   if (!action) return "the choice cannot be seen";
   click(*action);
   return std::nullopt;

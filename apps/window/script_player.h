@@ -55,7 +55,7 @@ class ScriptPlayer {
   /// The control of a row of this class, scrolled into view; null when there is none.
   QQuickItem* control(int row, const char* className) const;
   QQuickItem* named(const char* name) const;
-  Refusal retype(QQuickItem& field, int row, const std::string& text);
+  Refusal retype(QQuickItem& field, const std::string& text);
 
   qtquick::FlowStage& stage_;
   QQuickWindow& window_;

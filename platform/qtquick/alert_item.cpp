@@ -1,5 +1,8 @@
 #include "platform/qtquick/alert_item.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "platform/qtquick/convert.h"
 #include "platform/qtquick/flow_stage.h"
 
@@ -12,11 +15,51 @@ bool closes(const AlertAction& action) {
 
 }  // namespace
 
+AlertActions::AlertActions(std::vector<Action> actions, AlertItem& alert)
+    : actions_(std::move(actions)), alert_(alert) {}
+
+int AlertActions::rowCount(const QModelIndex& parent) const {
+  return parent.isValid() ? 0 : static_cast<int>(actions_.size());
+}
+
+QVariant AlertActions::data(const QModelIndex& index, int role) const {
+  if (!checkIndex(index, CheckIndexOption::IndexIsValid)) return {};
+  const Action& action = actions_[static_cast<std::size_t>(index.row())];
+  switch (role) {
+    case TitleRole:
+      return action.title;
+    case NumberRole:
+      return index.row();
+    case ClosesRole:
+      return action.closes;
+    case ViewRole:
+      return QVariant::fromValue<QObject*>(&alert_);
+    default:
+      return {};
+  }
+}
+
+QHash<int, QByteArray> AlertActions::roleNames() const {
+  return {{TitleRole, "title"}, {NumberRole, "number"}, {ClosesRole, "closes"}, {ViewRole, "view"}};
+}
+
+int AlertActions::find(const QString& title) const {
+  const auto found = std::find_if(actions_.begin(), actions_.end(),
+                                  [&](const Action& action) { return action.title == title; });
+  return found == actions_.end() ? -1 : static_cast<int>(found - actions_.begin());
+}
+
 AlertItem::AlertItem(std::shared_ptr<ViewController> controller, FlowStage& stage,
                      const ViewItem* below)
     : ViewItem(std::move(controller), stage), wishes_(stage.themeWishes()) {
   if (below) wishes_.background = below->palette().background;
   if (below) wishes_.text = below->palette().input;
+  std::vector<AlertActions::Action> actions;
+  for (const AlertAction& action : alert().actions()) {
+    if (!closes(action)) actions.push_back({toQString(action.title), false});
+  }
+  if (!isSheet() && !cancelTitle().isEmpty()) actions.push_back({cancelTitle(), true});
+  actions_ = std::make_unique<AlertActions>(std::move(actions), *this);
   refresh();
 }
 
@@ -34,14 +77,6 @@ bool AlertItem::isSheet() const {
   return alert().style() == AlertStyle::actionSheet;
 }
 
-QStringList AlertItem::choices() const {
-  QStringList titles;
-  for (const AlertAction& action : alert().actions()) {
-    if (!closes(action)) titles.append(toQString(action.title));
-  }
-  return titles;
-}
-
 QString AlertItem::cancelTitle() const {
   for (const AlertAction& action : alert().actions()) {
     if (closes(action)) return toQString(action.title);
@@ -49,10 +84,10 @@ QString AlertItem::cancelTitle() const {
   return {};
 }
 
-void AlertItem::choose(int index) {
+void AlertItem::choose(int number) {
   const auto& actions = alert().actions();
   for (std::size_t i = 0; i < actions.size(); ++i) {
-    if (closes(actions[i]) || index-- > 0) continue;
+    if (closes(actions[i]) || number-- > 0) continue;
     return alert().select(i);
   }
 }

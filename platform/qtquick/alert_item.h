@@ -1,22 +1,53 @@
 #pragma once
 
-#include <QStringList>
+#include <QAbstractListModel>
+#include <QString>
+#include <QtQml/qqmlregistration.h>
+#include <vector>
 
 #include "platform/qtquick/view_item.h"
 #include "veltrane/toolkit/alert_controller.h"
 
 namespace veltrane::qtquick {
 
+class AlertItem;
+
+/// The actions of an alert as a list model: all of a message box, the last one closing it; all but
+/// the closing one of a sheet.
+class AlertActions : public QAbstractListModel {
+  Q_OBJECT
+  QML_NAMED_ELEMENT(AlertActions)
+  QML_UNCREATABLE("Alerts come from the stage")
+
+ public:
+  enum Role { TitleRole = Qt::UserRole + 1, NumberRole, ClosesRole, ViewRole };
+
+  struct Action {
+    QString title;
+    bool closes;
+  };
+
+  AlertActions(std::vector<Action> actions, AlertItem& alert);
+  int rowCount(const QModelIndex& parent = {}) const override;
+  QVariant data(const QModelIndex& index, int role) const override;
+  QHash<int, QByteArray> roleNames() const override;
+  /// The number of the action of this title, -1 when there is none.
+  int find(const QString& title) const;
+
+ private:
+  std::vector<Action> actions_;
+  AlertItem& alert_;
+};
+
 /// A message box or a sheet of actions. Wears the colours of the screen below it.
-class AlertItem : public ViewItem {
+class AlertItem : public veltrane::qtquick::ViewItem {
   Q_OBJECT
   QML_NAMED_ELEMENT(AlertItem)
   QML_UNCREATABLE("Views come from the stage")
   Q_PROPERTY(QString title READ title CONSTANT)
   Q_PROPERTY(QString message READ message CONSTANT)
   Q_PROPERTY(bool sheet READ isSheet CONSTANT)
-  /// Titles of the actions other than the one that only closes, and their numbers.
-  Q_PROPERTY(QStringList choices READ choices CONSTANT)
+  Q_PROPERTY(veltrane::qtquick::AlertActions* actions READ actions CONSTANT)
   /// Title of the action that only closes, empty when there is none.
   Q_PROPERTY(QString cancelTitle READ cancelTitle CONSTANT)
 
@@ -27,12 +58,12 @@ class AlertItem : public ViewItem {
   QString title() const;
   QString message() const;
   bool isSheet() const;
-  QStringList choices() const;
+  AlertActions* actions() const { return actions_.get(); }
   QString cancelTitle() const;
   bool isAlert() const override { return true; }
 
-  /// `index` counts `choices`.
-  Q_INVOKABLE void choose(int index);
+  /// `number` counts the actions that do more than close.
+  Q_INVOKABLE void choose(int number);
   Q_INVOKABLE void cancel() override;
 
  protected:
@@ -42,6 +73,7 @@ class AlertItem : public ViewItem {
   AlertController& alert() const;
 
   PaletteWishes wishes_;
+  std::unique_ptr<AlertActions> actions_;
 };
 
 }  // namespace veltrane::qtquick

@@ -65,7 +65,7 @@ class Cell : public QObject {
   bool attached_ = false;
 };
 
-class LabelCell : public Cell {
+class LabelCell : public veltrane::qtquick::Cell {
   Q_OBJECT
   QML_NAMED_ELEMENT(LabelCell)
   QML_UNCREATABLE("Rows come from the screen")
@@ -88,7 +88,7 @@ class LabelCell : public Cell {
   const Label& label() const { return as<LabelTableViewCell>().label; }
 };
 
-class ImageCell : public Cell {
+class ImageCell : public veltrane::qtquick::Cell {
   Q_OBJECT
   QML_NAMED_ELEMENT(ImageCell)
   QML_UNCREATABLE("Rows come from the screen")
@@ -100,7 +100,7 @@ class ImageCell : public Cell {
   double height() const;
 };
 
-class ButtonCell : public Cell {
+class ButtonCell : public veltrane::qtquick::Cell {
   Q_OBJECT
   QML_NAMED_ELEMENT(ButtonCell)
   QML_UNCREATABLE("Rows come from the screen")
@@ -121,7 +121,7 @@ class ButtonCell : public Cell {
   const Button& button() const { return as<ButtonTableViewCell>().button; }
 };
 
-class TextFieldCell : public Cell {
+class TextFieldCell : public veltrane::qtquick::Cell {
   Q_OBJECT
   QML_NAMED_ELEMENT(TextFieldCell)
   QML_UNCREATABLE("Rows come from the screen")
@@ -148,7 +148,7 @@ class TextFieldCell : public Cell {
   const TextField& field() const { return as<TextFieldTableViewCell>().valueTextField; }
 };
 
-class ToggleSwitchCell : public Cell {
+class ToggleSwitchCell : public veltrane::qtquick::Cell {
   Q_OBJECT
   QML_NAMED_ELEMENT(ToggleSwitchCell)
   QML_UNCREATABLE("Rows come from the screen")
@@ -169,7 +169,7 @@ class ToggleSwitchCell : public Cell {
   const ToggleSwitchTableViewCell& row() const { return as<ToggleSwitchTableViewCell>(); }
 };
 
-class DropdownCell : public Cell {
+class DropdownCell : public veltrane::qtquick::Cell {
   Q_OBJECT
   QML_NAMED_ELEMENT(DropdownCell)
   QML_UNCREATABLE("Rows come from the screen")

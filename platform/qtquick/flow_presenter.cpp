@@ -42,16 +42,15 @@ void FlowPresenter::makeOverlay() {
     engine = ownEngine_.get();
   }
   QQmlComponent component(engine, moduleFile("FlowOverlay.qml"));
+  if (!component.isReady()) {
+    console::print("The flow cannot be shown: " + component.errorString().toStdString());
+    return;
+  }
   auto* made = component.createWithInitialProperties(
       {{QStringLiteral("stage"), QVariant::fromValue<QObject*>(stage_.get())},
        {QStringLiteral("parent"), QVariant::fromValue<QQuickItem*>(parent_)}});
+  QQmlEngine::setObjectOwnership(made, QQmlEngine::CppOwnership);
   overlay_ = qobject_cast<QQuickItem*>(made);
-  if (overlay_) {
-    QQmlEngine::setObjectOwnership(overlay_, QQmlEngine::CppOwnership);
-  } else {
-    console::print("The flow cannot be shown: " + component.errorString().toStdString());
-    delete made;
-  }
 }
 
 void FlowPresenter::watchWindow(QQuickWindow* window) {

@@ -160,8 +160,9 @@ void FlowStage::sync(const PresentationChange& change) {
   const Motion motion = motionOf(change);
   retire(wanted, motion);
   place(wanted, change.transition == Transition::root ? lift : 0);
-  arrange(wanted, motion);
+  // What has just come must be seen to move.
   emit viewsChanged();
+  arrange(wanted, motion);
   emit presentationChanged(change);
 }
 

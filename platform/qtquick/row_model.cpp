@@ -17,8 +17,12 @@ constexpr const char* kDropdown = "DropdownTableViewCell";
 
 }  // namespace
 
-RowModel::RowModel(TableView& table, Identify identify, Cell::PaletteSource palette)
-    : table_(table), identify_(std::move(identify)), palette_(std::move(palette)) {
+RowModel::RowModel(TableView& table, Identify identify, Cell::PaletteSource palette,
+                   QObject* screen)
+    : table_(table),
+      identify_(std::move(identify)),
+      palette_(std::move(palette)),
+      screen_(screen) {
   reload();
   reloaded_ = table_.reloaded.subscribe([this] { reload(); });
 }
@@ -34,6 +38,7 @@ QVariant RowModel::data(const QModelIndex& index, int role) const {
   const auto row = static_cast<std::size_t>(index.row());
   Row& entry = rows_[row];
   if (role == CellClassRole) return toQString(entry.identity.className);
+  if (role == ScreenRole) return QVariant::fromValue<QObject*>(screen_);
   if (role != CellRole) return {};
   if (!entry.item) {
     // In the middle of a reload the table may be ahead of the rows shown here.
@@ -47,7 +52,7 @@ QVariant RowModel::data(const QModelIndex& index, int role) const {
 }
 
 QHash<int, QByteArray> RowModel::roleNames() const {
-  return {{CellClassRole, "cellClass"}, {CellRole, "cell"}};
+  return {{CellClassRole, "cellClass"}, {CellRole, "cell"}, {ScreenRole, "screen"}};
 }
 
 int RowModel::nextFocusRow(int row, int step) const {

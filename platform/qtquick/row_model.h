@@ -33,10 +33,10 @@ class RowModel : public QAbstractListModel {
  public:
   /// Tells a row's identity without making its cell.
   using Identify = std::function<RowIdentity(std::size_t row)>;
-  enum Role { CellClassRole = Qt::UserRole + 1, CellRole };
+  enum Role { CellClassRole = Qt::UserRole + 1, CellRole, ScreenRole };
 
-  /// The table outlives the model.
-  RowModel(TableView& table, Identify identify, Cell::PaletteSource palette);
+  /// The table and the screen outlive the model.
+  RowModel(TableView& table, Identify identify, Cell::PaletteSource palette, QObject* screen);
   ~RowModel() override;
 
   int rowCount(const QModelIndex& parent = {}) const override;
@@ -78,6 +78,8 @@ class RowModel : public QAbstractListModel {
   TableView& table_;
   Identify identify_;
   Cell::PaletteSource palette_;
+  /// What delegates look their colours and margins up in.
+  QObject* screen_;
   mutable std::vector<Row> rows_;
   /// Items of rows that have gone; pooled delegates may still read them.
   std::vector<std::unique_ptr<Cell>> retired_;

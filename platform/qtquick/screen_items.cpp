@@ -63,8 +63,8 @@ TemplateScreenItem::TemplateScreenItem(std::shared_ptr<ViewController> controlle
     const CellProperties& record = screen().viewModel->records[row];
     return RowIdentity{std::string(cellClassName(record.type)), record.key};
   };
-  rows_ = std::make_unique<RowModel>(screen().mainTableView, identify,
-                                     [this]() -> const Palette& { return palette(); });
+  rows_ = std::make_unique<RowModel>(
+      screen().mainTableView, identify, [this]() -> const Palette& { return palette(); }, this);
   refresh();
 }
 

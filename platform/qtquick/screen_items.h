@@ -15,7 +15,7 @@ class StartFlowVC;
 namespace veltrane::qtquick {
 
 /// A screen with a navigation bar.
-class ScreenItem : public ViewItem {
+class ScreenItem : public veltrane::qtquick::ViewItem {
   Q_OBJECT
   QML_NAMED_ELEMENT(ScreenItem)
   QML_UNCREATABLE("Views come from the stage")
@@ -42,7 +42,7 @@ class ScreenItem : public ViewItem {
 };
 
 /// The generic screen: a list of rows and the activity panel.
-class TemplateScreenItem : public ScreenItem {
+class TemplateScreenItem : public veltrane::qtquick::ScreenItem {
   Q_OBJECT
   QML_NAMED_ELEMENT(TemplateScreenItem)
   QML_UNCREATABLE("Views come from the stage")
@@ -82,7 +82,7 @@ class TemplateScreenItem : public ScreenItem {
 };
 
 /// The screen that waits for the flow.
-class StartScreenItem : public ScreenItem {
+class StartScreenItem : public veltrane::qtquick::ScreenItem {
   Q_OBJECT
   QML_NAMED_ELEMENT(StartScreenItem)
   QML_UNCREATABLE("Views come from the stage")

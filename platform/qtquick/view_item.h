@@ -32,6 +32,8 @@ class ViewItem : public QObject {
   Q_PROPERTY(bool active READ isActive NOTIFY phaseChanged)
   /// How far the view is below its place, as a share of its height.
   Q_PROPERTY(double lift READ lift WRITE setLift NOTIFY liftChanged)
+  /// How much of the view has come in by fading, 0 to 1.
+  Q_PROPERTY(double presence MEMBER presence_ NOTIFY presenceChanged)
   Q_PROPERTY(QQuickItem* content READ content WRITE setContent NOTIFY contentChanged)
 
  public:
@@ -81,6 +83,7 @@ class ViewItem : public QObject {
   void phaseChanged();
   void contentChanged();
   void liftChanged();
+  void presenceChanged();
   void hasSettled();
 
  protected:
@@ -100,6 +103,7 @@ class ViewItem : public QObject {
   bool active_ = false;
   bool settled_ = false;
   double lift_ = 0;
+  double presence_ = 1;
   QPointer<QQuickItem> content_;
   Subscription subscription_;
 };

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Veltrane.Flow
 
 // Actions at the foot of the screen; a long list scrolls. Arrows and Tab move through it.
 FocusScope {
@@ -7,7 +8,7 @@ FocusScope {
 
     required property AlertItem view
     // How far the sheet has come in, from 0 to 1.
-    readonly property real progress: sheet.parent?.parent?.parent?.parent?.opacity ?? 1
+    readonly property real progress: sheet.view.presence
 
     function step(by) {
         const at = dismiss.activeFocus ? choices.count : choices.currentIndex;
@@ -61,34 +62,13 @@ FocusScope {
                 height: Math.min(choices.contentHeight, sheet.height - dismiss.height - 60)
                 highlightMoveDuration: 0
                 keyNavigationEnabled: false
-                model: sheet.view.choices
+                model: sheet.view.actions
                 objectName: "choices"
                 width: parent.width
 
                 ScrollBar.vertical: ScrollBar {
                 }
                 delegate: AlertAction {
-                    id: action
-
-                    required property int index
-                    required property string modelData
-
-                    focus: true
-                    least: 54
-                    objectName: "sheetAction"
-                    text: action.modelData
-                    view: sheet.view
-                    width: ListView.view ? ListView.view.width : 0
-
-                    onClicked: sheet.view.choose(action.index)
-
-                    Rectangle {
-                        anchors.bottom: parent.bottom
-                        color: sheet.view.palette.line
-                        height: 1
-                        visible: action.index + 1 < choices.count
-                        width: parent.width
-                    }
                 }
             }
         }
@@ -104,14 +84,12 @@ FocusScope {
                 id: dismiss
 
                 anchors.fill: parent
+                closes: true
                 focus: choices.count === 0
-                least: 54
-                objectName: "sheetDismiss"
-                strong: true
-                text: sheet.view.cancelTitle
+                lined: false
+                number: 0
+                title: sheet.view.cancelTitle
                 view: sheet.view
-
-                onClicked: sheet.view.cancel()
             }
         }
 

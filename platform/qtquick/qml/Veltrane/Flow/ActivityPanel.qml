@@ -1,4 +1,5 @@
 import QtQuick
+import Veltrane.Flow
 
 // Says that something is under way.
 Rectangle {

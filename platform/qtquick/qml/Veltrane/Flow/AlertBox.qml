@@ -1,4 +1,5 @@
 import QtQuick
+import Veltrane.Flow
 
 // A message box. The keyboard stays on its actions.
 FocusScope {
@@ -91,28 +92,11 @@ FocusScope {
             Repeater {
                 id: actions
 
-                model: box.view.choices.concat(box.view.cancelTitle !== "" ? [box.view.cancelTitle] : [])
+                model: box.view.actions
 
                 delegate: AlertAction {
-                    id: action
-
-                    required property int index
-                    required property string modelData
-                    readonly property bool closes: action.index === box.view.choices.length
-
-                    objectName: "alertAction"
-                    strong: true
-                    text: action.modelData
-                    view: box.view
-                    width: buttons.width
-
-                    onClicked: action.closes ? box.view.cancel() : box.view.choose(action.index)
-
-                    Rectangle {
-                        color: box.view.palette.line
-                        height: 1
-                        width: parent.width
-                    }
+                    focus: false
+                    lined: true
                 }
             }
         }

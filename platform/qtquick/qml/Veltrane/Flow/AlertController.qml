@@ -1,4 +1,5 @@
 import QtQuick
+import Veltrane.Flow
 
 // A message or a sheet of actions over the screen, which is dimmed.
 FocusScope {
@@ -8,6 +9,10 @@ FocusScope {
 
     Keys.onBackPressed: alert.view.cancel()
     Keys.onEscapePressed: alert.view.cancel()
+
+    Component.onCompleted: loader.setSource(alert.view.sheet ? "ActionSheet.qml" : "AlertBox.qml", {
+        "view": alert.view
+    })
 
     Rectangle {
         anchors.fill: parent
@@ -21,22 +26,9 @@ FocusScope {
         onClicked: alert.view.cancel()
     }
     Loader {
+        id: loader
+
         anchors.fill: parent
         focus: true
-        sourceComponent: alert.view.sheet ? sheet : box
-    }
-    Component {
-        id: box
-
-        AlertBox {
-            view: alert.view
-        }
-    }
-    Component {
-        id: sheet
-
-        ActionSheet {
-            view: alert.view
-        }
     }
 }

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Veltrane.Flow
 
 // A word in the navigation bar that acts.
 AbstractButton {
@@ -55,6 +56,6 @@ AbstractButton {
         }
     }
 
-    Keys.onEnterPressed: button.click()
-    Keys.onReturnPressed: button.click()
+    Keys.onEnterPressed: button.clicked()
+    Keys.onReturnPressed: button.clicked()
 }

@@ -1,4 +1,5 @@
 import QtQuick
+import Veltrane.Flow
 
 FlowRow {
     id: row
@@ -23,8 +24,8 @@ FlowRow {
         waiting: row.screen.busy
         width: parent.width
 
-        Keys.onEnterPressed: button.click()
-        Keys.onReturnPressed: button.click()
+        Keys.onEnterPressed: button.clicked()
+        Keys.onReturnPressed: button.clicked()
         onClicked: if (!button.waiting)
             row.cell.press()
     }

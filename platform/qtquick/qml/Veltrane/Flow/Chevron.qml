@@ -1,4 +1,5 @@
 import QtQuick
+import Veltrane.Flow
 
 // A thin arrow head, pointing down.
 Item {

@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Veltrane.Flow
 
 FlowRow {
     id: row
@@ -74,8 +75,8 @@ FlowRow {
             }
         }
 
-        Keys.onEnterPressed: button.click()
-        Keys.onReturnPressed: button.click()
+        Keys.onEnterPressed: button.clicked()
+        Keys.onReturnPressed: button.clicked()
         onClicked: row.cell.open()
     }
 }

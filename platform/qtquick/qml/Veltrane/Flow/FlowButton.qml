@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Veltrane.Flow
 
 // A filled button that takes its whole width.
 AbstractButton {

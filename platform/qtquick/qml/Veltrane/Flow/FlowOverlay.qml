@@ -1,4 +1,5 @@
 import QtQuick
+import Veltrane.Flow
 
 // Everything a flow shows, over what its host shows.
 FocusScope {

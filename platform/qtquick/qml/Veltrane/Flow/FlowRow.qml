@@ -1,4 +1,5 @@
 import QtQuick
+import Veltrane.Flow
 
 // What every row has: its place in the column and the stops that the keyboard finds in it.
 FocusScope {

@@ -1,4 +1,5 @@
 import QtQuick
+import Veltrane.Flow
 
 // One view of the stage and how it comes and goes.
 FocusScope {
@@ -77,6 +78,7 @@ FocusScope {
         });
         slot.follow();
     }
+    onOpacityChanged: slot.view.presence = slot.opacity
     onEnabledChanged: if (slot.enabled)
         slot.forceActiveFocus()
 

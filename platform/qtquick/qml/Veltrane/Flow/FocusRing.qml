@@ -1,4 +1,5 @@
 import QtQuick
+import Veltrane.Flow
 
 // Shows where the keyboard is.
 Rectangle {

@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 import Qt.labs.qmlmodels
+import Veltrane.Flow
 
 // The rows of a screen and the keyboard's way through them.
 ListView {
@@ -73,66 +74,66 @@ ListView {
             roleValue: "LabelTableViewCell"
 
             LabelTableViewCell {
-                screen: form.screen
             }
         }
         DelegateChoice {
             roleValue: "ImageTableViewCell"
 
             ImageTableViewCell {
-                screen: form.screen
             }
         }
         DelegateChoice {
             roleValue: "ButtonTableViewCell"
 
             ButtonTableViewCell {
-                screen: form.screen
             }
         }
         DelegateChoice {
             roleValue: "TextFieldTableViewCell"
 
             TextFieldTableViewCell {
-                screen: form.screen
             }
         }
         DelegateChoice {
             roleValue: "ToggleSwitchTableViewCell"
 
             ToggleSwitchTableViewCell {
-                screen: form.screen
             }
         }
         DelegateChoice {
             roleValue: "DropdownTableViewCell"
 
             DropdownTableViewCell {
-                screen: form.screen
             }
         }
         DelegateChoice {
             roleValue: "ShowPoweredByTableViewCell"
 
             ShowPoweredByTableViewCell {
-                screen: form.screen
             }
         }
         DelegateChoice {
             TableViewCell {
-                screen: form.screen
             }
         }
     }
 
-    onCountChanged: Qt.callLater(form.focusFirst)
+    onCountChanged: opening.restart()
     // A keyboard on the screen takes its part of the height: the field stays in view above it.
     onHeightChanged: if (form.currentIndex >= 0)
         form.positionViewAtIndex(form.currentIndex, ListView.Contain)
 
+    // Once the rows have been laid out.
+    Timer {
+        id: opening
+
+        interval: 0
+
+        onTriggered: form.focusFirst()
+    }
     Connections {
         function onPhaseChanged() {
-            Qt.callLater(form.focusFirst);
+            opening.restart();
         }
 
         target: form.screen

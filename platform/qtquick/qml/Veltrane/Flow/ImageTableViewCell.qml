@@ -1,4 +1,5 @@
 import QtQuick
+import Veltrane.Flow
 
 // Keeps the room that the document gives the picture.
 FlowRow {

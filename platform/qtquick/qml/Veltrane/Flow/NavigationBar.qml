@@ -1,4 +1,5 @@
 import QtQuick
+import Veltrane.Flow
 
 // Title in the middle, back at the leading edge, cancel at the trailing one.
 Rectangle {

@@ -1,4 +1,5 @@
 import QtQuick
+import Veltrane.Flow
 
 // A screen that this front end has no view for: the user can still leave.
 ScreenFrame {

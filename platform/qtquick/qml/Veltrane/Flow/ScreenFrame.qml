@@ -1,4 +1,5 @@
 import QtQuick
+import Veltrane.Flow
 
 // What every screen has: the background, the navigation bar, the way out by keyboard.
 FocusScope {

@@ -1,4 +1,5 @@
 import QtQuick
+import Veltrane.Flow
 
 // The generic screen: rows in a column, and the activity panel over them.
 ScreenFrame {

@@ -1,4 +1,5 @@
 import QtQuick
+import Veltrane.Flow
 
 FlowRow {
     id: row

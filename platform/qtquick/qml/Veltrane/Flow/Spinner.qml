@@ -1,4 +1,5 @@
 import QtQuick
+import Veltrane.Flow
 
 // Dots on a circle that turn.
 Item {

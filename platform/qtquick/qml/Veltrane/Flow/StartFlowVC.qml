@@ -1,4 +1,5 @@
 import QtQuick
+import Veltrane.Flow
 
 // Waiting for the flow.
 ScreenFrame {
@@ -52,8 +53,8 @@ ScreenFrame {
             visible: screen.start.retryVisible
             width: parent.width
 
-            Keys.onEnterPressed: retry.click()
-            Keys.onReturnPressed: retry.click()
+            Keys.onEnterPressed: retry.clicked()
+            Keys.onReturnPressed: retry.clicked()
             onClicked: screen.start.retry()
         }
     }

@@ -1,4 +1,5 @@
 import QtQuick
+import Veltrane.Flow
 
 // A row of a class that this front end has no view for: nothing to see.
 FlowRow {

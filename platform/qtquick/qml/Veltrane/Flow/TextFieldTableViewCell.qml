@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
+import Veltrane.Flow
 
 FlowRow {
     id: row
@@ -97,8 +98,8 @@ FlowRow {
                 verticalAlignment: Text.AlignVCenter
             }
 
-            Keys.onEnterPressed: show.click()
-            Keys.onReturnPressed: show.click()
+            Keys.onEnterPressed: show.clicked()
+            Keys.onReturnPressed: show.clicked()
             onClicked: row.revealed = !row.revealed
         }
     }
