@@ -9,8 +9,8 @@
 namespace veltrane::window {
 namespace {
 
-constexpr std::array<std::string_view, 8> kCommands = {
-    "input", "toggle", "choose", "press", "back", "cancel", "dismissAlert", "retry"};
+constexpr std::array<std::string_view, 8> kCommands = {"input", "toggle", "choose",       "press",
+                                                       "back",  "cancel", "dismissAlert", "retry"};
 
 void check(const JSON& command, std::size_t number) {
   const auto where = "command " + std::to_string(number + 1);

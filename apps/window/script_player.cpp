@@ -161,8 +161,7 @@ qtquick::TemplateScreenItem* ScriptPlayer::screen() const {
 
 int ScriptPlayer::rowOf(const JSON& command) const {
   if (!screen()) return -1;
-  if (const auto key = command["key"].text())
-    return screen()->rows()->rowOfKey(std::string(*key));
+  if (const auto key = command["key"].text()) return screen()->rows()->rowOfKey(std::string(*key));
   return static_cast<int>(command["row"].integer().value_or(-1));
 }
 

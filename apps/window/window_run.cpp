@@ -134,6 +134,10 @@ void WindowRun::takePicture() {
   newToSee_ = false;
   const auto* view = presenter_->stage().activeView();
   if (!pictures_ || !view) return;
+  // The drawing in memory repairs only what has changed; this makes it draw everything afresh.
+  presenter_->overlay()->setOpacity(0.999);
+  window_.grabWindow();
+  presenter_->overlay()->setOpacity(1);
   const auto name = view->isAlert() ? std::string("alert") : nameOf(*view->controller());
   const auto file = pictures_->take(window_, name);
   say(file ? "picture  " + file->string() : "picture  could not be saved");

@@ -136,8 +136,8 @@ int TextFieldCell::inputHints() const {
   auto hints = field().keyboardType ? hintsFor(*field().keyboardType) : Qt::ImhNone;
   // What is typed here must not reach a keyboard's dictionary, shown in clear or not.
   if (isSecure()) {
-    hints |= Qt::ImhSensitiveData | Qt::ImhHiddenText | Qt::ImhNoPredictiveText |
-             Qt::ImhNoAutoUppercase;
+    hints |=
+        Qt::ImhSensitiveData | Qt::ImhHiddenText | Qt::ImhNoPredictiveText | Qt::ImhNoAutoUppercase;
   }
   return static_cast<int>(hints);
 }

@@ -7,12 +7,9 @@
 #include <QQuickWindow>
 
 #include "platform/qtquick/flow_stage.h"
+#include "platform/qtquick/install.h"
 #include "platform/qtquick/view_registry.h"
 #include "veltrane/base/console.h"
-
-// Made by the build: tells QML about the module's types. Called by name, so that a linker that
-// drops what nobody mentions keeps it.
-void qml_register_types_Veltrane_Flow();
 
 namespace veltrane::qtquick {
 
@@ -20,7 +17,7 @@ FlowPresenter::FlowPresenter(QQuickWindow* window) : FlowPresenter(window->conte
 
 FlowPresenter::FlowPresenter(QQuickItem* item)
     : parent_(item), stage_(std::make_unique<FlowStage>()) {
-  qml_register_types_Veltrane_Flow();
+  registerTypes();
   connect(stage_.get(), &FlowStage::viewsChanged, this, &FlowPresenter::rememberFocus);
   connect(item, &QQuickItem::windowChanged, this, &FlowPresenter::watchWindow);
   watchWindow(item->window());

@@ -21,10 +21,11 @@ class FlowStage;
 ///
 ///     veltrane::qtquick::install();
 ///     veltrane::qtquick::FlowPresenter presenter(window);
-///     vtFlow->runFlow({.flowId = "sign-in", .fromViewController = presenter.hostViewController()});
+///     vtFlow->runFlow({.flowId = "sign-in", .fromViewController =
+///     presenter.hostViewController()});
 ///
-/// What the presenter shows fills the window (or the item) and takes its keyboard until the flow has
-/// gone; then the focus is where it was. The window or item may go first.
+/// What the presenter shows fills the window (or the item) and takes its keyboard until the flow
+/// has gone; then the focus is where it was. The window or item may go first.
 class FlowPresenter final : public QObject {
   Q_OBJECT
 

@@ -2,6 +2,7 @@
 
 #include <QFontInfo>
 #include <QGuiApplication>
+#include <QInputMethod>
 #include <QPalette>
 #include <QQmlEngine>
 #include <algorithm>
@@ -62,6 +63,9 @@ FlowStage::FlowStage()
       mirrored_(QGuiApplication::layoutDirection() == Qt::RightToLeft),
       dark_(systemIsDark()) {
   QQmlEngine::setObjectOwnership(this, QQmlEngine::CppOwnership);
+  const QInputMethod* keyboard = QGuiApplication::inputMethod();
+  connect(keyboard, &QInputMethod::keyboardRectangleChanged, this, &FlowStage::keyboardTopChanged);
+  connect(keyboard, &QInputMethod::visibleChanged, this, &FlowStage::keyboardTopChanged);
   subscription_ = host_->presentationChanged.subscribe(
       [this](const PresentationChange& change) { sync(change); });
 }
@@ -121,6 +125,12 @@ void FlowStage::setKeyboardInUse(bool inUse) {
   if (inUse == keyboardInUse_) return;
   keyboardInUse_ = inUse;
   emit keyboardInUseChanged();
+}
+
+double FlowStage::keyboardTop() const {
+  const QInputMethod* keyboard = QGuiApplication::inputMethod();
+  const QRectF covered = keyboard->keyboardRectangle();
+  return keyboard->isVisible() && covered.height() > 0 ? covered.top() : -1;
 }
 
 PaletteWishes FlowStage::themeWishes() const {
@@ -195,7 +205,9 @@ void FlowStage::arrange(const Controllers& wanted, Motion motion) {
   for (std::size_t i = wanted.size(); i-- > 0;) {
     ViewItem& view = *views_[indexOf(wanted[i])];
     const bool top = i + 1 == wanted.size();
-    const Motion ownMotion = view.isAlert() ? Motion::Fade : view.lift() > 0 ? Motion::Modal : motion;
+    const Motion ownMotion = view.isAlert()    ? Motion::Fade
+                             : view.lift() > 0 ? Motion::Modal
+                                               : motion;
     view.move(covered ? Phase::Covered : Phase::Shown, ownMotion, top);
     covered = covered || !view.isAlert();
   }

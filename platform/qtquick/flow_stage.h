@@ -1,8 +1,8 @@
 #pragma once
 
+#include <QtQml/qqmlregistration.h>
 #include <QAbstractListModel>
 #include <QObject>
-#include <QtQml/qqmlregistration.h>
 #include <memory>
 #include <vector>
 
@@ -31,6 +31,8 @@ class FlowStage : public QAbstractListModel {
   Q_PROPERTY(bool still READ isStill WRITE setStill NOTIFY lookChanged)
   /// The user's last act came from a keyboard, so that the focus must be seen.
   Q_PROPERTY(bool keyboardInUse READ isKeyboardInUse NOTIFY keyboardInUseChanged)
+  /// Where an on-screen keyboard begins, in the window's coordinates; -1 when there is none.
+  Q_PROPERTY(double keyboardTop READ keyboardTop NOTIFY keyboardTopChanged)
 
  public:
   enum Role { ViewRole = Qt::UserRole + 1 };
@@ -63,6 +65,7 @@ class FlowStage : public QAbstractListModel {
   void setStill(bool still);
   bool isKeyboardInUse() const { return keyboardInUse_; }
   void setKeyboardInUse(bool inUse);
+  double keyboardTop() const;
 
   /// What the host's theme asks for, on every screen.
   PaletteWishes themeWishes() const;
@@ -71,6 +74,7 @@ class FlowStage : public QAbstractListModel {
   void viewsChanged();
   void lookChanged();
   void keyboardInUseChanged();
+  void keyboardTopChanged();
   /// A view has come to rest, or one has gone.
   void settled();
   /// After the views have been brought up to date.

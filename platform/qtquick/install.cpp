@@ -9,7 +9,14 @@
 #include "veltrane/toolkit/storyboard.h"
 #include "veltrane/ui/main_storyboard.h"
 
+// Made by the build. Called by name, so that a linker that drops what nobody mentions keeps it.
+void qml_register_types_Veltrane_Flow();
+
 namespace veltrane::qtquick {
+
+void registerTypes() {
+  qml_register_types_Veltrane_Flow();
+}
 
 Platform makePlatform(const Options& options) {
   Platform platform;
@@ -23,6 +30,7 @@ Platform makePlatform(const Options& options) {
 }
 
 void install(const Options& options) {
+  registerTypes();
   Platform::install(makePlatform(options));
 }
 

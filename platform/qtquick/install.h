@@ -21,9 +21,13 @@ struct Options {
 /// flow's own screens. Call on the user-interface thread, with a QGuiApplication.
 Platform makePlatform(const Options& options = {});
 
-/// Installs `makePlatform(options)`, process-wide. Once, before the first `VTFlow`. A host that wants
-/// another adapter changes the platform and installs it itself.
+/// Installs `makePlatform(options)`, process-wide. Once, before the first `VTFlow`. A host that
+/// wants another adapter changes the platform and installs it itself.
 void install(const Options& options = {});
+
+/// Tells every QML engine of this process about the module `Veltrane.Flow`. `install` and
+/// `FlowPresenter` do it too; a host that does neither before it loads its QML calls this.
+void registerTypes();
 
 /// True once a platform with a main queue has been installed, by whomever.
 bool isInstalled();

@@ -1,17 +1,17 @@
 #pragma once
 
+#include <QtQml/qqmlregistration.h>
 #include <QColor>
 #include <QObject>
-#include <QtQml/qqmlregistration.h>
 
 namespace veltrane::qtquick {
 
 /// Contrast of two opaque colours as WCAG 2 defines it, from 1 to 21.
 double contrast(const QColor& a, const QColor& b);
 
-/// `color` itself when it has `ratio` against `background`, otherwise the nearest mixture of it with
-/// black or white that has. For ratios up to 4.5 there always is one. Translucent colours are taken
-/// as they look on the background.
+/// `color` itself when it has `ratio` against `background`, otherwise the nearest mixture of it
+/// with black or white that has. For ratios up to 4.5 there always is one. Translucent colours are
+/// taken as they look on the background.
 QColor readable(const QColor& color, const QColor& background, double ratio);
 
 /// What a theme or a document asks for; invalid colours ask for nothing.

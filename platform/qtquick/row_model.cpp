@@ -19,10 +19,7 @@ constexpr const char* kDropdown = "DropdownTableViewCell";
 
 RowModel::RowModel(TableView& table, Identify identify, Cell::PaletteSource palette,
                    QObject* screen)
-    : table_(table),
-      identify_(std::move(identify)),
-      palette_(std::move(palette)),
-      screen_(screen) {
+    : table_(table), identify_(std::move(identify)), palette_(std::move(palette)), screen_(screen) {
   reload();
   reloaded_ = table_.reloaded.subscribe([this] { reload(); });
 }

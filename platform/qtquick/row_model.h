@@ -1,7 +1,7 @@
 #pragma once
 
-#include <QAbstractListModel>
 #include <QtQml/qqmlregistration.h>
+#include <QAbstractListModel>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -23,8 +23,8 @@ struct RowIdentity {
 };
 
 /// A table of the core as a list model. An item is made when a delegate first asks for its row, so
-/// a long list costs what is looked at. A reload inserts and removes the rows that differ and points
-/// the others at their new cells: a delegate that stays keeps its focus and caret.
+/// a long list costs what is looked at. A reload inserts and removes the rows that differ and
+/// points the others at their new cells: a delegate that stays keeps its focus and caret.
 class RowModel : public QAbstractListModel {
   Q_OBJECT
   QML_NAMED_ELEMENT(RowModel)

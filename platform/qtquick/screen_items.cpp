@@ -56,8 +56,7 @@ PaletteWishes ScreenItem::wishes() const {
   return wishes;
 }
 
-TemplateScreenItem::TemplateScreenItem(std::shared_ptr<ViewController> controller,
-                                       FlowStage& stage)
+TemplateScreenItem::TemplateScreenItem(std::shared_ptr<ViewController> controller, FlowStage& stage)
     : ScreenItem(std::move(controller), stage) {
   const auto identify = [this](std::size_t row) {
     const CellProperties& record = screen().viewModel->records[row];

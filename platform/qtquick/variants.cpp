@@ -20,7 +20,7 @@ QVariant orNull(const std::optional<std::string>& text) {
 /// QML hands objects over as script values when a property is declared as "var".
 QVariant plain(const QVariant& value) {
   return value.metaType() == QMetaType::fromType<QJSValue>() ? value.value<QJSValue>().toVariant()
-                                                              : value;
+                                                             : value;
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <QtQml/qqmlregistration.h>
 #include <QQuickItem>
 #include <QVariant>
-#include <QtQml/qqmlregistration.h>
 #include <memory>
 
 namespace veltrane {
@@ -36,8 +36,9 @@ class VeltraneFlow : public QQuickItem {
   /// Seconds.
   Q_PROPERTY(double timeout MEMBER timeout_ NOTIFY argumentsChanged)
   Q_PROPERTY(bool sandbox MEMBER sandbox_ NOTIFY argumentsChanged)
-  /// Null for none, or an object with colours ("#RRGGBB" and the like) by the names backgroundColor,
-  /// labelTextColor, buttonTextColor, buttonBackgroundColor; those left out have their defaults.
+  /// Null for none, or an object with colours ("#RRGGBB" and the like) by the names
+  /// backgroundColor, labelTextColor, buttonTextColor, buttonBackgroundColor; those left out have
+  /// their defaults.
   Q_PROPERTY(QVariant theme MEMBER theme_ NOTIFY argumentsChanged)
   /// One of the two. With both, the flow wins.
   Q_PROPERTY(QString flowId MEMBER flowId_ NOTIFY argumentsChanged)

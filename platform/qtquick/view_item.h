@@ -1,12 +1,12 @@
 #pragma once
 
+#include <QtQml/qqmlregistration.h>
 #include <QColor>
 #include <QObject>
 #include <QPointer>
 #include <QQuickItem>
 #include <QString>
 #include <QUrl>
-#include <QtQml/qqmlregistration.h>
 #include <memory>
 
 #include "platform/qtquick/palette.h"

@@ -41,8 +41,7 @@ const ViewKind& kindOf(std::string_view className) {
 }  // namespace
 
 QUrl moduleFile(std::string_view name) {
-  return QUrl(QStringLiteral("qrc:/qt-project.org/imports/Veltrane/Flow/") +
-              toQString(name));
+  return QUrl(QStringLiteral("qrc:/qt-project.org/imports/Veltrane/Flow/") + toQString(name));
 }
 
 void registerView(std::string className, ViewKind kind) {

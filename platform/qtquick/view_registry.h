@@ -13,8 +13,8 @@ namespace veltrane::qtquick {
 class FlowStage;
 class ViewItem;
 
-/// How a class of controllers is shown: the item that mirrors its state, and the QML file that draws
-/// it. The file's root has a required property `view` of the item's type.
+/// How a class of controllers is shown: the item that mirrors its state, and the QML file that
+/// draws it. The file's root has a required property `view` of the item's type.
 struct ViewKind {
   using Make = std::function<std::unique_ptr<ViewItem>(std::shared_ptr<ViewController> controller,
                                                        FlowStage& stage, const ViewItem* below)>;

@@ -6,10 +6,15 @@ import Veltrane.Flow
 FocusScope {
     id: sheet
 
-    required property AlertItem view
     // How far the sheet has come in, from 0 to 1.
     readonly property real progress: sheet.view.presence
+    required property AlertItem view
 
+    // An action, brought into view: for programs that act as a user.
+    function actionAt(index) {
+        choices.positionViewAtIndex(index, ListView.Contain);
+        return choices.itemAtIndex(index);
+    }
     function step(by) {
         const at = dismiss.activeFocus ? choices.count : choices.currentIndex;
         const stops = choices.count + 1;
@@ -22,15 +27,9 @@ FocusScope {
         }
     }
 
-    // An action, brought into view: for programs that act as a user.
-    function actionAt(index) {
-        choices.positionViewAtIndex(index, ListView.Contain);
-        return choices.itemAtIndex(index);
-    }
-
-    objectName: "actionSheet"
     Accessible.name: sheet.view.title !== "" ? sheet.view.title : qsTr("Choices")
     Accessible.role: Accessible.Dialog
+    objectName: "actionSheet"
 
     Keys.onBacktabPressed: sheet.step(-1)
     Keys.onDownPressed: sheet.step(1)
@@ -44,6 +43,10 @@ FocusScope {
         spacing: 8
         width: Math.min(sheet.width - 20, 480)
 
+        transform: Translate {
+            y: (1 - sheet.progress) * 240
+        }
+
         Rectangle {
             antialiasing: true
             color: sheet.view.palette.surface
@@ -54,7 +57,6 @@ FocusScope {
 
             ListView {
                 id: choices
-
                 boundsBehavior: Flickable.StopAtBounds
                 clip: true
                 currentIndex: 0
@@ -82,7 +84,6 @@ FocusScope {
 
             AlertAction {
                 id: dismiss
-
                 anchors.fill: parent
                 closes: true
                 focus: choices.count === 0
@@ -91,10 +92,6 @@ FocusScope {
                 title: sheet.view.cancelTitle
                 view: sheet.view
             }
-        }
-
-        transform: Translate {
-            y: (1 - sheet.progress) * 240
         }
     }
 }

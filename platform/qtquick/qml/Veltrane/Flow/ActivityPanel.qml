@@ -4,7 +4,6 @@ import Veltrane.Flow
 // Says that something is under way.
 Rectangle {
     id: panel
-
     Accessible.ignored: !panel.visible
     Accessible.name: qsTr("Please wait")
     Accessible.role: Accessible.Indicator

@@ -6,13 +6,14 @@ import Veltrane.Flow
 AbstractButton {
     id: action
 
-    // From the alert's model of actions.
-    required property AlertItem view
-    required property string title
-    required property int number
     required property bool closes
     // A hairline parts it from what is above.
     property bool lined: action.number > 0
+    required property int number
+    required property string title
+
+    // From the alert's model of actions.
+    required property AlertItem view
 
     Accessible.name: action.title
     Accessible.role: Accessible.Button
@@ -43,7 +44,6 @@ AbstractButton {
     }
     contentItem: Text {
         id: word
-
         color: action.view.palette.link
         font.pixelSize: Math.round(17 * action.view.stage.textScale)
         font.weight: action.closes || !action.view.sheet ? Font.DemiBold : Font.Normal

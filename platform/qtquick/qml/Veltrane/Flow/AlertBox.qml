@@ -5,8 +5,8 @@ import Veltrane.Flow
 FocusScope {
     id: box
 
-    required property AlertItem view
     readonly property real textScale: box.view.stage.textScale
+    required property AlertItem view
 
     function step(by) {
         let at = 0;
@@ -20,11 +20,10 @@ FocusScope {
     Accessible.name: box.view.title !== "" ? box.view.title : box.view.message
     Accessible.role: Accessible.AlertMessage
 
-    Keys.onBacktabPressed: box.step(-1)
-    Keys.onTabPressed: box.step(1)
-
     Component.onCompleted: if (actions.count > 0)
         actions.itemAt(actions.count - 1).focus = true
+    Keys.onBacktabPressed: box.step(-1)
+    Keys.onTabPressed: box.step(1)
 
     Rectangle {
         anchors.centerIn: parent
@@ -40,7 +39,6 @@ FocusScope {
         }
         Flickable {
             id: texts
-
             boundsBehavior: Flickable.StopAtBounds
             clip: true
             contentHeight: lines.height
@@ -49,7 +47,6 @@ FocusScope {
 
             Column {
                 id: lines
-
                 bottomPadding: 18
                 leftPadding: 16
                 rightPadding: 16
@@ -85,13 +82,11 @@ FocusScope {
         }
         Column {
             id: buttons
-
             anchors.top: texts.bottom
             width: parent.width
 
             Repeater {
                 id: actions
-
                 model: box.view.actions
 
                 delegate: AlertAction {

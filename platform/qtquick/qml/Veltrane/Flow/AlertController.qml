@@ -7,12 +7,11 @@ FocusScope {
 
     required property AlertItem view
 
+    Component.onCompleted: loader.setSource(alert.view.sheet ? "ActionSheet.qml" : "AlertBox.qml", {
+            "view": alert.view
+        })
     Keys.onBackPressed: alert.view.cancel()
     Keys.onEscapePressed: alert.view.cancel()
-
-    Component.onCompleted: loader.setSource(alert.view.sheet ? "ActionSheet.qml" : "AlertBox.qml", {
-        "view": alert.view
-    })
 
     Rectangle {
         anchors.fill: parent
@@ -27,7 +26,6 @@ FocusScope {
     }
     Loader {
         id: loader
-
         anchors.fill: parent
         focus: true
     }

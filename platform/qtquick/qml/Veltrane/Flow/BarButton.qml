@@ -6,9 +6,9 @@ import Veltrane.Flow
 AbstractButton {
     id: button
 
-    required property ScreenItem view
     // An arrow towards the leading edge before the word.
     property bool arrow: false
+    required property ScreenItem view
 
     Accessible.name: button.text
     Accessible.role: Accessible.Button
@@ -28,26 +28,24 @@ AbstractButton {
     contentItem: Item {
         Row {
             id: line
-
             anchors.centerIn: parent
             spacing: 4
 
             Item {
                 anchors.verticalCenter: parent.verticalCenter
-                height: 14
+                height: 16
                 visible: button.arrow
-                width: 9
+                width: 11
 
                 Chevron {
                     anchors.centerIn: parent
                     color: button.view.palette.barControl
                     rotation: button.view.stage.mirrored ? -90 : 90
-                    size: 12
+                    size: 15
                 }
             }
             Text {
                 id: word
-
                 anchors.verticalCenter: parent.verticalCenter
                 color: button.view.palette.barControl
                 font: button.font

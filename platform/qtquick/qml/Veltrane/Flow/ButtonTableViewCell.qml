@@ -11,7 +11,6 @@ FlowRow {
 
     FlowButton {
         id: button
-
         fill: row.cell.background
         focus: true
         ink: row.cell.titleColor

@@ -11,7 +11,6 @@ FlowRow {
 
     Text {
         id: caption
-
         Accessible.ignored: true
         color: row.cell.captionColor
         font.pixelSize: row.points(14)
@@ -24,7 +23,6 @@ FlowRow {
     }
     AbstractButton {
         id: button
-
         Accessible.description: row.cell.hasChoice ? row.cell.title : ""
         Accessible.name: row.cell.caption !== "" ? row.cell.caption : row.cell.title
         Accessible.role: Accessible.ButtonDropDown
@@ -52,7 +50,6 @@ FlowRow {
         contentItem: Item {
             Text {
                 id: title
-
                 anchors.left: parent.left
                 anchors.leftMargin: 14
                 anchors.right: arrow.left
@@ -67,7 +64,6 @@ FlowRow {
             }
             Chevron {
                 id: arrow
-
                 anchors.right: parent.right
                 anchors.rightMargin: 14
                 anchors.verticalCenter: parent.verticalCenter

@@ -8,10 +8,10 @@ AbstractButton {
 
     required property color fill
     required property color ink
+    property real radius: 8
     required property color ringColor
     required property bool ringVisible
     required property real textScale
-    property real radius: 8
     // Looks as if it could not be pressed, without losing the keyboard.
     property bool waiting: false
 
@@ -35,7 +35,6 @@ AbstractButton {
     }
     contentItem: Text {
         id: word
-
         color: button.ink
         font.pixelSize: Math.round(17 * button.textScale)
         font.weight: Font.DemiBold

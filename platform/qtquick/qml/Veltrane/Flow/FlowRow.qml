@@ -5,25 +5,17 @@ import Veltrane.Flow
 FocusScope {
     id: row
 
-    required property int index
-    required property TemplateScreenItem screen
     default property alias content: column.data
-    readonly property real textScale: row.screen.stage.textScale
+    property real gapAbove: 0
+    required property int index
     readonly property bool ringVisible: row.screen.stage.keyboardInUse
+    required property TemplateScreenItem screen
     // In the order of Tab.
     property list<Item> stops
-    property real gapAbove: 0
+    readonly property real textScale: row.screen.stage.textScale
 
     function points(size) {
         return Math.round(size * row.textScale);
-    }
-    // Puts the keyboard on the first stop, or the last one when it comes from below.
-    function takeFocus(by) {
-        if (row.stops.length === 0)
-            return false;
-        const stop = row.stops[by > 0 ? 0 : row.stops.length - 1];
-        stop.forceActiveFocus(by > 0 ? Qt.TabFocusReason : Qt.BacktabFocusReason);
-        return true;
     }
     // False when the keyboard has passed the row's last stop.
     function step(by) {
@@ -36,18 +28,21 @@ FocusScope {
         row.stops[next].forceActiveFocus(by > 0 ? Qt.TabFocusReason : Qt.BacktabFocusReason);
         return true;
     }
+    // Puts the keyboard on the first stop, or the last one when it comes from below.
+    function takeFocus(by) {
+        if (row.stops.length === 0)
+            return false;
+        const stop = row.stops[by > 0 ? 0 : row.stops.length - 1];
+        stop.forceActiveFocus(by > 0 ? Qt.TabFocusReason : Qt.BacktabFocusReason);
+        return true;
+    }
 
     height: row.implicitHeight
     implicitHeight: row.gapAbove + column.childrenRect.height
     width: ListView.view ? ListView.view.width : 0
 
-    onActiveFocusChanged: {
-        const list = row.ListView.view;
-        if (!row.activeFocus || list === null)
-            return;
-        list.currentIndex = row.index;
-        list.positionViewAtIndex(row.index, ListView.Contain);
-    }
+    onActiveFocusChanged: if (row.activeFocus && row.ListView.view)
+        row.ListView.view.currentIndex = row.index
 
     Item {
         id: column

@@ -5,15 +5,15 @@ import Veltrane.Flow
 FocusScope {
     id: slot
 
-    required property ViewItem view
-    readonly property FlowStage stage: slot.view.stage
+    // Has been on display.
+    property bool arrived: false
     readonly property bool fades: slot.view.motion === ViewItem.Fade || slot.stage.reducedMotion
     readonly property bool jumps: slot.view.motion === ViewItem.None || slot.stage.still
 
     // Share of the width towards the trailing edge.
     property real shift: 0
-    // Has been on display.
-    property bool arrived: false
+    readonly property FlowStage stage: slot.view.stage
+    required property ViewItem view
 
     function come() {
         if (!slot.arrived) {
@@ -74,24 +74,23 @@ FocusScope {
 
     Component.onCompleted: {
         loader.setSource(slot.view.source, {
-            "view": slot.view
-        });
+                "view": slot.view
+            });
         slot.follow();
     }
-    onOpacityChanged: slot.view.presence = slot.opacity
     onEnabledChanged: if (slot.enabled)
         slot.forceActiveFocus()
+    onOpacityChanged: slot.view.presence = slot.opacity
 
     Connections {
-        target: slot.view
-
         function onPhaseChanged() {
             slot.follow();
         }
+
+        target: slot.view
     }
     Loader {
         id: loader
-
         anchors.fill: parent
         focus: true
 
@@ -112,7 +111,6 @@ FocusScope {
 
         NumberAnimation {
             id: shifting
-
             duration: moving.duration
             easing.type: Easing.OutCubic
             property: "shift"
@@ -120,7 +118,6 @@ FocusScope {
         }
         NumberAnimation {
             id: lifting
-
             duration: moving.duration
             easing.type: Easing.OutCubic
             property: "lift"
@@ -128,7 +125,6 @@ FocusScope {
         }
         NumberAnimation {
             id: fading
-
             duration: moving.duration
             easing.type: Easing.OutCubic
             property: "opacity"

@@ -9,34 +9,6 @@ ListView {
 
     required property TemplateScreenItem screen
 
-    // Brings the keyboard to the first row, or the last one; false when no row takes it.
-    function enter(by) {
-        return form.focusRow(form.screen.rows.nextFocusRow(by > 0 ? -1 : form.count, by), by);
-    }
-    function focusRow(index, by) {
-        if (index < 0)
-            return false;
-        form.positionViewAtIndex(index, ListView.Contain);
-        const row = form.itemAtIndex(index) as FlowRow;
-        return row !== null && row.takeFocus(by);
-    }
-    // On opening: the first field, if it can be seen without scrolling.
-    function focusFirst() {
-        if (form.currentIndex >= 0 || !form.screen.active)
-            return;
-        let first = form.screen.rows.nextOpenField(-1);
-        if (first < 0)
-            first = form.screen.rows.nextFocusRow(-1, 1);
-        const row = form.itemAtIndex(first);
-        if (row !== null && row.y + row.height <= form.contentY + form.height)
-            form.focusRow(first, 1);
-    }
-    function step(by) {
-        const row = form.currentItem as FlowRow;
-        if (row !== null && row.activeFocus && row.step(by))
-            return true;
-        return form.focusRow(form.screen.rows.nextFocusRow(form.currentIndex, by), by);
-    }
     // Return: on to the next field that waits, or the button's press.
     function advance() {
         const next = form.screen.rows.nextOpenField(form.currentIndex);
@@ -52,8 +24,48 @@ ListView {
         return row !== null && row.stops.length > 0 ? row.stops[0] : null;
     }
 
-    Keys.onEnterPressed: form.advance()
-    Keys.onReturnPressed: form.advance()
+    // Brings the keyboard to the first row, or the last one; false when no row takes it.
+    function enter(by) {
+        return form.focusRow(form.screen.rows.nextFocusRow(by > 0 ? -1 : form.count, by), by);
+    }
+    // On opening: the first field, if it can be seen without scrolling.
+    function focusFirst() {
+        if (form.currentIndex >= 0 || !form.screen.active)
+            return;
+        let first = form.screen.rows.nextOpenField(-1);
+        if (first < 0)
+            first = form.screen.rows.nextFocusRow(-1, 1);
+        const row = form.itemAtIndex(first);
+        if (row !== null && row.y + row.height <= form.contentY + form.height)
+            form.focusRow(first, 1);
+    }
+    function focusRow(index, by) {
+        if (index < 0)
+            return false;
+        form.positionViewAtIndex(index, ListView.Contain);
+        const row = form.itemAtIndex(index) as FlowRow;
+        return row !== null && row.takeFocus(by);
+    }
+    // Scrolls just so far that the row with the keyboard can be seen, with some room around it.
+    function reveal() {
+        const row = form.currentItem;
+        if (row === null)
+            return;
+        const least = form.originY - form.topMargin;
+        const most = Math.max(least, form.originY + form.contentHeight + form.bottomMargin - form.height);
+        const below = row.y + row.height + 16 - form.height;
+        const above = row.y - 12;
+        if (form.contentY < below)
+            form.contentY = Math.min(below, most);
+        if (form.contentY > above)
+            form.contentY = Math.max(above, least);
+    }
+    function step(by) {
+        const row = form.currentItem as FlowRow;
+        if (row !== null && row.activeFocus && row.step(by))
+            return true;
+        return form.focusRow(form.screen.rows.nextFocusRow(form.currentIndex, by), by);
+    }
 
     bottomMargin: form.screen.marginBottom
     boundsBehavior: Flickable.StopAtBounds
@@ -63,7 +75,7 @@ ListView {
     model: form.screen.rows
     reuseItems: true
     spacing: 12
-    topMargin: form.screen.marginTop
+    topMargin: form.screen.marginTop + 10
 
     ScrollBar.vertical: ScrollBar {
     }
@@ -118,15 +130,16 @@ ListView {
         }
     }
 
+    Keys.onEnterPressed: form.advance()
+    Keys.onReturnPressed: form.advance()
     onCountChanged: opening.restart()
     // A keyboard on the screen takes its part of the height: the field stays in view above it.
-    onHeightChanged: if (form.currentIndex >= 0)
-        form.positionViewAtIndex(form.currentIndex, ListView.Contain)
+    onCurrentItemChanged: form.reveal()
+    onHeightChanged: form.reveal()
 
     // Once the rows have been laid out.
     Timer {
         id: opening
-
         interval: 0
 
         onTriggered: form.focusFirst()

@@ -8,7 +8,6 @@ FlowRow {
 
     Text {
         id: label
-
         Accessible.name: label.text
         Accessible.role: row.cell.bold ? Accessible.Heading : Accessible.StaticText
         // "left" and "right" are the document's own words; only the unset edge turns with the

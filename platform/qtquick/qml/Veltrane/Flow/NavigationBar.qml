@@ -5,10 +5,10 @@ import Veltrane.Flow
 Rectangle {
     id: bar
 
-    required property ScreenItem view
     readonly property real side: Math.max(cancel.width, back.visible ? back.width : 0) + 8
     // A title too wide for the space between the words gets a line of its own.
     readonly property bool tall: metrics.advanceWidth > bar.width - 2 * bar.side - 8
+    required property ScreenItem view
 
     // Moves the keyboard through the words; false once it has left the bar.
     function step(by) {
@@ -29,20 +29,17 @@ Rectangle {
 
     TextMetrics {
         id: metrics
-
         font: title.font
         text: title.text
     }
     Item {
         id: words
-
         anchors.left: parent.left
         anchors.right: parent.right
         height: Math.max(52, cancel.implicitHeight + 8)
 
         BarButton {
             id: back
-
             anchors.left: parent.left
             anchors.leftMargin: 8
             anchors.verticalCenter: parent.verticalCenter
@@ -56,7 +53,6 @@ Rectangle {
         }
         BarButton {
             id: cancel
-
             anchors.right: parent.right
             anchors.rightMargin: 8
             anchors.verticalCenter: parent.verticalCenter
@@ -69,7 +65,6 @@ Rectangle {
     }
     Text {
         id: title
-
         Accessible.name: title.text
         Accessible.role: Accessible.Heading
         color: bar.view.palette.barTitle

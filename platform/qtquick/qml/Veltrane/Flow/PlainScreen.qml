@@ -4,7 +4,6 @@ import Veltrane.Flow
 // A screen that this front end has no view for: the user can still leave.
 ScreenFrame {
     id: screen
-
     Text {
         Accessible.name: text
         Accessible.role: Accessible.StaticText

@@ -5,13 +5,9 @@ import Veltrane.Flow
 FocusScope {
     id: frame
 
-    required property ScreenItem view
     default property alias body: bodyArea.data
+    required property ScreenItem view
 
-    // Moves the keyboard within the body; false when it has passed its end. Screens say how.
-    function stepInBody(by, entering) {
-        return false;
-    }
     function step(by) {
         if (bodyArea.activeFocus) {
             if (!frame.stepInBody(by, false) && !frame.stepInBar(by))
@@ -22,6 +18,11 @@ FocusScope {
     }
     function stepInBar(by) {
         return bar.visible && bar.step(by);
+    }
+
+    // Moves the keyboard within the body; false when it has passed its end. Screens say how.
+    function stepInBody(by, entering) {
+        return false;
     }
 
     Keys.onBackPressed: frame.view.canGoBack ? frame.view.back() : frame.view.cancel()
@@ -35,7 +36,6 @@ FocusScope {
     }
     FocusScope {
         id: bodyArea
-
         anchors.bottom: parent.bottom
         anchors.left: parent.left
         anchors.right: parent.right
@@ -44,7 +44,6 @@ FocusScope {
     }
     NavigationBar {
         id: bar
-
         anchors.left: parent.left
         anchors.right: parent.right
         anchors.top: parent.top

@@ -5,13 +5,12 @@ import Veltrane.Flow
 ScreenFrame {
     id: screen
 
-    readonly property TemplateScreenItem template: screen.view as TemplateScreenItem
-    readonly property rect keyboard: Qt.inputMethod.keyboardRectangle
     readonly property real coveredByKeyboard: {
-        if (!Qt.inputMethod.visible || screen.keyboard.height <= 0)
-            return 0;
-        return Math.max(0, screen.mapToItem(null, 0, screen.height).y - screen.keyboard.y);
+        const foot = screen.mapToItem(null, 0, screen.height).y;
+        return screen.keyboardTop < 0 ? 0 : Math.max(0, foot - screen.keyboardTop);
     }
+    readonly property real keyboardTop: screen.view.stage.keyboardTop
+    readonly property TemplateScreenItem template: screen.view as TemplateScreenItem
 
     function stepInBody(by, entering) {
         return entering ? form.enter(by) : form.step(by);
@@ -22,7 +21,6 @@ ScreenFrame {
 
     FormList {
         id: form
-
         anchors.bottomMargin: Math.max(0, screen.template.keyboardInset)
         anchors.fill: parent
         focus: true

@@ -8,7 +8,6 @@ FlowRow {
 
     Text {
         id: label
-
         Accessible.name: label.text
         Accessible.role: Accessible.StaticText
         color: row.screen.palette.muted

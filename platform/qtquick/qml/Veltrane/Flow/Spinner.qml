@@ -6,6 +6,19 @@ Item {
     id: spinner
 
     property color color: "white"
+    readonly property var dots: {
+        const result = [];
+        for (let i = 0; i < 10; ++i) {
+            const angle = i * Math.PI / 5;
+            result.push({
+                    "color": spinner.color,
+                    "opacity": 0.15 + 0.85 * i / 9,
+                    "x": 15.5 + Math.cos(angle) * 15,
+                    "y": 15.5 + Math.sin(angle) * 15
+                });
+        }
+        return result;
+    }
     property bool running: true
 
     implicitHeight: 36
@@ -13,7 +26,6 @@ Item {
 
     Item {
         id: wheel
-
         anchors.fill: parent
 
         NumberAnimation on rotation  {
@@ -25,22 +37,19 @@ Item {
         }
 
         Repeater {
-            model: 10
+            model: spinner.dots
 
             delegate: Rectangle {
-                id: dot
-
-                required property int index
-                readonly property real angle: dot.index * Math.PI / 5
+                required property var modelData
 
                 antialiasing: true
-                color: spinner.color
+                color: modelData.color
                 height: 5
-                opacity: 0.15 + 0.85 * dot.index / 9
+                opacity: modelData.opacity
                 radius: 2.5
                 width: 5
-                x: wheel.width / 2 + Math.cos(dot.angle) * (wheel.width / 2 - 3) - 2.5
-                y: wheel.height / 2 + Math.sin(dot.angle) * (wheel.height / 2 - 3) - 2.5
+                x: modelData.x
+                y: modelData.y
             }
         }
     }

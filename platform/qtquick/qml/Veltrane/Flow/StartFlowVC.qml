@@ -27,7 +27,6 @@ ScreenFrame {
         }
         Text {
             id: label
-
             Accessible.name: label.text
             Accessible.role: Accessible.StaticText
             color: screen.view.palette.muted
@@ -41,7 +40,6 @@ ScreenFrame {
         }
         FlowButton {
             id: retry
-
             fill: screen.view.palette.accent
             focus: true
             ink: screen.view.palette.onAccent

@@ -15,7 +15,6 @@ FlowRow {
 
     Text {
         id: caption
-
         Accessible.ignored: true
         color: row.cell.captionColor
         font.pixelSize: row.points(14)
@@ -28,7 +27,6 @@ FlowRow {
     }
     TextField {
         id: field
-
         Accessible.name: row.cell.caption !== "" ? row.cell.caption : row.cell.placeholder
         Accessible.passwordEdit: row.cell.secure
         Accessible.role: Accessible.EditableText
@@ -69,7 +67,6 @@ FlowRow {
 
         AbstractButton {
             id: show
-
             Accessible.name: show.text
             Accessible.role: Accessible.Button
             activeFocusOnTab: false
@@ -90,7 +87,6 @@ FlowRow {
             }
             contentItem: Text {
                 id: word
-
                 color: row.screen.palette.muted
                 font.pixelSize: row.points(14)
                 horizontalAlignment: Text.AlignHCenter

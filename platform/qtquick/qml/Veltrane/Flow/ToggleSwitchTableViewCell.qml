@@ -12,7 +12,6 @@ FlowRow {
     // The whole row takes the tap.
     AbstractButton {
         id: toggle
-
         Accessible.checkable: true
         Accessible.checked: row.cell.on
         Accessible.name: row.cell.caption !== "" ? row.cell.caption : qsTr("Switch")
@@ -33,7 +32,6 @@ FlowRow {
         contentItem: Item {
             Text {
                 id: caption
-
                 anchors.left: parent.left
                 anchors.right: track.left
                 anchors.rightMargin: 12

@@ -1,0 +1,159 @@
+#include <gtest/gtest.h>
+
+#include <QAccessible>
+#include <QMetaProperty>
+
+#include "tests/qtquick/front_end.h"
+
+namespace veltrane::qtquick::test {
+namespace {
+
+using Look = FrontEnd;
+
+const std::vector<std::string>& everything() {
+  static const std::vector<std::string> rows = {
+      label("A heading that is long enough to need more than a single line of the screen",
+            R"({"variant":"title"})"),
+      field("user"), secret("pin"), toggle("keep"), dropdown("region")};
+  return rows;
+}
+
+TEST_F(Look, EveryControlTellsItsNameAndRole) {
+  openForm(everything());
+  const auto check = [&](QQuickItem* control, QAccessible::Role role, const QString& name) {
+    const auto* told = QAccessible::queryAccessibleInterface(control);
+    ASSERT_NE(told, nullptr) << name.toStdString();
+    EXPECT_EQ(told->role(), role) << name.toStdString();
+    EXPECT_EQ(told->text(QAccessible::Name), name);
+  };
+  check(control("user"), QAccessible::EditableText, "Caption of user");
+  check(control("pin"), QAccessible::EditableText, "Caption of pin");
+  check(item("showControl"), QAccessible::Button, "Show");
+  check(control("keep"), QAccessible::CheckBox, "Caption of keep");
+  check(control("region"), QAccessible::ButtonDropDown, "Region");
+  check(item("button"), QAccessible::Button, "Next");
+  check(item("cancelButton"), QAccessible::Button, "Cancel");
+  EXPECT_TRUE(QAccessible::queryAccessibleInterface(control("pin"))->state().passwordEdit);
+
+  click(control("region"));
+  for (QQuickItem* action : items("sheetAction")) {
+    check(action, QAccessible::Button, action->property("text").toString());
+  }
+  press(Qt::Key_Escape);
+  type(" ");
+  click(control("user"));
+  type(" ");
+  click(item("button"));
+  for (QQuickItem* each : visibleItems(stage().activeView()->content())) {
+    const auto* told = QAccessible::queryAccessibleInterface(each);
+    if (!told || told->role() != QAccessible::AlertMessage) continue;
+    EXPECT_EQ(told->text(QAccessible::Name), "Veltrane Flow");
+    EXPECT_EQ(told->text(QAccessible::Description), "Please input user");
+    return;
+  }
+  FAIL() << "the alert does not say that it is one";
+}
+
+TEST_F(Look, RightToLeftMirrors) {
+  openForm(everything());
+  const auto mirroredPlace = [&](const QRectF& rect) {
+    return QRectF(390 - rect.right(), rect.top(), rect.width(), rect.height());
+  };
+  control("user");
+  const QRectF show = place(item("showControl"));
+  const QRectF cancel = place(item("cancelButton"));
+  stage().setMirrored(true);
+  settle();
+  EXPECT_EQ(place(item("showControl")), mirroredPlace(show));
+  EXPECT_EQ(place(item("cancelButton")), mirroredPlace(cancel));
+  EXPECT_EQ(control("user")->property("effectiveHorizontalAlignment").toInt(), Qt::AlignRight);
+}
+
+/// Text that does not fit in the room it was given.
+std::vector<std::string> clippedTexts(QQuickItem* root) {
+  std::vector<std::string> clipped;
+  for (QQuickItem* each : visibleItems(root)) {
+    const int painted = each->metaObject()->indexOfProperty("paintedWidth");
+    if (painted < 0) continue;
+    const double width = each->property("paintedWidth").toDouble();
+    const double height = each->property("paintedHeight").toDouble();
+    if (width > each->width() + 1 || height > each->height() + 1) {
+      clipped.push_back(each->property("text").toString().toStdString());
+    }
+  }
+  return clipped;
+}
+
+TEST_F(Look, LargeTextGrowsRowsWithoutCuttingWords) {
+  openForm(everything(), R"("navTitle":{"value":"Confirm your identity"})");
+  const double before = form()->property("contentHeight").toDouble();
+  stage().setTextScale(2);
+  settle();
+  EXPECT_GT(form()->property("contentHeight").toDouble(), before * 1.3);
+  EXPECT_EQ(clippedTexts(stage().activeView()->content()), std::vector<std::string>());
+  std::vector<QRectF> rows;
+  for (int row = 0; row < screen()->rows()->rowCount(); ++row) {
+    QQuickItem* item = nullptr;
+    QMetaObject::invokeMethod(form(), "itemAtIndex", Q_RETURN_ARG(QQuickItem*, item),
+                              Q_ARG(int, row));
+    if (item) rows.push_back(place(item));
+  }
+  ASSERT_GT(rows.size(), 3U);
+  for (std::size_t i = 1; i < rows.size(); ++i) EXPECT_GE(rows[i].top(), rows[i - 1].bottom());
+}
+
+TEST_F(Look, WideWindowsKeepTheColumnNarrowAndCentred) {
+  window_.resize(1200, 800);
+  openForm({field("user")});
+  const QRectF field = place(control("user"));
+  EXPECT_DOUBLE_EQ(field.width(), 480);
+  EXPECT_DOUBLE_EQ(field.center().x(), 600);
+  EXPECT_GE(field.height(), 48);
+  EXPECT_GE(place(item("button")).height(), 50);
+}
+
+TEST_F(Look, ThemeAndDocumentColoursAreDrawnAsTheyAre) {
+  const auto properties = std::string(R"("screenComponentList":{"value":[)") +
+                          label("Red", R"({"color":"#aa0000"})") + "," + label("Plain") + "]}," +
+                          kButton + "," + kPostEvent;
+  open(document(config("form", properties), {view("ScreenTemplate1", "form")}),
+       VTTheme{"#102030", "#f0e0d0", "#001122", "#88ccff"});
+  const auto& palette = screen()->palette();
+  EXPECT_EQ(palette.background, QColor("#102030"));
+  EXPECT_EQ(palette.accent, QColor("#88ccff"));
+  EXPECT_EQ(item("button")->property("fill").value<QColor>(), QColor("#88ccff"));
+  EXPECT_EQ(item("button")->property("ink").value<QColor>(), QColor("#001122"));
+  std::vector<QColor> colours;
+  for (QQuickItem* each : visibleItems(form())) {
+    const auto text = each->property("text").toString();
+    if (text == "Red" || text == "Plain")
+      colours.push_back(each->property("color").value<QColor>());
+  }
+  EXPECT_EQ(colours, (std::vector<QColor>{"#aa0000", "#f0e0d0"}));
+}
+
+TEST_F(Look, TheFocusIsSeenWithAKeyboardAndNotAfterAClick) {
+  openForm({toggle("keep"), toggle("more")});
+  const auto ringSeen = [&](QQuickItem* control) {
+    const auto* background = control->property("background").value<QQuickItem*>();
+    return background && background->isVisible();
+  };
+  press(Qt::Key_Tab);
+  EXPECT_TRUE(ringSeen(focused()));
+  click(control("keep"));
+  EXPECT_FALSE(ringSeen(control("keep")));
+}
+
+TEST_F(Look, DarkAndLightChangeUnderARunningFlow) {
+  openForm({field("user")});
+  stage().setDark(true);
+  settle();
+  EXPECT_EQ(screen()->palette().background, QColor("#111418"));
+  EXPECT_EQ(control("user")->property("color").value<QColor>(), QColor("#ECEFF3"));
+  stage().setDark(false);
+  settle();
+  EXPECT_EQ(screen()->palette().background, QColor("#FFFFFF"));
+}
+
+}  // namespace
+}  // namespace veltrane::qtquick::test

@@ -1,0 +1,102 @@
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <memory>
+
+#include "apps/sandbox/server.h"
+
+namespace veltrane {
+namespace {
+
+constexpr int kPatience = 60'000;
+
+class WindowProgram : public ::testing::Test {
+ protected:
+  QJsonObject flowFile(const QString& name) {
+    QFile file(QStringLiteral(FLOWS_FOLDER "/") + name + QStringLiteral(".json"));
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    return QJsonDocument::fromJson(file.readAll()).object();
+  }
+  QString path(const char* name) { return folder.filePath(QString::fromLatin1(name)); }
+  QString write(const char* name, const QByteArray& bytes) {
+    QFile file(path(name));
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+    return path(name);
+  }
+  /// The exit status; what was printed is in `output` and `errors`.
+  int run(const QStringList& arguments) {
+    QProcess process;
+    process.start(QStringLiteral(WINDOW_PROGRAM), arguments);
+    EXPECT_TRUE(process.waitForFinished(kPatience)) << "the program hangs";
+    output = QString::fromUtf8(process.readAllStandardOutput());
+    errors = QString::fromUtf8(process.readAllStandardError());
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    return process.exitCode();
+  }
+  QStringList serverArguments(const QString& flow) {
+    return {"--company",  "acme",
+            "--flow",     flow,
+            "--base-url", QString::fromStdString(server.baseURL()),
+            "--ca",       QString::fromStdString(server.authorityFile().string())};
+  }
+
+  QTemporaryDir folder;
+  sandbox::Server server{{.stateFolder = folder.filePath("state").toStdString(),
+                          .flowFiles = {},
+                          .flowsFolder = FLOWS_FOLDER}};
+  QString output;
+  QString errors;
+};
+
+TEST_F(WindowProgram, PlaysEveryShippedFlowToItsEnd) {
+  for (const auto& id : server.flowIds()) {
+    const auto name = QString::fromStdString(id);
+    const auto file = flowFile(name);
+    const auto script = write("script.json", QJsonDocument(file["demo"].toArray()).toJson());
+    const auto pictures = folder.filePath(name);
+    const int status =
+        run(serverArguments(name) + QStringList{"--script", script, "--pictures", pictures});
+    EXPECT_EQ(status, file["expect"].toObject()["exit"].toInt()) << id << '\n'
+                                                                 << output.toStdString();
+    EXPECT_EQ(errors.toStdString(), "") << id;
+    EXPECT_TRUE(output.contains("result")) << id;
+    const bool hasScreen = output.contains("typed");
+    EXPECT_EQ(QDir(pictures).entryList({"*.png"}).isEmpty(), !hasScreen) << id;
+    EXPECT_FALSE(output.contains("correct horse")) << "a secret was printed";
+  }
+}
+
+TEST_F(WindowProgram, SaysWhatAScriptCannotDo) {
+  const auto arguments = serverArguments("two-step-sign-in");
+  const auto with = [&](const QByteArray& script) {
+    return arguments + QStringList{"--script", write("script.json", script)};
+  };
+  EXPECT_EQ(run(with(R"([{"do":"input","key":"nothing","text":"x"}])")), 4);
+  EXPECT_TRUE(output.contains("refused")) << output.toStdString();
+  EXPECT_EQ(run(with(R"([{"do":"cancel"}])")), 3);
+  EXPECT_EQ(run(with("[]")), 4);
+  EXPECT_EQ(run(with(R"([{"do":"dance"}])")), 2);
+  EXPECT_TRUE(errors.contains("dance"));
+  EXPECT_EQ(run(with("{")), 2);
+  EXPECT_EQ(errors.count('\n'), 1);
+}
+
+TEST_F(WindowProgram, RefusesWrongUse) {
+  EXPECT_EQ(run({"--flow", "x"}), 2);
+  EXPECT_TRUE(errors.contains("--company"));
+  EXPECT_EQ(run({"--company", "acme", "--size", "wide"}), 2);
+  EXPECT_EQ(run({"--company", "acme", "--text-scale", "9"}), 2);
+  EXPECT_EQ(run({"--help"}), 0);
+  EXPECT_TRUE(output.contains("--pictures"));
+}
+
+}  // namespace
+}  // namespace veltrane
