@@ -11,7 +11,7 @@ cmake_minimum_required(VERSION 3.25)
 set(CORE_ORDER base toolkit flow network engine face connectors ui)
 # What a core file may include in angle brackets: standard headers have no dot.
 set(CORE_STANDARD "^[a-z_0-9]+$")
-set(CORE_POSIX sys/utsname.h)
+set(CORE_POSIX arpa/inet.h sys/utsname.h)
 # The parser is costly to compile and must not reach whoever uses the core: sources only.
 set(CORE_LIBRARIES nlohmann/json.hpp)
 # The one place that may put the adapters together.
