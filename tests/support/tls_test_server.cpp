@@ -241,6 +241,8 @@ void TlsTestServer::serve(int socket) {
   // Otherwise OpenSSL forgets the session of a client that left without a farewell.
   if (tls) SSL_set_shutdown(tls.get(), SSL_SENT_SHUTDOWN | SSL_RECEIVED_SHUTDOWN);
   tls.reset();
+  // What the library keeps for this thread: the thread may still be ending when the program does.
+  OPENSSL_thread_stop();
   // The last the thread touches: once no connection is open the server may be gone.
   std::lock_guard lock(mutex_);
   std::erase(open_, socket);
