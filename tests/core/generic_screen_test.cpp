@@ -75,7 +75,7 @@ TEST_F(GenericScreen, aSignInFromTheFirstFieldToTheHostsResult) {
   EXPECT_EQ(screen()->userViewIndex, 1u);
   EXPECT_TRUE(stack()->isNavigationBarHidden());
   EXPECT_EQ(screen()->navigationItem.barTintColor, Color::fromHex("#00f"));
-  EXPECT_TRUE(stack()->viewControllers().front()->isOnDisplay() == false);
+  EXPECT_FALSE(stack()->viewControllers().front()->isOnDisplay());
   press();
   EXPECT_EQ(sent()["parameters"].serialized(), R"({"challenge":"ch"})");
   serve(R"({"success":true,"access_token":"t","user":"alice"})");

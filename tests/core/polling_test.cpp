@@ -101,7 +101,7 @@ TEST_F(Polling, givesUpOnTheTickThatEqualsTheRetriesAndOnNoOther) {
   EXPECT_THAT(heard, IsEmpty());
 }
 
-TEST_F(Polling, theWindDownTakesBackOnlyTheOldestQuestion) {
+TEST_F(Polling, theWindDownTakesBackWhatIsStillAsked) {
   start(9);
   tick();
   const auto first = platform.transport->exchanges.back();
