@@ -3,6 +3,9 @@
 FLOW ?= two-step-sign-in
 CTEST_FLAGS ?= -j$(shell nproc)
 SHELL := /bin/bash
+# A fresh clone in another folder finds what an earlier one compiled.
+export CCACHE_BASEDIR ?= $(CURDIR)
+export CCACHE_NOHASHDIR ?= true
 
 .PHONY: help demo test bench format clean
 
