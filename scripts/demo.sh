@@ -28,10 +28,15 @@ if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
   "$vtflow" "${arguments[@]}" || status=$?
 else
   pictures="demo-pictures/$flow"
+  script="scripts/demo/$flow.json"
+  if [ ! -f "$script" ]; then
+    echo "Without a display somebody has to say what to type: $script, a list of commands." >&2
+    exit 2
+  fi
   mkdir -p "$pictures"
   rm -f "$pictures"/*.png
   export QT_QPA_PLATFORM=offscreen XDG_RUNTIME_DIR="${XDG_RUNTIME_DIR:-$scratch}"
-  "$vtflow" "${arguments[@]}" --pictures "$pictures" || status=$?
+  "$vtflow" "${arguments[@]}" --pictures "$pictures" --script "$script" || status=$?
   echo "There is no display: the flow ran off screen. Its screens are in $pictures:"
   ls "$pictures"
 fi
