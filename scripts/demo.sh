@@ -28,9 +28,9 @@ if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
   "$vtflow" "${arguments[@]}" || status=$?
 else
   pictures="demo-pictures/$flow"
-  script="scripts/demo/$flow.json"
+  script="apps/sandbox/flows/$flow.json"
   if [ ! -f "$script" ]; then
-    echo "Without a display somebody has to say what to type: $script, a list of commands." >&2
+    echo "There is no flow of that name: $script" >&2
     exit 2
   fi
   mkdir -p "$pictures"

@@ -28,10 +28,11 @@ std::vector<JSON> readScript(const std::filesystem::path& file) {
   if (!stream) throw ScriptError("cannot be read");
   const auto parsed = JSON::parse(text);
   if (!parsed.ok()) throw ScriptError("is not JSON: " + parsed.error);
-  if (!parsed.value.isArray()) throw ScriptError("is not a list of commands");
+  const JSON list = parsed.value.isObject() ? parsed.value["demo"] : parsed.value;
+  if (!list.isArray()) throw ScriptError("is not a list of commands, nor a flow with a \"demo\"");
   std::vector<JSON> commands;
-  for (std::size_t i = 0; i < parsed.value.size(); ++i) {
-    commands.push_back(parsed.value[i]);
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    commands.push_back(list[i]);
     check(commands.back(), i);
   }
   return commands;
