@@ -8,6 +8,12 @@ cd "$(dirname "$0")/.."
 
 vtflow="$1/apps/vtflow/vtflow"
 flow="$2"
+script="apps/sandbox/flows/$flow.json"
+if [ ! -f "$script" ]; then
+  echo "There is no flow \"$flow\". There are:" >&2
+  basename -as .json apps/sandbox/flows/*.json >&2
+  exit 2
+fi
 scratch=$(mktemp -d -t veltrane-demo-XXXXXX)
 server=
 trap '[ -z "$server" ] || kill "$server" 2> /dev/null || true; rm -rf "$scratch"' EXIT
@@ -28,11 +34,6 @@ if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
   "$vtflow" "${arguments[@]}" || status=$?
 else
   pictures="demo-pictures/$flow"
-  script="apps/sandbox/flows/$flow.json"
-  if [ ! -f "$script" ]; then
-    echo "There is no flow of that name: $script" >&2
-    exit 2
-  fi
   mkdir -p "$pictures"
   rm -f "$pictures"/*.png
   export QT_QPA_PLATFORM=offscreen XDG_RUNTIME_DIR="${XDG_RUNTIME_DIR:-$scratch}"
