@@ -31,7 +31,8 @@ FlowRow {
         Accessible.passwordEdit: row.cell.secure
         Accessible.role: Accessible.EditableText
         activeFocusOnTab: false
-        bottomPadding: 12
+        // The text is cut at the paddings; scripts reach further down than the font's own line.
+        bottomPadding: 2
         color: row.screen.palette.input
         echoMode: row.cell.secure && !row.revealed ? TextInput.Password : TextInput.Normal
         focus: true
@@ -50,7 +51,7 @@ FlowRow {
         selectedTextColor: row.screen.palette.onAccent
         selectionColor: row.screen.palette.accent
         text: row.cell.text
-        topPadding: 12
+        topPadding: 2
         verticalAlignment: TextInput.AlignVCenter
         width: parent.width
         y: caption.visible ? caption.height + 6 : 0
