@@ -101,7 +101,9 @@ TEST_F(Content, ABodyMayEndWithTheTlsStreamButNotWithTheBareTcpStream) {
 TEST_F(Content, AnAnswerCutShortOrGarbledIsNone) {
   for (const std::string bytes :
        {"", "HTTP/1.1 200 OK\r\nContent-Le", "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n",
-        "HTTP/1.1 103 Early Hints\r\n\r\n", "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhello",
+        "HTTP/1.1 103 Early Hints\r\n\r\n",
+        "HTTP/1.1 103 Early Hints\r\n\r\nHTTP/1.1 200 OK\r\nContent-Length: 0\r\n",
+        "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhello",
         "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5\r\nhello\r\n",
         "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\nhello\r\n0\r\n\r\n",
         "garbage\r\n\r\n", "<html>no status line</html>"}) {

@@ -45,6 +45,7 @@ TEST_F(Lifecycle, ACancelledExchangeEndsWithoutAResponse) {
   auto exchange = start(*transport, getFrom(server.url("/silent")));
   const auto task = transport->tasks().at(0);
   ASSERT_TRUE(server.waitForRequests(1));
+  std::this_thread::sleep_for(50ms);  // long enough for the transport to wait for the network
   task->cancel();
   EXPECT_NE(task->state(), HTTPTaskState::running);
   EXPECT_FALSE(resultOf(std::move(exchange.answer)));
@@ -179,21 +180,56 @@ TEST_F(Lifecycle, TheTransportMayGoInsideACompletion) {
   EXPECT_TRUE(server.waitUntilIdle());
 }
 
+TEST_F(Lifecycle, NoCompletionFollowsTheOneThatDropsTheTransport) {
+  std::promise<void> release;
+  auto released = release.get_future().share();
+  std::atomic<int> answered = 0;
+  server.route("/held", [&](const TestRequest&, TestConnection& connection) {
+    released.wait();
+    connection.respond(200);
+    ++answered;
+  });
+  auto* const raw = transport.get();
+  std::atomic<int> completed = 0;
+  auto captured = std::make_shared<int>(0);
+  const std::weak_ptr<int> observed = captured;
+  const auto dropper = [&](std::shared_ptr<int> token) {
+    return [&, token = std::move(token)](const Answer&) {
+      ++completed;
+      transport.reset();
+    };
+  };
+  const auto one = raw->send(getFrom(server.url("/held")), dropper(captured));
+  const auto other = raw->send(getFrom(server.url("/held")), dropper(std::move(captured)));
+  ASSERT_TRUE(server.waitForRequests(2));
+  // Holds the transport's thread until both answers lie before it, to be read in one go.
+  const auto first = raw->send(getFrom(server.url("/fast")), [&](const Answer&) {
+    release.set_value();
+    while (answered < 2) std::this_thread::yield();
+  });
+  while (!observed.expired())
+    std::this_thread::yield();  // both completions have run or been dropped
+  EXPECT_EQ(completed, 1);
+}
+
 // Made before libcurl starts and thus destroyed after it, as a host's global may be.
 std::shared_ptr<curl::CurlTransport> keptToTheEnd;
 std::unique_ptr<HTTPRequestHandle> handleKeptToTheEnd;
 
-TEST_F(Lifecycle, TheProgramMayEndWithExchangesUnderWay) {
+[[noreturn]] void endWithAnExchangeUnderWay() {
+  static TlsTestServer server;  // ends between the transport and the TLS library
+  server.route("/silent",
+               [](const TestRequest&, TestConnection& connection) { connection.waitForClose(); });
+  keptToTheEnd = transportTrusting(server);
+  handleKeptToTheEnd =
+      keptToTheEnd->send(getFrom(server.url("/silent")), [](const Answer&) { std::_Exit(3); });
+  if (!server.waitForRequests(1)) std::_Exit(4);
+  std::exit(0);
+}
+
+TEST(LifecycleDeathTest, TheProgramMayEndWithExchangesUnderWay) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_EXIT(
-      {
-        keptToTheEnd = transport;
-        handleKeptToTheEnd =
-            transport->send(getFrom(server.url("/silent")), [](const Answer&) { std::_Exit(3); });
-        if (!server.waitForRequests(1)) std::_Exit(4);
-        std::exit(0);
-      },
-      ::testing::ExitedWithCode(0), "");
+  EXPECT_EXIT(endWithAnExchangeUnderWay(), ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(Lifecycle, ManyThreadsMaySendListAndCancelAtOnce) {

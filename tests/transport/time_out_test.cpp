@@ -58,9 +58,18 @@ TEST_F(TimeOut, SilenceInTheMiddleOfABodyFails) {
 
 TEST_F(TimeOut, AnythingThatArrivesRenewsThePatience) {
   drip(300ms, 12);
+  server.route("/head", [](const TestRequest&, TestConnection& connection) {
+    connection.send("HTTP/1.1 200 OK\r\n");
+    for (int i = 0; i < 12 && connection.send("X: x\r\n"); ++i) std::this_thread::sleep_for(300ms);
+    connection.send("Content-Length: 0\r\n\r\n");
+  });
+  auto head = request(3, kNever);
+  head.url = server.url("/head");
+  auto slowHead = start(*transport, std::move(head));
   const auto answer = fetch(*transport, request(3, kNever));
   ASSERT_TRUE(answer);
   EXPECT_EQ(answer->body->size(), 12u);
+  EXPECT_TRUE(resultOf(std::move(slowHead.answer)));
 }
 
 TEST_F(TimeOut, NothingRenewsTheTimeInAll) {
