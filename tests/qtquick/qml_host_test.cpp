@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QQmlApplicationEngine>
+#include <QQuickItem>
 #include <QQuickWindow>
 #include <QTest>
 
