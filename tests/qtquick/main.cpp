@@ -3,6 +3,7 @@
 #include <QAccessible>
 #include <QGuiApplication>
 #include <QString>
+#include <cstdlib>
 
 namespace {
 
@@ -16,6 +17,9 @@ void failOnWarnings(QtMsgType type, const QMessageLogContext& /*context*/, const
 }  // namespace
 
 int main(int count, char** words) {
+  // Also when the build asks for the names of the tests, on a machine without a display.
+  setenv("QT_QPA_PLATFORM", "offscreen", 0);
+  setenv("QT_QUICK_BACKEND", "software", 0);
   testing::InitGoogleTest(&count, words);
   QGuiApplication application(count, words);
   QAccessible::setActive(true);
