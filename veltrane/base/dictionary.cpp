@@ -1,6 +1,7 @@
 #include "veltrane/base/dictionary.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace veltrane {
 namespace {
@@ -37,6 +38,16 @@ void Dictionary::set(std::string_view name, JSON value) {
   } else {
     entries_.emplace(at, std::string(name), std::move(value));
   }
+}
+
+void Dictionary::merge(std::vector<Entry> entries) {
+  std::move(entries.begin(), entries.end(), std::back_inserter(entries_));
+  std::stable_sort(entries_.begin(), entries_.end(),
+                   [](const Entry& a, const Entry& b) { return a.first < b.first; });
+  // Seen from the back, the first of each name is the one that was set last.
+  const auto end = std::unique(entries_.rbegin(), entries_.rend(),
+                               [](const Entry& a, const Entry& b) { return a.first == b.first; });
+  entries_.erase(entries_.begin(), end.base());
 }
 
 void Dictionary::remove(std::string_view name) {

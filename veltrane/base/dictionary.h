@@ -27,6 +27,8 @@ class Dictionary {
   const JSON* find(std::string_view name) const;
 
   void set(std::string_view name, JSON value);
+  /// Like `set` for one entry after the other, but quick for thousands in any order.
+  void merge(std::vector<Entry> entries);
   void remove(std::string_view name);
   void reserve(std::size_t count) { entries_.reserve(count); }
 

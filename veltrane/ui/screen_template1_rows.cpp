@@ -40,10 +40,12 @@ void ScreenTemplate1VC::registerCells() {
 
 void ScreenTemplate1VC::reloadRows() {
   enteredBeforeReload_ = textFieldsKeyValues;
+  toldByRows_.emplace();
   mainTableView.reloadData();
   for (std::size_t row = 0; row < viewModel->records.size(); ++row) {
     if (reportsByItself(viewModel->records[row].type)) mainTableView.cell(row);
   }
+  textFieldsKeyValues.merge(*std::exchange(toldByRows_, std::nullopt));
 }
 
 std::size_t ScreenTemplate1VC::numberOfRows() const {
@@ -143,7 +145,12 @@ void ScreenTemplate1VC::optionSelected(const std::string& text, IndexPath indexP
 void ScreenTemplate1VC::enter(JSON value, IndexPath indexPath) {
   if (indexPath.row >= viewModel->records.size()) fatal("The row is outside the screen's records.");
   const auto& key = viewModel->records[indexPath.row].key;
-  if (key) textFieldsKeyValues.set(*key, std::move(value));
+  if (!key) return;
+  if (toldByRows_) {
+    toldByRows_->emplace_back(*key, std::move(value));
+  } else {
+    textFieldsKeyValues.set(*key, std::move(value));
+  }
 }
 
 }  // namespace veltrane

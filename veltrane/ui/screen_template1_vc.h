@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "veltrane/connectors/identity_connector.h"
 #include "veltrane/engine/screens_view_model.h"
@@ -128,6 +129,8 @@ class ScreenTemplate1VC final : public FlowScreen,
 
   /// What the user had entered when the rows were last replaced; shown again under the same keys.
   Dictionary enteredBeforeReload_;
+  /// What rows tell by themselves while they are replaced. A server may send very many of them.
+  std::optional<std::vector<Dictionary::Entry>> toldByRows_;
   std::shared_ptr<ScreensViewModel> handOverModel_;
   /// The one whose answer is awaited: its own step follows, not that of the screen below.
   std::weak_ptr<ScreensViewModel> lastSender_;
