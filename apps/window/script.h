@@ -15,8 +15,8 @@ class ScriptError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// The commands of a file, in order: objects with a known "do". The file is a list of them, or a flow
-/// of the sandbox that brings them as its "demo". Throws ScriptError.
+/// The commands of a file, in order: objects with a known "do". The file is a list of them, or a
+/// flow of the sandbox that brings them as its "demo". Throws ScriptError.
 std::vector<JSON> readScript(const std::filesystem::path& file);
 
 }  // namespace veltrane::window
