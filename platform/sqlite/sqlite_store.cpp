@@ -69,7 +69,7 @@ class Settings {
     }
   }
 
-  // Brings the cache up to date; two system calls while nobody has written. False when it cannot.
+  // Brings the cache up to date, without a query while nobody has written. False when it cannot.
   bool refresh() {
     if (!database_) return false;
     return attempt([this] {
