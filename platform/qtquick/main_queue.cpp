@@ -2,10 +2,18 @@
 
 #include <QMetaObject>
 #include <QTimer>
+#include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace veltrane::qtquick {
 namespace {
+
+/// Qt counts milliseconds in an int and takes what does not fit for another number.
+MainQueue::Interval withinQt(MainQueue::Interval wanted) {
+  constexpr MainQueue::Interval kLongest{std::numeric_limits<int>::max()};
+  return std::clamp(wanted, MainQueue::Interval(0), kLongest);
+}
 
 class QtTimer final : public Timer {
  public:
@@ -16,7 +24,7 @@ class QtTimer final : public Timer {
       const auto keep = tick_;
       (*keep)();
     });
-    timer_.start(interval);
+    timer_.start(withinQt(interval));
   }
 
  private:
@@ -36,7 +44,7 @@ void QtMainQueue::async(Work work) {
 void QtMainQueue::asyncAfter(Interval delay, Work work) {
   // A timer belongs to the thread that starts it, so it is started over there.
   async([context = context_.get(), delay, work = std::move(work)] {
-    QTimer::singleShot(delay, context, work);
+    QTimer::singleShot(withinQt(delay), context, work);
   });
 }
 

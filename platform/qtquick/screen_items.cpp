@@ -105,10 +105,7 @@ void TemplateScreenItem::keyboardCovers(double height) {
 
 PaletteWishes TemplateScreenItem::wishes() const {
   auto wishes = ScreenItem::wishes();
-  const auto& model = screen().viewModel;
-  if (model && !model->viewTextColor.empty()) {
-    wishes.text = toQColor(Color::fromHex(model->viewTextColor));
-  }
+  if (const auto& text = screen().view.textColor) wishes.text = toQColor(*text);
   return wishes;
 }
 

@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t kLongestValue = std::size_t{64} << 10;
 
 // Secret wherever they appear. The last ones are pictures: a face, or a code that carries a secret.
-constexpr std::array<std::string_view, 12> kSecretEverywhere = {"access_token",
+constexpr std::array<std::string_view, 13> kSecretEverywhere = {"access_token",
                                                                 "apiKey",
                                                                 "apiSecret",
                                                                 "apiToken",
@@ -24,7 +24,8 @@ constexpr std::array<std::string_view, 12> kSecretEverywhere = {"access_token",
                                                                 "imageData",
                                                                 "webAuthnResponse",
                                                                 "initiateAuthenticationResponse",
-                                                                "qr"};
+                                                                "qr",
+                                                                "messageIcon"};
 
 bool isSecret(std::string_view name, const SecretNames& secrets) {
   const auto is = [name](std::string_view secret) { return name == secret; };
@@ -124,6 +125,23 @@ class LineWriter {
   bool first_ = true;
 };
 
+/// Texts of a server or a user must not look like lines of their own.
+std::string oneLine(std::string_view text) {
+  static constexpr char kDigits[] = "0123456789abcdef";
+  std::string line;
+  line.reserve(text.size());
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x20 && byte != 0x7F) {
+      line += c;
+    } else {
+      (line += "\\x") += kDigits[byte >> 4];
+      line += kDigits[byte & 15];
+    }
+  }
+  return line;
+}
+
 template <typename Value>
 void printValue(std::string_view text, const Value& value, const SecretNames& secrets) {
   LineWriter writer(text, secrets);
@@ -151,10 +169,11 @@ JSON maskedMembers(const JSON& value, const SecretNames& secrets) {
 }  // namespace
 
 void print(std::string_view line) {
+  const std::string one = oneLine(line);
   if (const auto& sink = Platform::current().console) {
-    sink->print(line);
+    sink->print(one);
   } else {
-    std::clog << std::string(line) + '\n' << std::flush;
+    std::clog << one + '\n' << std::flush;
   }
 }
 
@@ -168,6 +187,10 @@ void print(std::string_view text, const Dictionary& value, const SecretNames& se
 
 void print(std::string_view text, const std::vector<Dictionary>& value) {
   printValue(text, value, {});
+}
+
+JSON secret(const JSON& value) {
+  return Platform::current().consoleShowsSecrets ? value : JSON(kMask);
 }
 
 JSON masked(const JSON& value, const SecretNames& secrets) {

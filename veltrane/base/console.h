@@ -35,6 +35,9 @@ void print(std::string_view text, const std::vector<Dictionary>& value);
 /// What stands in place of a secret.
 inline constexpr std::string_view kMask = "•••";
 
+/// A value that is a secret as a whole: `kMask`, or itself for a host that wants plain values.
+JSON secret(const JSON& value);
+
 /// The same value with every secret replaced by `kMask`. Follows the host's wish for plain values.
 JSON masked(const JSON& value, const SecretNames& secrets = {});
 

@@ -87,8 +87,8 @@ void ScreensViewModel::send(EventKind kind, const std::optional<EventParams>& pa
           const auto self = weak.lock();
           if (!self) return;
           self->inFlight_.erase(id);
-          self->changeBusy(-1);
           self->answered(kind, answer);
+          self->changeBusy(-1);
         });
       });
 }
@@ -122,6 +122,12 @@ void ScreensViewModel::nextEventAnswered(EventKind kind, const Answer& answer) {
   }
   const auto next = kind == EventKind::onLoad ? userViewIndex : userViewIndex.value_or(0) + 1;
   report(kind, answer, next);
+}
+
+bool ScreensViewModel::answersAreCredentials() const {
+  if (!postProcess) return false;
+  const JSON localEvent = (*postProcess)["localEvent"];
+  return localEvent.text() == "fidoRegistration" || localEvent.text() == "fidoAuthentication";
 }
 
 void ScreensViewModel::runLocalEvent(const JSON& step, const JSON& answer) {
@@ -180,8 +186,8 @@ CredentialsManager::Callback ScreensViewModel::onCredentials(CredentialsOutcome 
         [weak, outcome, answer = Answer{std::move(result), std::move(error)}] {
           const auto self = weak.lock();
           if (!self) return;
-          self->changeBusy(-1);
           ((*self).*outcome)(answer);
+          self->changeBusy(-1);
         });
   };
 }
@@ -225,8 +231,12 @@ void ScreensViewModel::report(EventKind kind, const Answer& answer,
 
 void ScreensViewModel::reportLater(EventKind kind, Answer answer,
                                    std::optional<std::size_t> index) {
+  changeBusy(+1);
   MainQueue::current().async([weak = weak_from_this(), kind, answer = std::move(answer), index] {
-    if (const auto self = weak.lock()) self->report(kind, answer, index);
+    const auto self = weak.lock();
+    if (!self) return;
+    self->report(kind, answer, index);
+    self->changeBusy(-1);
   });
 }
 

@@ -68,6 +68,9 @@ class ScreensViewModel : public std::enable_shared_from_this<ScreensViewModel> {
   /// The keys of masked fields, whose values must not reach a log.
   std::vector<std::string> secretNames() const;
 
+  /// This screen's answers are what the passkey library made of them, not what the server sent.
+  bool answersAreCredentials() const;
+
   /// A request of this screen is on its way, or its passkey step runs.
   bool isBusy() const { return busy_ > 0; }
   /// `isBusy` has changed.

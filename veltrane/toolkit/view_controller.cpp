@@ -29,6 +29,13 @@ std::shared_ptr<ViewController> ViewController::parent() const {
 void ViewController::present(std::shared_ptr<ViewController> controller, bool animated,
                              Completion completion) {
   if (!controller) return;
+  if (const auto navigation = navigation_.lock()) {
+    // What a covered screen shows lies over the screen that covers it.
+    const auto top = navigation->topViewController();
+    if (top && top.get() != this) {
+      return top->present(std::move(controller), animated, std::move(completion));
+    }
+  }
   // A controller shows one thing at a time; what comes next goes on top of it.
   if (presented_)
     return presented_->present(std::move(controller), animated, std::move(completion));

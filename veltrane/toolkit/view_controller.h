@@ -19,6 +19,8 @@ enum class ModalPresentationStyle : std::uint8_t { fullScreen = 0, pageSheet = 1
 
 struct View {
   std::optional<Color> backgroundColor;
+  /// Of texts that nothing else gives a colour.
+  std::optional<Color> textColor;
 };
 
 /// What the navigation bar shows while this screen is on display. The colours belong to the screen,

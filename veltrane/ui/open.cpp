@@ -36,6 +36,8 @@ void show(const Opening& opening, const std::shared_ptr<FlowScreen>& screen) {
 
 void open(Opening opening) {
   MainQueue::current().async([opening = std::move(opening)] {
+    // The flow may have ended since.
+    if (!opening.from->presentingViewController()) return;
     const auto& storyboard = Platform::current().storyboard;
     const auto screen = std::dynamic_pointer_cast<FlowScreen>(
         storyboard ? storyboard->instantiateViewController(opening.identifier) : nullptr);

@@ -1,4 +1,5 @@
 // Where the answers lead: the next screen, more rows on this one, a new flow, or the end.
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -43,7 +44,9 @@ void ScreenTemplate1VC::nextEventProcessComplete(const std::optional<JSON>& resp
                                                  std::optional<std::size_t> index) {
   hideActivityIndicator();
   if (error) return postFlowError(*error);
-  console::print("nextEventProcessComplete response : ", response.value_or(JSON()),
+  const JSON printed = response.value_or(JSON());
+  console::print("nextEventProcessComplete response : ",
+                 viewModel->answersAreCredentials() ? console::secret(printed) : printed,
                  viewModel->secretNames());
   if (response && (*response)["screen"].isObject()) {
     // The document is the dictionary under "screen" if that is whole, else the answer itself.
@@ -94,7 +97,8 @@ void ScreenTemplate1VC::postProcessNextEventComplete(const std::optional<JSON>& 
   hideActivityIndicator();
   if (error) return postFlowError(*error);
   if (!index) return console::print(kNoIndex);
-  console::print("postProcessNextEventComplete  response : ", response.value_or(JSON()));
+  console::print("postProcessNextEventComplete  response : ", response.value_or(JSON()),
+                 viewModel->secretNames());
   if (response && isSession(*response)) postFlowResponse(*response);
 }
 
@@ -109,6 +113,7 @@ void ScreenTemplate1VC::handleNextScreenTransition(std::size_t index, const User
     return stayOnScreen(*templateName.text(), index, props);
   }
   console::print("next user view index is different from current one so move to next screen");
+  setMoving(true);
   onMain([templateName, index, props](ScreenTemplate1VC& screen) {
     screen.moveToNextScreen(*templateName.text(), index, props);
   });
@@ -117,7 +122,10 @@ void ScreenTemplate1VC::handleNextScreenTransition(std::size_t index, const User
 void ScreenTemplate1VC::moveToNextScreen(std::string_view templateName, std::size_t index,
                                          const UserViewProps& props) {
   const auto navigation = navigationController();
-  if (!navigation || !flow) return;
+  const auto isPushed = [&](const auto& entry) { return entry.first == templateName; };
+  // A screen that is opened takes the display, everything else leaves this one to its user.
+  if (std::none_of(kPushed.begin(), kPushed.end(), isPushed)) setMoving(false);
+  if (!navigation || !flow) return setMoving(false);
   if (templateName == "ThirdPartyTemplate")
     return handOver(Platform::current().onfido, props, index);
   if (templateName == "ThirdPartyiFrameTemplate") {

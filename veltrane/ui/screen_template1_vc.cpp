@@ -63,6 +63,7 @@ void ScreenTemplate1VC::viewWillAppear(bool animated) {
     navigation->setNavigationBarHidden(viewModel->fullScreenMode, animated);
   }
   observeFlowNotification();
+  moving_ = false;
 }
 
 void ScreenTemplate1VC::viewWillDisappear(bool /*animated*/) {
@@ -94,7 +95,8 @@ void ScreenTemplate1VC::adopt(std::shared_ptr<ScreensViewModel> model) {
 }
 
 bool ScreenTemplate1VC::isBusy() const {
-  return (viewModel && viewModel->isBusy()) || (handOverModel_ && handOverModel_->isBusy());
+  return moving_ || (viewModel && viewModel->isBusy()) ||
+         (handOverModel_ && handOverModel_->isBusy());
 }
 
 void ScreenTemplate1VC::sendFrom(const std::shared_ptr<ScreensViewModel>& model,
@@ -105,6 +107,7 @@ void ScreenTemplate1VC::sendFrom(const std::shared_ptr<ScreensViewModel>& model,
 
 void ScreenTemplate1VC::setupUISize() {
   applyColor(view.backgroundColor, viewModel->viewBackgroundColor);
+  applyColor(view.textColor, viewModel->viewTextColor);
   applyColor(navigationItem.tintColor, viewModel->navbarTextColor);
   applyColor(navigationItem.barTintColor, viewModel->navbarBackgroundColor);
   margins = {.top = marginOr(viewModel->viewPaddingTop, kDefaultMargins.top),
@@ -191,6 +194,12 @@ void ScreenTemplate1VC::showActivityIndicator() {
 
 void ScreenTemplate1VC::hideActivityIndicator() {
   onMain([](ScreenTemplate1VC& screen) { screen.setLoadingHidden(true); });
+}
+
+void ScreenTemplate1VC::setMoving(bool moving) {
+  if (moving_ == moving) return;
+  moving_ = moving;
+  changed();
 }
 
 void ScreenTemplate1VC::setLoadingHidden(bool hidden) {

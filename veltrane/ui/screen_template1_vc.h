@@ -43,7 +43,8 @@ class ScreenTemplate1VC final : public FlowScreen,
   ActivityPanel loading;
   /// Null until the screen has loaded.
   std::shared_ptr<ScreensViewModel> viewModel;
-  /// A request of this screen runs; its button sends nothing meanwhile.
+  /// A request of this screen runs, or its answer opens the next screen; the button sends nothing
+  /// meanwhile.
   bool isBusy() const;
 
   /// This screen asks the server for an approval from time to time.
@@ -123,6 +124,7 @@ class ScreenTemplate1VC final : public FlowScreen,
   void handOver(std::shared_ptr<IdentityConnector> connector, UserViewProps props,
                 std::size_t index);
   void setLoadingHidden(bool hidden);
+  void setMoving(bool moving);
   std::shared_ptr<ScreenTemplate1VC> self();
   /// Runs work with this screen on a later turn of the main queue, if it still exists then.
   void onMain(std::function<void(ScreenTemplate1VC&)> work);
@@ -136,6 +138,7 @@ class ScreenTemplate1VC final : public FlowScreen,
   std::weak_ptr<ScreensViewModel> lastSender_;
   std::shared_ptr<PollForChallengeStatus::Run> poll_;
   Subscription busySubscription_;
+  bool moving_ = false;
   Subscription handOverBusySubscription_;
 };
 

@@ -9,7 +9,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 /// A command that has waited this long is not one that the next answer carries out.
-constexpr std::chrono::seconds kPatience{2};
+constexpr std::chrono::seconds kPatience{3};
 constexpr MainQueue::Interval kLookAgain{100};
 
 JSON nameValue(const Command& command) {

@@ -168,7 +168,11 @@ Refusal ScreenTemplate1Adapter::choose(const RowName& row, const std::string& op
     cell.dropdownButtonPressed();
     const auto sheet = openSheet(screen);
     if (!sheet) return "the dropdown did not open";
-    pick(*sheet, option == "Dismiss" ? std::string() : option);
+    if (option == "Dismiss") {
+      sheet->cancel();
+    } else {
+      pick(*sheet, option);
+    }
     return std::nullopt;
   });
 }
