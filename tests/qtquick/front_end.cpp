@@ -107,7 +107,13 @@ TemplateScreenItem* FrontEnd::screen() {
 }
 
 ScreenTemplate1VC& FrontEnd::controller() {
-  return dynamic_cast<ScreenTemplate1VC&>(*stage().activeView()->controller());
+  std::shared_ptr<ViewController> found;
+  for (int row = 0; row < stage().rowCount(); ++row) {
+    const auto data = stage().data(stage().index(row), FlowStage::ViewRole);
+    const auto* view = qobject_cast<TemplateScreenItem*>(data.value<QObject*>());
+    if (view) found = view->controller();
+  }
+  return dynamic_cast<ScreenTemplate1VC&>(*found);
 }
 
 std::vector<QQuickItem*> FrontEnd::items(const char* name) {

@@ -43,6 +43,7 @@ class FrontEnd : public ::testing::Test {
 
   FlowStage& stage() { return presenter_.stage(); }
   TemplateScreenItem* screen();
+  /// The topmost generic screen, under an alert or not.
   ScreenTemplate1VC& controller();
   QQuickItem* form() { return item("form"); }
   /// What the user sees under that name on the topmost view; null when it is not there.

@@ -21,6 +21,8 @@ int main(int count, char** words) {
   setenv("QT_QPA_PLATFORM", "offscreen", 0);
   setenv("QT_QUICK_BACKEND", "software", 0);
   testing::InitGoogleTest(&count, words);
+  // Also when the tests are only listed.
+  if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
   QGuiApplication application(count, words);
   QAccessible::setActive(true);
   qInstallMessageHandler(failOnWarnings);

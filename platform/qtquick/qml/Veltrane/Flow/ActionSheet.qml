@@ -29,6 +29,7 @@ FocusScope {
 
     Accessible.name: sheet.view.title !== "" ? sheet.view.title : qsTr("Choices")
     Accessible.role: Accessible.Dialog
+    focus: true
     objectName: "actionSheet"
 
     Keys.onBacktabPressed: sheet.step(-1)

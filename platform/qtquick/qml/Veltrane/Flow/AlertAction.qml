@@ -18,7 +18,6 @@ AbstractButton {
     Accessible.name: action.title
     Accessible.role: Accessible.Button
     activeFocusOnTab: false
-    focus: true
     focusPolicy: Qt.NoFocus
     implicitHeight: Math.max(action.view.sheet ? 54 : 46, word.implicitHeight + 20)
     objectName: action.view.sheet ? (action.closes ? "sheetDismiss" : "sheetAction") : "alertAction"

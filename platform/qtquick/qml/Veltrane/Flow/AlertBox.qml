@@ -19,6 +19,7 @@ FocusScope {
     Accessible.description: box.view.title !== "" ? box.view.message : ""
     Accessible.name: box.view.title !== "" ? box.view.title : box.view.message
     Accessible.role: Accessible.AlertMessage
+    focus: true
 
     Component.onCompleted: if (actions.count > 0)
         actions.itemAt(actions.count - 1).focus = true
@@ -90,7 +91,6 @@ FocusScope {
                 model: box.view.actions
 
                 delegate: AlertAction {
-                    focus: false
                     lined: true
                 }
             }

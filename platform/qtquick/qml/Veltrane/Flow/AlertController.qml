@@ -7,6 +7,8 @@ FocusScope {
 
     required property AlertItem view
 
+    focus: true
+
     Component.onCompleted: loader.setSource(alert.view.sheet ? "ActionSheet.qml" : "AlertBox.qml", {
             "view": alert.view
         })

@@ -25,6 +25,8 @@ FocusScope {
         return false;
     }
 
+    focus: true
+
     Keys.onBackPressed: frame.view.canGoBack ? frame.view.back() : frame.view.cancel()
     Keys.onBacktabPressed: frame.step(-1)
     Keys.onEscapePressed: frame.view.cancel()
