@@ -52,7 +52,7 @@ int AlertActions::find(const QString& title) const {
 AlertItem::AlertItem(std::shared_ptr<ViewController> controller, FlowStage& stage,
                      const ViewItem* below)
     : ViewItem(std::move(controller), stage), wishes_(stage.themeWishes()) {
-  if (below) wishes_.background = below->palette().background;
+  if (below) wishes_.background = below->palette().surface;
   if (below) wishes_.text = below->palette().input;
   std::vector<AlertActions::Action> actions;
   for (const AlertAction& action : alert().actions()) {

@@ -42,7 +42,6 @@ struct Palette {
   Q_PROPERTY(QColor onAccent MEMBER onAccent)
   Q_PROPERTY(QColor link MEMBER link)
   Q_PROPERTY(QColor focus MEMBER focus)
-  Q_PROPERTY(QColor surface MEMBER surface)
   Q_PROPERTY(QColor barBackground MEMBER barBackground)
   Q_PROPERTY(QColor barTitle MEMBER barTitle)
   Q_PROPERTY(QColor barControl MEMBER barControl)
@@ -61,7 +60,7 @@ struct Palette {
   QColor onAccent;
   QColor link;     // text in the accent
   QColor focus;    // rings and borders in the accent
-  QColor surface;  // alerts and sheets
+  QColor surface;  // what alerts and sheets have for a background
   QColor barBackground;
   QColor barTitle;
   QColor barControl;

@@ -58,6 +58,13 @@ class QmlHost : public ::testing::Test {
     QMetaObject::invokeMethod(flow, "runFlow");
     settle();
   }
+  void waitForFocus(const QQuickItem* item) {
+    for (int i = 0; i < 1000 && window->activeFocusItem() != item; ++i) {
+      platform.mainQueue->run();
+      QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
+    }
+    EXPECT_EQ(window->activeFocusItem(), item);
+  }
   QVariantMap outcome() { return window->property("outcome").toMap(); }
   QString kind() { return window->property("kind").toString(); }
 
@@ -107,17 +114,12 @@ TEST_F(QmlHost, WithoutAnyIdentifierTheRunnerComplains) {
 
 TEST_F(QmlHost, TheHostGetsItsFocusBack) {
   window->requestActivate();
-  settle();
   auto* const field = window->property("host").value<QQuickItem*>();
-  EXPECT_EQ(window->activeFocusItem(), field);
+  waitForFocus(field);
   run();
   EXPECT_NE(window->activeFocusItem(), field);
   QTest::keyClick(window, Qt::Key_Escape);
-  for (int i = 0; i < 1000 && window->activeFocusItem() != field; ++i) {
-    platform.mainQueue->run();
-    QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
-  }
-  EXPECT_EQ(window->activeFocusItem(), field);
+  waitForFocus(field);
   EXPECT_EQ(kind(), "error");
 }
 

@@ -23,6 +23,8 @@ FocusScope {
             dismiss.forceActiveFocus(Qt.TabFocusReason);
         } else {
             choices.currentIndex = next;
+            choices.positionViewAtIndex(next, ListView.Contain);
+            choices.positionViewAtIndex(next, ListView.Contain);
             choices.forceActiveFocus(Qt.TabFocusReason);
         }
     }
@@ -50,7 +52,7 @@ FocusScope {
 
         Rectangle {
             antialiasing: true
-            color: sheet.view.palette.surface
+            color: sheet.view.palette.background
             height: choices.height
             radius: 14
             visible: choices.count > 0
@@ -77,7 +79,7 @@ FocusScope {
         }
         Rectangle {
             antialiasing: true
-            color: sheet.view.palette.surface
+            color: sheet.view.palette.background
             height: dismiss.implicitHeight
             radius: 14
             visible: sheet.view.cancelTitle !== ""

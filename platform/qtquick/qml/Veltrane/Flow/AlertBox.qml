@@ -29,7 +29,7 @@ FocusScope {
     Rectangle {
         anchors.centerIn: parent
         antialiasing: true
-        color: box.view.palette.surface
+        color: box.view.palette.background
         height: texts.height + buttons.height
         objectName: "alertBox"
         radius: 14

@@ -20,7 +20,7 @@ AbstractButton {
     activeFocusOnTab: false
     focusPolicy: Qt.ClickFocus
     implicitHeight: Math.max(50, word.implicitHeight + 24)
-    opacity: button.waiting || !button.enabled ? 0.45 : 1
+    opacity: button.waiting ? 0.45 : 1
 
     background: Rectangle {
         antialiasing: true

@@ -21,7 +21,6 @@ FlowRow {
                 return Text.AlignHCenter;
             return row.cell.alignment === "right" ? Text.AlignRight : Text.AlignLeft;
         }
-        lineHeight: 1.15
         text: row.cell.text
         textFormat: Text.PlainText
         width: parent.width

@@ -28,7 +28,6 @@ FlowRow {
     TextField {
         id: field
         Accessible.name: row.cell.caption !== "" ? row.cell.caption : row.cell.placeholder
-        Accessible.passwordEdit: row.cell.secure
         Accessible.role: Accessible.EditableText
         activeFocusOnTab: false
         // The text is cut at the paddings; scripts reach further down than the font's own line.

@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Controls.Basic
 import Veltrane.Flow
 
 FlowRow {
@@ -10,76 +9,72 @@ FlowRow {
     stops: [toggle]
 
     // The whole row takes the tap.
-    AbstractButton {
+    Tappable {
         id: toggle
         Accessible.checkable: true
         Accessible.checked: row.cell.on
         Accessible.name: row.cell.caption !== "" ? row.cell.caption : qsTr("Switch")
         Accessible.role: Accessible.CheckBox
-        activeFocusOnTab: false
         focus: true
-        focusPolicy: Qt.ClickFocus
-        implicitHeight: Math.max(48, caption.implicitHeight + 8)
+        height: Math.max(48, caption.implicitHeight + 8)
         objectName: "toggle"
         width: parent.width
 
-        background: FocusRing {
-            anchors.margins: -4
+        onTapped: row.cell.toggle()
+
+        FocusRing {
             border.color: row.screen.palette.focus
+            objectName: "ring"
             radius: 10
             visible: toggle.activeFocus && row.ringVisible
         }
-        contentItem: Item {
-            Text {
-                id: caption
-                anchors.left: parent.left
-                anchors.right: track.left
-                anchors.rightMargin: 12
-                anchors.verticalCenter: parent.verticalCenter
-                color: row.cell.captionColor
-                font.pixelSize: row.points(14)
-                horizontalAlignment: Text.AlignLeft
-                text: row.cell.caption
-                textFormat: Text.PlainText
-                wrapMode: Text.Wrap
+        Text {
+            id: caption
+            anchors.left: parent.left
+            anchors.right: track.left
+            anchors.rightMargin: 12
+            anchors.verticalCenter: parent.verticalCenter
+            color: row.cell.captionColor
+            font.pixelSize: row.points(14)
+            horizontalAlignment: Text.AlignLeft
+            text: row.cell.caption
+            textFormat: Text.PlainText
+            wrapMode: Text.Wrap
+        }
+        Rectangle {
+            id: track
+
+            // From the leading edge to the trailing one, whichever side that is.
+            property real travel: row.cell.on !== row.screen.stage.mirrored ? 1 : 0
+
+            anchors.right: parent.right
+            anchors.verticalCenter: parent.verticalCenter
+            antialiasing: true
+            color: row.cell.on ? row.cell.tint : row.screen.palette.outline
+            height: 30
+            radius: 15
+            width: 50
+
+            Behavior on travel  {
+                enabled: !row.screen.stage.still && !row.screen.stage.reducedMotion
+
+                NumberAnimation {
+                    duration: 120
+                    easing.type: Easing.OutCubic
+                }
             }
+
             Rectangle {
-                id: track
-
-                // From the leading edge to the trailing one, whichever side that is.
-                property real travel: row.cell.on !== row.screen.stage.mirrored ? 1 : 0
-
-                anchors.right: parent.right
-                anchors.verticalCenter: parent.verticalCenter
                 antialiasing: true
-                color: row.cell.on ? row.cell.tint : row.screen.palette.outline
-                height: 30
-                radius: 15
-                width: 50
-
-                Behavior on travel  {
-                    enabled: !row.screen.stage.still && !row.screen.stage.reducedMotion
-
-                    NumberAnimation {
-                        duration: 120
-                        easing.type: Easing.OutCubic
-                    }
-                }
-
-                Rectangle {
-                    antialiasing: true
-                    border.color: "#33000000"
-                    border.width: 1
-                    color: "white"
-                    height: 26
-                    radius: 13
-                    width: 26
-                    x: 2 + track.travel * 20
-                    y: 2
-                }
+                border.color: "#33000000"
+                border.width: 1
+                color: "white"
+                height: 26
+                radius: 13
+                width: 26
+                x: 2 + track.travel * 20
+                y: 2
             }
         }
-
-        onClicked: row.cell.toggle()
     }
 }
