@@ -34,6 +34,10 @@ class WindowProgram : public ::testing::Test {
   /// The exit status; what was printed is in `output` and `errors`.
   int run(const QStringList& arguments) {
     QProcess process;
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), folder.path());
+    process.setProcessEnvironment(environment);
     process.start(QStringLiteral(WINDOW_PROGRAM), arguments);
     EXPECT_TRUE(process.waitForFinished(kPatience)) << "the program hangs";
     output = QString::fromUtf8(process.readAllStandardOutput());
