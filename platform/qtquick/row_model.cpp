@@ -117,6 +117,11 @@ std::vector<RowIdentity> RowModel::identities() const {
 // Walks both lists once: a row that is wanted later stays, the others give way.
 void RowModel::reload() {
   const auto wanted = identities();
+  if (rows_.empty()) {
+    // A screen that opens has nothing to keep.
+    if (!wanted.empty()) insertRun(0, wanted, 0, wanted.size());
+    return rebind();
+  }
   std::map<RowIdentity, int> ahead;
   for (const auto& identity : wanted) ++ahead[identity];
   const auto isWanted = [&](std::size_t row) {
