@@ -1,7 +1,6 @@
 #include "apps/window/window_run.h"
 
-#include <QCloseEvent>
-#include <QCoreApplication>
+#include <QGuiApplication>
 #include <iostream>
 #include <utility>
 
@@ -61,12 +60,19 @@ WindowRun::WindowRun(const WindowOptions& options, std::vector<JSON> script) : o
   }
   rest_.setSingleShot(true);
   rest_.setInterval(kRest);
+  QGuiApplication::setQuitOnLastWindowClosed(false);
+  connect(&window_, &QWindow::visibleChanged, this, [this](bool visible) {
+    if (!visible) end(report_ ? report_->status : exit_status::kNoResult);
+  });
   connect(&rest_, &QTimer::timeout, this, &WindowRun::atRest);
   connect(&stage, &FlowStage::presentationChanged, this, &WindowRun::happened);
   connect(&stage, &FlowStage::settled, this, [this] { rest_.start(); });
 }
 
-WindowRun::~WindowRun() = default;
+WindowRun::~WindowRun() {
+  // The window goes after everything that its last signal would touch.
+  window_.disconnect(this);
+}
 
 void WindowRun::look(const WindowOptions& options) {
   FlowStage& stage = presenter_->stage();

@@ -1,6 +1,7 @@
 #include "platform/qtquick/flow_presenter.h"
 
 #include <QEvent>
+#include <QGuiApplication>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -13,15 +14,20 @@
 
 namespace veltrane::qtquick {
 
-FlowPresenter::FlowPresenter(QQuickWindow* window) : FlowPresenter(window->contentItem()) {}
+FlowPresenter::FlowPresenter(QQuickWindow* window, QQmlEngine* engine)
+    : FlowPresenter(window->contentItem(), engine) {}
 
-FlowPresenter::FlowPresenter(QQuickItem* item)
+FlowPresenter::FlowPresenter(QQuickItem* item) : FlowPresenter(item, qmlEngine(item)) {}
+
+FlowPresenter::FlowPresenter(QQuickItem* item, QQmlEngine* engine)
     : parent_(item), stage_(std::make_unique<FlowStage>()) {
   registerTypes();
   connect(stage_.get(), &FlowStage::viewsChanged, this, &FlowPresenter::rememberFocus);
-  connect(item, &QQuickItem::windowChanged, this, &FlowPresenter::watchWindow);
-  watchWindow(item->window());
-  makeOverlay();
+  connect(item, &QQuickItem::windowChanged, this,
+          [this](QQuickWindow* window) { window_ = window; });
+  window_ = item->window();
+  QGuiApplication::instance()->installEventFilter(this);
+  makeOverlay(engine);
 }
 
 FlowPresenter::~FlowPresenter() {
@@ -32,8 +38,7 @@ std::shared_ptr<ViewController> FlowPresenter::hostViewController() const {
   return stage_->host();
 }
 
-void FlowPresenter::makeOverlay() {
-  auto* engine = qmlEngine(parent_);
+void FlowPresenter::makeOverlay(QQmlEngine* engine) {
   if (!engine) {
     ownEngine_ = std::make_unique<QQmlEngine>();
     engine = ownEngine_.get();
@@ -48,12 +53,6 @@ void FlowPresenter::makeOverlay() {
        {QStringLiteral("parent"), QVariant::fromValue<QQuickItem*>(parent_)}});
   QQmlEngine::setObjectOwnership(made, QQmlEngine::CppOwnership);
   overlay_ = qobject_cast<QQuickItem*>(made);
-}
-
-void FlowPresenter::watchWindow(QQuickWindow* window) {
-  if (window_) window_->removeEventFilter(this);
-  window_ = window;
-  if (window_) window_->installEventFilter(this);
 }
 
 // The host's focus comes back once the last view has moved out.
@@ -72,12 +71,17 @@ void FlowPresenter::rememberFocus() {
 
 bool FlowPresenter::eventFilter(QObject* watched, QEvent* event) {
   switch (event->type()) {
+    case QEvent::ApplicationFontChange:
+    case QEvent::ApplicationLayoutDirectionChange:
+    case QEvent::ApplicationPaletteChange:
+      if (watched == QGuiApplication::instance()) stage_->followSystem();
+      break;
     case QEvent::KeyPress:
-      stage_->setKeyboardInUse(true);
+      if (watched == window_) stage_->setKeyboardInUse(true);
       break;
     case QEvent::MouseButtonPress:
     case QEvent::TouchBegin:
-      stage_->setKeyboardInUse(false);
+      if (watched == window_) stage_->setKeyboardInUse(false);
       break;
     default:
       break;

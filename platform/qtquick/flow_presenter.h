@@ -30,8 +30,9 @@ class FlowPresenter final : public QObject {
   Q_OBJECT
 
  public:
-  /// Over everything in the window. With an engine of its own.
-  explicit FlowPresenter(QQuickWindow* window);
+  /// Over everything in the window. Without an engine of the host's, which then outlives the
+  /// presenter, it makes its own.
+  explicit FlowPresenter(QQuickWindow* window, QQmlEngine* engine = nullptr);
   /// Over what is in the item, with the item's engine if it has one.
   explicit FlowPresenter(QQuickItem* item);
   ~FlowPresenter() override;
@@ -47,8 +48,8 @@ class FlowPresenter final : public QObject {
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
-  void makeOverlay();
-  void watchWindow(QQuickWindow* window);
+  FlowPresenter(QQuickItem* item, QQmlEngine* engine);
+  void makeOverlay(QQmlEngine* engine);
   void rememberFocus();
 
   QPointer<QQuickItem> parent_;

@@ -57,11 +57,8 @@ Motion motionOf(const PresentationChange& change) {
 
 }  // namespace
 
-FlowStage::FlowStage()
-    : host_(std::make_shared<HostViewController>()),
-      textScale_(systemTextScale()),
-      mirrored_(QGuiApplication::layoutDirection() == Qt::RightToLeft),
-      dark_(systemIsDark()) {
+FlowStage::FlowStage() : host_(std::make_shared<HostViewController>()) {
+  followSystem();
   QQmlEngine::setObjectOwnership(this, QQmlEngine::CppOwnership);
   const QInputMethod* keyboard = QGuiApplication::inputMethod();
   connect(keyboard, &QInputMethod::keyboardRectangleChanged, this, &FlowStage::keyboardTopChanged);
@@ -100,18 +97,27 @@ bool FlowStage::isSettled() const {
                      [](const auto& view) { return view->isSettled(); });
 }
 
+void FlowStage::followSystem() {
+  if (!hostSetTextScale_) textScale_ = systemTextScale();
+  if (!hostSetMirrored_) mirrored_ = QGuiApplication::layoutDirection() == Qt::RightToLeft;
+  if (!hostSetDark_) dark_ = systemIsDark();
+  lookHasChanged();
+}
+
 void FlowStage::setTextScale(double scale) {
+  hostSetTextScale_ = true;
   textScale_ = std::isfinite(scale) ? std::clamp(scale, 1.0, kLargestScale) : 1.0;
   emit lookChanged();
 }
 void FlowStage::setMirrored(bool mirrored) {
+  hostSetMirrored_ = true;
   mirrored_ = mirrored;
   emit lookChanged();
 }
 void FlowStage::setDark(bool dark) {
+  hostSetDark_ = true;
   dark_ = dark;
-  refreshViews();
-  emit lookChanged();
+  lookHasChanged();
 }
 void FlowStage::setReducedMotion(bool reduced) {
   reducedMotion_ = reduced;
@@ -253,8 +259,9 @@ void FlowStage::viewSettled(ViewItem* view) {
   emit settled();
 }
 
-void FlowStage::refreshViews() {
+void FlowStage::lookHasChanged() {
   for (const auto& view : views_) view->refresh();
+  emit lookChanged();
 }
 
 }  // namespace veltrane::qtquick

@@ -53,6 +53,9 @@ class FlowStage : public QAbstractListModel {
   /// Nothing moves any more.
   bool isSettled() const;
 
+  /// Takes over the system's text size, direction and colours as they are now, other than those
+  /// that the host has set.
+  void followSystem();
   double textScale() const { return textScale_; }
   void setTextScale(double scale);
   bool isMirrored() const { return mirrored_; }
@@ -92,7 +95,7 @@ class FlowStage : public QAbstractListModel {
   void removeView(std::size_t at);
   void viewSettled(ViewItem* view);
   std::size_t indexOf(const std::shared_ptr<ViewController>& controller) const;
-  void refreshViews();
+  void lookHasChanged();
 
   std::shared_ptr<HostViewController> host_;
   std::vector<std::unique_ptr<ViewItem>> views_;
@@ -102,6 +105,9 @@ class FlowStage : public QAbstractListModel {
   bool reducedMotion_ = false;
   bool still_ = false;
   bool keyboardInUse_ = false;
+  bool hostSetTextScale_ = false;
+  bool hostSetMirrored_ = false;
+  bool hostSetDark_ = false;
   Subscription subscription_;
 };
 

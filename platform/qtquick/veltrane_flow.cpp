@@ -1,6 +1,7 @@
 #include "platform/qtquick/veltrane_flow.h"
 
 #include <QPointer>
+#include <QQmlEngine>
 #include <QQuickWindow>
 #include <optional>
 
@@ -42,7 +43,7 @@ void VeltraneFlow::runFlow() {
     return;
   }
   if (!isInstalled()) install();
-  if (!presenter_) presenter_ = std::make_unique<FlowPresenter>(window());
+  if (!presenter_) presenter_ = std::make_unique<FlowPresenter>(window(), qmlEngine(this));
   vtFlow_ = VTFlow::make({.vtApiKey = apiKey_.toStdString(),
                           .rpId = rpId_.toStdString(),
                           .origin = origin_.toStdString(),

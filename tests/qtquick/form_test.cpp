@@ -156,6 +156,14 @@ TEST_F(Form, ASecretIsShownOnlyOnDemand) {
   click(show);
   EXPECT_EQ(pin->property("displayText").toString(), QString("•").repeated(6));
   EXPECT_EQ(items("showControl").size(), 1U);
+
+  // What was shown is hidden again once the user has been elsewhere.
+  click(show);
+  controller().present(std::make_shared<AlertController>("T", "M", AlertStyle::actionSheet), false);
+  settle();
+  stage().activeView()->controller()->dismiss(false);
+  settle();
+  EXPECT_EQ(pin->property("displayText").toString(), QString("•").repeated(6));
 }
 
 TEST_F(Form, ASwitchTurnsByTheWholeRowAndByKeyboard) {

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <QAccessible>
+#include <QGuiApplication>
+#include <QPalette>
 #include <algorithm>
 
 #include "tests/qtquick/front_end.h"
@@ -153,6 +155,22 @@ TEST_F(Look, DarkAndLightChangeUnderARunningFlow) {
   stage().setDark(false);
   settle();
   EXPECT_EQ(screen()->palette().background, QColor("#FFFFFF"));
+}
+
+TEST_F(Look, FollowsTheSystemUntilTheHostDecides) {
+  openForm({field("user")});
+  const auto before = QGuiApplication::palette();
+  const QPalette dark(QColor("#202020"));
+  QGuiApplication::setPalette(dark);
+  settle();
+  EXPECT_EQ(screen()->palette().background, QColor("#111418"));
+  stage().setDark(false);
+  QGuiApplication::setPalette(before);
+  QGuiApplication::setPalette(dark);
+  settle();
+  EXPECT_EQ(screen()->palette().background, QColor("#FFFFFF"));
+  QGuiApplication::setPalette(before);
+  settle();
 }
 
 }  // namespace

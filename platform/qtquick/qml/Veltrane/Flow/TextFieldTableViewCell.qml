@@ -5,6 +5,7 @@ import Veltrane.Flow
 FlowRow {
     id: row
 
+    readonly property bool active: row.screen.active
     required property TextFieldCell cell
     // The user wants to see what is hidden.
     property bool revealed: false
@@ -12,6 +13,7 @@ FlowRow {
     stops: row.cell.secure ? [field, show] : [field]
 
     ListView.onPooled: row.revealed = false
+    onActiveChanged: row.revealed = false
 
     Text {
         id: caption
