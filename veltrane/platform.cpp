@@ -2,6 +2,9 @@
 
 #include <utility>
 
+#include "veltrane/network/image_downloads.h"
+#include "veltrane/toolkit/work_queue.h"
+
 namespace veltrane {
 namespace {
 
@@ -12,7 +15,9 @@ Platform& installed() {
 
 }  // namespace
 
-Platform::Platform() = default;
+Platform::Platform()
+    : pictureQueue(std::make_shared<ThreadWorkQueue>()),
+      imageDownloads(std::make_shared<ImageDownloads>()) {}
 Platform::~Platform() = default;
 Platform::Platform(const Platform&) = default;
 Platform& Platform::operator=(const Platform&) = default;

@@ -10,10 +10,13 @@ class CredentialsManager;
 class Device;
 class HTTPTransport;
 class IdentityConnector;
+class ImageDownloads;
 class KeyValueStore;
 class MainQueue;
 class NotificationCenter;
+class PictureCodec;
 class Storyboard;
+class WorkQueue;
 
 /// The one list of ports: everything the core asks of the world around it. A host installs it once,
 /// before its first `VTFlow`, on the user-interface thread; `veltrane::qtquick::install()` fills in
@@ -33,6 +36,14 @@ struct Platform {
   std::shared_ptr<HTTPTransport> transport;
   /// Optional: screen and device class; absent: a phone of scale 1 (toolkit/device.h).
   std::shared_ptr<Device> device;
+  /// Optional: decodes and scales pictures; absent: pictures stay empty (toolkit/picture_codec.h).
+  std::shared_ptr<PictureCodec> pictureCodec;
+  /// Never null: where pictures are decoded; a thread of its own unless a host has one to spare
+  /// (toolkit/work_queue.h).
+  std::shared_ptr<WorkQueue> pictureQueue;
+  /// Never null: downloaded pictures, kept up to 64 MiB unless a host sets another limit
+  /// (network/image_downloads.h).
+  std::shared_ptr<ImageDownloads> imageDownloads;
   /// Optional: diagnostic lines; absent: standard error (base/console.h).
   std::shared_ptr<ConsoleSink> console;
   /// Shows secrets on the console. For a host's own debug builds, never for a release.

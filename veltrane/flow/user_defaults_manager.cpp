@@ -1,5 +1,7 @@
 #include "veltrane/flow/user_defaults_manager.h"
 
+#include <cmath>
+
 #include "veltrane/base/fatal.h"
 #include "veltrane/platform.h"
 
@@ -92,6 +94,10 @@ void UserDefaultsManager::saveTimeout(double key) {
 }
 double UserDefaultsManager::getTimeout() {
   return read<double>("timeout").value_or(kDefaultTimeout);
+}
+double UserDefaultsManager::usableTimeout() {
+  const double timeout = getTimeout();
+  return std::isfinite(timeout) && timeout > 0 ? timeout : kDefaultTimeout;
 }
 
 void UserDefaultsManager::saveIsSandbox(bool key) {

@@ -41,6 +41,8 @@ struct UserDefaultsManager {
   /// Seconds, stored and read back as given.
   static void saveTimeout(double key);
   static double getTimeout();
+  /// Seconds a request may take: the stored ones, or the default when these cannot be waited for.
+  static double usableTimeout();
 
   /// False when nothing is stored.
   static void saveIsSandbox(bool key);

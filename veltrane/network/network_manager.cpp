@@ -1,7 +1,6 @@
 #include "veltrane/network/network_manager.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 #include "veltrane/base/fatal.h"
@@ -39,12 +38,6 @@ void addHeader(HTTPRequest& request, const APIHTTPHeader& header) {
   }
 }
 
-/// Seconds a request may take; a setting that cannot be waited for counts as the default.
-double usableTimeout() {
-  const double timeout = UserDefaultsManager::getTimeout();
-  return std::isfinite(timeout) && timeout > 0 ? timeout : UserDefaultsManager::kDefaultTimeout;
-}
-
 HTTPRequest httpRequest(const NetworkAPIRequestFor& description) {
   HTTPRequest request;
   request.method = rawValue(method(description.endpoint));
@@ -53,7 +46,7 @@ HTTPRequest httpRequest(const NetworkAPIRequestFor& description) {
     for (const auto& header : *description.headers) addHeader(request, header);
   }
   setHeader(request, "vt-agent", "ios, sdkVersion: 0.0.1, OSVersion: " + OS::getVersion());
-  request.timeoutForRequest = request.timeoutForResource = usableTimeout();
+  request.timeoutForRequest = request.timeoutForResource = UserDefaultsManager::usableTimeout();
   request.secretNames = description.secretNames;
   if (std::holds_alternative<PollForChallengeEndpoint>(description.endpoint)) {
     request.purpose = RequestPurpose::polling;
@@ -138,6 +131,11 @@ std::unique_ptr<HTTPRequestHandle> NetworkManager::getRequest(
                          [callback = std::move(callback)](std::optional<HTTPResponse> response) {
                            complete(callback, std::move(response));
                          });
+}
+
+std::unique_ptr<ImageDownload> NetworkManager::downloadImage(
+    const std::string& urlString, ImageDownloads::Completion completion) {
+  return Platform::current().imageDownloads->download(urlString, std::move(completion));
 }
 
 }  // namespace veltrane

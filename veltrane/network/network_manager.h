@@ -7,6 +7,7 @@
 
 #include "veltrane/flow/veltrane_flow_error.h"
 #include "veltrane/network/http_transport.h"
+#include "veltrane/network/image_downloads.h"
 #include "veltrane/network/network_api_request.h"
 
 namespace veltrane {
@@ -21,6 +22,11 @@ struct NetworkManager {
   /// request that cannot be sent, on a later turn of the main queue) unless the handle is dropped.
   [[nodiscard]] static std::unique_ptr<HTTPRequestHandle> getRequest(
       const NetworkAPIRequestFor& request, Callback callback);
+
+  /// Fetches a picture, or takes it from memory. Any thread; the completion comes as
+  /// `ImageDownloads::download` says.
+  [[nodiscard]] static std::unique_ptr<ImageDownload> downloadImage(
+      const std::string& urlString, ImageDownloads::Completion completion);
 };
 
 }  // namespace veltrane

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "veltrane/toolkit/color.h"
+#include "veltrane/toolkit/picture.h"
 
 namespace veltrane {
 
@@ -69,6 +70,8 @@ enum class ContentMode : std::uint8_t {
 };
 
 struct ImageView {
+  /// Null while there is none.
+  PicturePtr image;
   std::optional<ContentMode> contentMode;
 };
 

@@ -26,6 +26,10 @@ class TableViewCell : public std::enable_shared_from_this<TableViewCell> {
   /// The class's unqualified name ("LabelTableViewCell"), which is also its reuse identifier.
   virtual std::string_view className() const { return "TableViewCell"; }
 
+  /// A front end starts or stops showing the row. Rows show from the start unless told otherwise.
+  virtual void willDisplay() {}
+  virtual void didEndDisplaying() {}
+
   /// What the row draws has changed.
   Signal<> changed;
 };

@@ -1,14 +1,30 @@
 #include "veltrane/ui/cells/image_table_view_cell.h"
 
+#include <utility>
+
+#include "veltrane/base/console.h"
+
 namespace veltrane {
 
-void ImageTableViewCell::configure(const JSON& /*iconValue*/,
-                                   std::optional<CellValueKind> valueKind,
+ImageTableViewCell::ImageTableViewCell()
+    : outlet_([this](PicturePtr picture) {
+        icon.image = std::move(picture);
+        changed();
+      }) {}
+
+void ImageTableViewCell::configure(const JSON& iconValue, std::optional<CellValueKind> valueKind,
                                    const std::optional<JSON>& props,
                                    const std::weak_ptr<ViewController>& /*fromViewController*/) {
   kind = valueKind;
   if (const auto word = textProp(props, "imageContentMode")) icon.contentMode = contentMode(*word);
   if (props) imageHeightConstraint = (*props)["height"].number();
+  if (kind == CellValueKind::pngBase64Image) {
+    console::print("Construct image from base64Image string .............");
+    outlet_.loadBase64(iconValue);
+  } else if (kind == CellValueKind::pngURLImage) {
+    console::print("downloading image from URL .............");
+    outlet_.loadURL(iconValue.textValue());
+  }
   changed();
 }
 

@@ -3,13 +3,17 @@
 #include <memory>
 
 #include "veltrane/ui/cells/base_cell.h"
+#include "veltrane/ui/cells/picture_outlet.h"
 
 namespace veltrane {
 
 class ViewController;
 
+/// A picture, given as Base64 text or by its URL. It arrives later; a picture that cannot be had
+/// leaves the row empty.
 class ImageTableViewCell final : public BaseCell {
  public:
+  ImageTableViewCell();
   std::string_view className() const override { return "ImageTableViewCell"; }
 
   ImageView icon;
@@ -20,6 +24,12 @@ class ImageTableViewCell final : public BaseCell {
   void configure(const JSON& iconValue, std::optional<CellValueKind> valueKind,
                  const std::optional<JSON>& props,
                  const std::weak_ptr<ViewController>& fromViewController);
+
+  void willDisplay() override { outlet_.willDisplay(); }
+  void didEndDisplaying() override { outlet_.didEndDisplaying(); }
+
+ private:
+  PictureOutlet outlet_;
 };
 
 }  // namespace veltrane
