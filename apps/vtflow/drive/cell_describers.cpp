@@ -10,6 +10,7 @@
 #include "veltrane/ui/cells/dropdown_table_view_cell.h"
 #include "veltrane/ui/cells/image_table_view_cell.h"
 #include "veltrane/ui/cells/label_table_view_cell.h"
+#include "veltrane/ui/cells/mfa_table_view_cell.h"
 #include "veltrane/ui/cells/text_field_table_view_cell.h"
 #include "veltrane/ui/cells/toggle_switch_table_view_cell.h"
 
@@ -24,6 +25,12 @@ JSON alignmentValue(std::optional<TextAlignment> alignment) {
 template <typename Enum>
 JSON wordValue(const std::optional<Enum>& value) {
   return value ? JSON(word(*value)) : JSON();
+}
+
+/// [width, height] in pixels.
+JSON sizeValue(const PicturePtr& picture) {
+  if (!picture) return {};
+  return JSON::array({picture->size.width, picture->size.height});
 }
 
 std::string bullets(std::string_view secret) {
@@ -49,7 +56,13 @@ Dictionary describe(const ImageTableViewCell& cell) {
   return {{"kind", cell.kind ? JSON(rawValue(*cell.kind)) : JSON()},
           {"contentMode", wordValue(cell.icon.contentMode)},
           {"height", numberValue(cell.imageHeightConstraint)},
-          {"picture", JSON()}};
+          {"picture", sizeValue(cell.icon.image)}};
+}
+
+Dictionary describe(const MFATableViewCell& cell) {
+  return {{"title", textValue(cell.titleLabel.text)},
+          {"subTitle", textValue(cell.subTitleLabel.text)},
+          {"icon", sizeValue(cell.iconImage.image)}};
 }
 
 Dictionary describe(const ButtonTableViewCell& cell) {
@@ -102,6 +115,7 @@ constexpr Describer kDescribers[] = {
     {"TextFieldTableViewCell", describeAs<TextFieldTableViewCell>},
     {"ToggleSwitchTableViewCell", describeAs<ToggleSwitchTableViewCell>},
     {"DropdownTableViewCell", describeAs<DropdownTableViewCell>},
+    {"MFATableViewCell", describeAs<MFATableViewCell>},
 };
 
 }  // namespace
@@ -111,6 +125,15 @@ Dictionary describeCell(const TableViewCell& cell) {
     if (describer.className == cell.className()) return describer.describe(cell);
   }
   return {};
+}
+
+Dictionary describeRow(TableView& table, std::size_t row) {
+  if (row >= table.numberOfRows()) return {};
+  const auto cell = table.cell(row);
+  auto fields = describeCell(*cell);
+  fields.set("row", countValue(row));
+  fields.set("cell", JSON(cell->className()));
+  return fields;
 }
 
 }  // namespace veltrane::tool

@@ -23,18 +23,6 @@ const CellProperties* record(const ScreenTemplate1VC& screen, std::size_t row) {
   return model && row < model->records.size() ? &model->records[row] : nullptr;
 }
 
-JSON describeRow(ScreenTemplate1VC& screen, std::size_t row) {
-  const auto cell = screen.mainTableView.cell(row);
-  auto fields = describeCell(*cell);
-  fields.set("row", countValue(row));
-  fields.set("cell", JSON(cell->className()));
-  if (const auto* const properties = record(screen, row)) {
-    fields.set("type", JSON(name(properties->type)));
-    fields.set("key", textValue(properties->key));
-  }
-  return fields;
-}
-
 template <typename Cell>
 bool isRow(ScreenTemplate1VC& screen, std::size_t row, const RowName& name) {
   const auto* const properties = record(screen, row);
@@ -81,20 +69,19 @@ void pick(AlertController& sheet, const std::string& option) {
 
 ScreenTemplate1Adapter::ScreenTemplate1Adapter(const std::shared_ptr<ScreenTemplate1VC>& screen,
                                                ScreenListener listener)
-    : ScreenAdapter(screen), screen_(screen), listener_(std::move(listener)) {
+    : ScreenAdapter(screen),
+      screen_(screen),
+      listener_(std::move(listener)),
+      rows_([this](std::size_t row) { return describeFormRow(row); }, listener_.rowChanged) {
   changes_ = screen->changed.subscribe([this] { listener_.loadingChanged(); });
   reloads_ = screen->mainTableView.reloaded.subscribe([this] {
-    if (shown_) listener_.contentReplaced();
+    if (rows_.wereDescribed()) listener_.contentReplaced();
   });
 }
 
 Dictionary ScreenTemplate1Adapter::describe() {
   const auto screen = screen_.lock();
   if (!screen) return {};
-  showRows(*screen);
-  std::vector<JSON> rows;
-  rows.reserve(shown_->size());
-  for (const auto& row : *shown_) rows.push_back(row.description);
   const auto* const model = screen->viewModel.get();
   const auto& item = screen->navigationItem;
   return {{"userViewIndex", screen->userViewIndex ? countValue(*screen->userViewIndex) : JSON()},
@@ -106,26 +93,18 @@ Dictionary ScreenTemplate1Adapter::describe() {
           {"navbarBackground", colorValue(item.barTintColor)},
           {"navbarText", colorValue(item.tintColor)},
           {"margins", marginsValue(screen->margins)},
-          {"rows", JSON::array(rows)}};
+          {"rows", rows_.describeAll(screen->mainTableView)}};
 }
 
-void ScreenTemplate1Adapter::showRows(ScreenTemplate1VC& screen) {
-  auto& table = screen.mainTableView;
-  shown_.emplace(table.numberOfRows());
-  for (std::size_t row = 0; row < shown_->size(); ++row) {
-    auto changes = table.cell(row)->changed.subscribe([this, row] { rowChanged(row); });
-    (*shown_)[row] = {describeRow(screen, row), std::move(changes)};
-  }
-}
-
-void ScreenTemplate1Adapter::rowChanged(std::size_t row) {
+Dictionary ScreenTemplate1Adapter::describeFormRow(std::size_t row) const {
   const auto screen = screen_.lock();
-  if (!screen || row >= screen->mainTableView.numberOfRows()) return;
-  auto description = describeRow(*screen, row);
-  JSON& told = (*shown_)[row].description;
-  if (description == told) return;
-  told = std::move(description);
-  listener_.rowChanged(told);
+  if (!screen) return {};
+  auto fields = describeRow(screen->mainTableView, row);
+  if (const auto* const properties = record(*screen, row)) {
+    fields.set("type", JSON(name(properties->type)));
+    fields.set("key", textValue(properties->key));
+  }
+  return fields;
 }
 
 bool ScreenTemplate1Adapter::isLoading() const {

@@ -1,11 +1,9 @@
 #pragma once
 
 #include <memory>
-#include <vector>
 
 #include "apps/vtflow/drive/screens/screen_adapter.h"
-#include "veltrane/toolkit/signal.h"
-#include "veltrane/toolkit/table_view.h"
+#include "apps/vtflow/drive/screens/shown_rows.h"
 
 namespace veltrane {
 class ScreenTemplate1VC;
@@ -27,20 +25,13 @@ class ScreenTemplate1Adapter final : public ScreenAdapter {
   Refusal cancel() override;
 
  private:
-  struct ShownRow {
-    JSON description;
-    Subscription changes;
-  };
-
-  void showRows(ScreenTemplate1VC& screen);
-  void rowChanged(std::size_t row);
+  Dictionary describeFormRow(std::size_t row) const;
   template <typename Cell, typename Act>
   Refusal act(const RowName& name, const char* kind, Act act);
 
   std::weak_ptr<ScreenTemplate1VC> screen_;
   ScreenListener listener_;
-  /// Empty until the screen has been described.
-  std::optional<std::vector<ShownRow>> shown_;
+  ShownRows rows_;
   Subscription changes_;
   Subscription reloads_;
 };
