@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -30,6 +31,8 @@ struct Reply {
     text,     ///< `text` as it stands, with its placeholders filled in.
     padding,  ///< A JSON object of exactly `size` bytes.
     nesting,  ///< A JSON object nested `size` deep.
+    zeros,    ///< `text`, then zeros up to `size` bytes in all.
+    endless,  ///< `text`, then zeros for ever, their number not announced.
   };
 
   int status = 200;
@@ -40,6 +43,10 @@ struct Reply {
   std::size_t size = 0;
   /// The flow documents that the text holds, placeholders and all.
   std::vector<DocumentIds> documents;
+  /// The challenges that open when the text goes out, by their names in the flow.
+  std::vector<std::string> opens;
+  /// The text goes out byte for byte: it is no JSON with placeholders.
+  bool verbatim = false;
 
   std::chrono::milliseconds delay{0};
   bool noAnswer = false;
@@ -60,18 +67,44 @@ struct Condition {
 
 struct Rule {
   std::vector<Condition> when;  ///< All must hold; none: always.
+  /// Names of challenges of the run, each with the state that it must have.
+  std::map<std::string, std::string> challenges;
   Reply reply;
 };
 
 using Rules = std::vector<Rule>;
 
+/// The state of the run's challenge of that name; empty when none has been opened.
+using ChallengeStates = std::function<std::string(const std::string& name)>;
+
 /// The first rule whose conditions all hold, or null.
-const Rule* firstMatch(const Rules& rules, const nlohmann::json& body);
+const Rule* firstMatch(const Rules& rules, const nlohmann::json& body,
+                       const ChallengeStates& states);
+
+/// What a few questions for a challenge's status are answered with.
+struct StatusStep {
+  std::size_t times = 1;
+  std::optional<Reply> reply;  ///< None: the truth.
+};
+
+/// A challenge that an answer of the flow may open.
+struct ChallengePlan {
+  struct SelfAnswer {
+    bool approves;
+    std::chrono::milliseconds after;
+  };
+
+  std::string purpose;  ///< What it is for, to be read on the second device; has placeholders.
+  std::chrono::milliseconds openFor{std::chrono::minutes(5)};
+  std::optional<SelfAnswer> answersItself;
+  std::vector<StatusStep> status;  ///< One after the other; behind them always the truth.
+};
 
 /// A flow as its file tells it.
 struct Flow {
   Rules start;
   std::map<std::string, Rules> events;  ///< By "eventName".
+  std::map<std::string, ChallengePlan> challenges;
 };
 
 /// Reads the text of a flow file. Throws std::invalid_argument that names the place and what is

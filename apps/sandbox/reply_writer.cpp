@@ -71,6 +71,37 @@ void provideText(httplib::Response& response, const Reply& reply, std::string te
           });
 }
 
+std::string withZeros(const std::string& text, std::size_t offset, std::size_t most) {
+  std::string piece;
+  if (offset < text.size()) piece = text.substr(offset, most);
+  piece.resize(most, '\0');
+  return piece;
+}
+
+/// Without a length: in chunks, until the client has had enough.
+void provideEndless(httplib::Response& response, const std::string& contentType, std::string text) {
+  response.set_chunked_content_provider(
+      contentType, [text = std::move(text)](std::size_t offset, httplib::DataSink& sink) {
+        const std::string piece = withZeros(text, offset, kPiece);
+        return sink.write(piece.data(), piece.size());
+      });
+}
+
+void provideGenerated(httplib::Response& response, const Reply& reply, std::size_t end) {
+  provide(response, reply.contentType, shapeOf(reply).size(), end,
+          [reply](std::size_t offset, std::size_t most) {
+            return generatedPiece(reply, offset, most);
+          });
+}
+
+void provideZeros(httplib::Response& response, const Reply& reply, std::string text,
+                  std::size_t end) {
+  provide(response, reply.contentType, reply.size, end,
+          [text = std::move(text)](std::size_t offset, std::size_t most) {
+            return withZeros(text, offset, most);
+          });
+}
+
 }  // namespace
 
 std::string generatedPiece(const Reply& reply, std::size_t offset, std::size_t most) {
@@ -84,11 +115,12 @@ void writeReply(const Reply& reply, std::string text, httplib::Response& respons
   response.status = reply.status;
   for (const auto& [name, value] : reply.headers) response.set_header(name, value);
   const std::size_t end = reply.cutAfterBytes.value_or(std::numeric_limits<std::size_t>::max());
-  if (reply.body != Reply::Body::text) {
-    provide(response, reply.contentType, shapeOf(reply).size(), end,
-            [reply](std::size_t offset, std::size_t most) {
-              return generatedPiece(reply, offset, most);
-            });
+  if (reply.body == Reply::Body::endless) {
+    provideEndless(response, reply.contentType, std::move(text));
+  } else if (reply.body == Reply::Body::zeros) {
+    provideZeros(response, reply, std::move(text), end);
+  } else if (reply.body != Reply::Body::text) {
+    provideGenerated(response, reply, end);
   } else if (text.empty()) {
     response.set_header("Content-Type", reply.contentType);
   } else {

@@ -12,7 +12,7 @@ struct Response;
 
 namespace veltrane::sandbox {
 
-/// Piece of the body that `reply` generates, from `offset`, at most `most` bytes.
+/// Piece of the JSON that `reply` generates, from `offset`, at most `most` bytes.
 std::string generatedPiece(const Reply& reply, std::size_t offset, std::size_t most);
 
 /// Puts a rule's reply into a response, cut short where the rule says so. `text`: the reply's text

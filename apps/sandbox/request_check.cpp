@@ -15,6 +15,7 @@ namespace {
 
 using nlohmann::json;
 
+constexpr std::string_view kPictures = "/pictures/";
 constexpr std::array<const char*, 5> kEventKeys{"eventName", "connectionId", "capabilityName", "id",
                                                 "parameters"};
 
@@ -65,6 +66,11 @@ bool isEvent(const std::vector<std::string>& segments) {
          segments[4] == "capabilities";
 }
 
+bool isStatus(const std::vector<std::string>& segments) {
+  return segments.size() == 7 && segments[0] == "auth" && segments[2] == "user" &&
+         segments[3] == "credentials" && segments[4] == "challenge" && segments[6] == "status";
+}
+
 void checkNotEmpty(const std::string& text, const std::string& what) {
   if (text.empty()) throw Refusal("badPath", "The path holds no " + what + ".");
 }
@@ -79,6 +85,12 @@ std::string readInteractionId(const Target& target) {
 }
 
 // ---- the headers
+
+bool hasHeader(const RecordedRequest& request, const std::string& name) {
+  return std::any_of(request.headers.begin(), request.headers.end(), [&](const auto& header) {
+    return ::strcasecmp(header.first.c_str(), name.c_str()) == 0;
+  });
+}
 
 std::string onlyHeader(const RecordedRequest& request, const std::string& name) {
   std::vector<std::string> values;
@@ -119,13 +131,16 @@ void checkHeaders(const RecordedRequest& request) {
   if (!isBearer(onlyHeader(request, "Authorization"))) {
     throw Refusal("badHeader", "The header \"Authorization\" must be \"Bearer \" and a token.");
   }
-  if (onlyHeader(request, "Content-Type") != "application/json") {
-    throw Refusal("badHeader", "The header \"Content-Type\" must be \"application/json\".");
-  }
   if (!isAgent(onlyHeader(request, "vt-agent"))) {
     throw Refusal("badHeader",
                   "The header \"vt-agent\" must be \"ios, sdkVersion: 0.0.1, OSVersion: \" and a "
                   "version of three numbers.");
+  }
+}
+
+void checkContentType(const RecordedRequest& request) {
+  if (onlyHeader(request, "Content-Type") != "application/json") {
+    throw Refusal("badHeader", "The header \"Content-Type\" must be \"application/json\".");
   }
 }
 
@@ -176,6 +191,28 @@ EventRequest readEvent(const Target& target, const RecordedRequest& request) {
           .body = std::move(body)};
 }
 
+StatusRequest readStatus(const Target& target, const RecordedRequest& request) {
+  checkNotEmpty(target.segments[1], "company id");
+  checkNotEmpty(target.segments[5], "challenge id");
+  if (hasHeader(request, "Content-Type")) {
+    throw Refusal("badHeader", "The header \"Content-Type\" is not for a request without a body.");
+  }
+  if (!request.body.empty()) throw Refusal("badBody", "A question for a status has no body.");
+  return {.companyId = target.segments[1],
+          .challengeId = target.segments[5],
+          .interactionId = readInteractionId(target)};
+}
+
+/// A plain request: a token has no business on its way to a picture.
+PictureRequest readPicture(const RecordedRequest& request) {
+  if (request.method != "GET") throw Refusal("badMethod", "The method must be GET.");
+  if (hasHeader(request, "Authorization")) {
+    throw Refusal("badHeader", "The header \"Authorization\" is not for pictures.");
+  }
+  const std::string path = request.path.substr(0, request.path.find('?'));
+  return {.segments = splitPath(std::string_view(path).substr(kPictures.size() - 1))};
+}
+
 // ---- ids
 
 void checkSame(const std::string& inBody, const std::string& inPath, const std::string& name) {
@@ -192,16 +229,29 @@ bool offers(const DocumentIds& document, const EventRequest& event) {
 
 }  // namespace
 
-std::variant<StartRequest, EventRequest> checkedRequest(const RecordedRequest& request) {
+CheckedRequest checkedRequest(const RecordedRequest& request) {
+  if (request.path.starts_with(kPictures)) return readPicture(request);
   const Target target = readTarget(request.path);
   const bool start = isStart(target.segments);
-  if (!start && !isEvent(target.segments)) {
+  const bool status = isStatus(target.segments);
+  if (!start && !status && !isEvent(target.segments)) {
     throw Refusal("badPath", "There is nothing at this path.");
   }
   if (request.method != "POST") throw Refusal("badMethod", "The method must be POST.");
   checkHeaders(request);
+  if (status) return readStatus(target, request);
+  checkContentType(request);
   if (start) return readStart(target, request);
   return readEvent(target, request);
+}
+
+void checkIds(const StatusRequest& request, const Challenge& challenge) {
+  if (request.interactionId != challenge.interactionId) {
+    throw Refusal("wrongId", "This challenge belongs to another interaction.");
+  }
+  if (request.companyId != challenge.companyId) {
+    throw Refusal("wrongId", "This challenge belongs to another company.");
+  }
 }
 
 void checkIds(const EventRequest& event, const Run& run) {

@@ -4,7 +4,9 @@
 #include <stdexcept>
 #include <string>
 #include <variant>
+#include <vector>
 
+#include "apps/sandbox/challenges.h"
 #include "apps/sandbox/runs.h"
 #include "apps/sandbox/server.h"
 
@@ -38,11 +40,26 @@ struct EventRequest {
   nlohmann::json body;
 };
 
+struct StatusRequest {
+  std::string companyId;
+  std::string challengeId;
+  std::string interactionId;
+};
+
+struct PictureRequest {
+  std::vector<std::string> segments;  ///< Of the path, behind "pictures".
+};
+
+using CheckedRequest = std::variant<StartRequest, EventRequest, StatusRequest, PictureRequest>;
+
 /// Reads a request and holds it to its form: path, method, headers and the shape of its body.
 /// Throws Refusal.
-std::variant<StartRequest, EventRequest> checkedRequest(const RecordedRequest& request);
+CheckedRequest checkedRequest(const RecordedRequest& request);
 
 /// Holds an event's ids to the documents of its run. Throws Refusal.
 void checkIds(const EventRequest& event, const Run& run);
+
+/// Holds a question for a status to the challenge it names. Throws Refusal.
+void checkIds(const StatusRequest& request, const Challenge& challenge);
 
 }  // namespace veltrane::sandbox

@@ -18,10 +18,13 @@
 #include <thread>
 #include <variant>
 
+#include "apps/sandbox/approve/approve_page.h"
 #include "apps/sandbox/certificates.h"
+#include "apps/sandbox/challenges.h"
 #include "apps/sandbox/connections.h"
 #include "apps/sandbox/documents.h"
 #include "apps/sandbox/flow.h"
+#include "apps/sandbox/pictures/picture_route.h"
 #include "apps/sandbox/reply_writer.h"
 #include "apps/sandbox/request_check.h"
 #include "apps/sandbox/runs.h"
@@ -83,8 +86,8 @@ std::string pathForLog(const std::string& target) {
 
 /// What is to be done for a request: which reply, and for whom.
 struct Decision {
-  std::shared_ptr<const Flow> flow;  // keeps `reply` alive
-  const Reply* reply = nullptr;
+  std::shared_ptr<const Flow> flow;  // null where there is none
+  std::shared_ptr<const Reply> reply;
   PlaceholderValues values;
 };
 
@@ -120,6 +123,7 @@ class Server::Impl {
   Impl& operator=(const Impl&) = delete;
 
   int port() const { return port_; }
+  std::string serverURL() const { return "https://localhost:" + std::to_string(port_); }
   const fs::path& authorityFile() const { return certificates_.authority; }
 
   void addFlow(std::string id, const std::string& jsonText) {
@@ -221,12 +225,9 @@ class Server::Impl {
 
   void handle(const httplib::Request& request, httplib::Response& response) {
     const auto begin = std::chrono::steady_clock::now();
+    if (ApprovePage::isItsPath(request.path)) return answerPage(request, response, begin);
     const RecordedRequest record = recorded(request);
-    {
-      const std::lock_guard lock(mutex_);
-      if (requests_.size() == kRecorded) requests_.pop_front();
-      requests_.push_back(record);
-    }
+    remember(record);
     std::string outcome;
     try {
       outcome = answer(decide(record), request.ssl, response);
@@ -237,10 +238,29 @@ class Server::Impl {
     log(record, outcome, std::chrono::steady_clock::now() - begin);
   }
 
+  void remember(const RecordedRequest& record) {
+    const std::lock_guard lock(mutex_);
+    if (requests_.size() == kRecorded) requests_.pop_front();
+    requests_.push_back(record);
+  }
+
+  void answerPage(const httplib::Request& request, httplib::Response& response,
+                  std::chrono::steady_clock::time_point begin) {
+    approvePage_.answer(request, port_, response);
+    // The page looks for news every second: only what goes wrong and what people do is worth a
+    // line.
+    if (request.method == "GET" && response.status < 400) return;
+    log(recorded(request), std::to_string(response.status),
+        std::chrono::steady_clock::now() - begin);
+  }
+
   Decision decide(const RecordedRequest& record) {
-    auto request = checkedRequest(record);
+    const auto request = checkedRequest(record);
     if (const auto* start = std::get_if<StartRequest>(&request)) return decideStart(*start);
-    return decideEvent(std::get<EventRequest>(request));
+    if (const auto* status = std::get_if<StatusRequest>(&request)) return decideStatus(*status);
+    if (const auto* event = std::get_if<EventRequest>(&request)) return decideEvent(*event);
+    return {.reply = std::make_shared<const Reply>(
+                pictureReply(std::get<PictureRequest>(request).segments, port_))};
   }
 
   Decision decideStart(const StartRequest& start) {
@@ -266,11 +286,23 @@ class Server::Impl {
                      .flowId = run->flowId});
   }
 
-  static Decision decision(std::shared_ptr<const Flow> flow, const Rules& rules,
-                           const nlohmann::json& body, PlaceholderValues values) {
-    const Rule* rule = firstMatch(rules, body);
+  Decision decideStatus(const StatusRequest& request) {
+    const auto challenge = challenges_.find(request.challengeId);
+    if (!challenge) throw Refusal("unknownChallenge", "There is no challenge of this id.", 404);
+    checkIds(request, *challenge);
+    return {.reply = challenges_.nextStatus(request.challengeId)};
+  }
+
+  Decision decision(std::shared_ptr<const Flow> flow, const Rules& rules,
+                    const nlohmann::json& body, PlaceholderValues values) const {
+    const Rule* rule = firstMatch(rules, body, [&](const std::string& name) {
+      return challenges_.stateOf(values.interactionId, name);
+    });
     if (!rule) throw Refusal("noMatchingRule", "No rule of the flow fits this body.");
-    return {.flow = std::move(flow), .reply = &rule->reply, .values = std::move(values)};
+    values.serverURL = serverURL();
+    return {.flow = flow,
+            .reply = std::shared_ptr<const Reply>(flow, &rule->reply),
+            .values = std::move(values)};
   }
 
   std::shared_ptr<const Flow> flowOf(const std::string& id) const {
@@ -280,8 +312,9 @@ class Server::Impl {
   }
 
   /// Answers the outcome, for the log.
-  std::string answer(const Decision& decision, const SSL* connection, httplib::Response& response) {
+  std::string answer(Decision decision, const SSL* connection, httplib::Response& response) {
     const Reply& reply = *decision.reply;
+    PlaceholderValues& values = decision.values;
     bool there = reply.delay.count() == 0 || connections_.wait(connection, reply.delay);
     if (there && reply.noAnswer) there = connections_.wait(connection, std::nullopt);
     if (!there || reply.closeConnection) {
@@ -289,10 +322,13 @@ class Server::Impl {
       return reply.closeConnection ? "closed without an answer" : "no answer";
     }
     // Before the answer is out, for the client may be quick.
-    for (const DocumentIds& document : reply.documents) {
-      runs_.add(decision.values.flowId, decision.flow, filled(document, decision.values));
+    for (const std::string& name : reply.opens) {
+      values.challenges[name] = challenges_.open(decision.flow, name, values);
     }
-    writeReply(reply, filled(reply.text, decision.values), response);
+    for (const DocumentIds& document : reply.documents) {
+      runs_.add(values.flowId, decision.flow, filled(document, values));
+    }
+    writeReply(reply, reply.verbatim ? reply.text : filled(reply.text, values), response);
     return std::to_string(reply.status);
   }
 
@@ -312,6 +348,8 @@ class Server::Impl {
   int port_ = 0;
   std::thread thread_;
   Runs runs_;
+  Challenges challenges_;
+  ApprovePage approvePage_{challenges_};
 
   mutable std::mutex mutex_;  // guards what follows
   std::map<std::string, std::shared_ptr<const Flow>> flows_;
@@ -326,7 +364,11 @@ int Server::port() const {
 }
 
 std::string Server::baseURL() const {
-  return "https://localhost:" + std::to_string(port()) + "/v1";
+  return impl_->serverURL() + "/v1";
+}
+
+std::string Server::approveURL() const {
+  return impl_->serverURL() + "/approve";
 }
 
 fs::path Server::authorityFile() const {

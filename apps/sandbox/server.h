@@ -63,6 +63,9 @@ class Server {
   /// "https://localhost:PORT/v1".
   std::string baseURL() const;
 
+  /// "https://localhost:PORT/approve", the page on which people answer challenges.
+  std::string approveURL() const;
+
   /// PEM file of the certificate authority to trust.
   std::filesystem::path authorityFile() const;
 
@@ -75,7 +78,7 @@ class Server {
   std::vector<std::string> flowIds() const;
 
   /// The requests since the start or the last clearRequests(), the latest ten thousand of them, in
-  /// the order in which they arrived.
+  /// the order in which they arrived; without those of the approval page.
   std::vector<RecordedRequest> requests() const;
   void clearRequests();
 
