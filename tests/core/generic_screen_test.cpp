@@ -246,6 +246,38 @@ TEST_F(GenericScreen, anOnLoadEventMayReloadItsScreenAndTheInputStays) {
   EXPECT_EQ(sent()["parameters"].serialized(), R"({"code":"12","on":true})");
 }
 
+TEST_F(GenericScreen, rowsTellTheirSavedValuesUnseen) {
+  constexpr const char* kOptions = R"({"options":["Home",7,2.5,true,{"no":"choice"}]})";
+  const std::vector<std::string> saved = {"\"Home\"", "\"7\"",    "\"2.5\"", "\"true\"",
+                                          "\"no\"",   "\"Work\"", "7",       "\"\""};
+  Properties rows = {component("toggleSwitch", "on", "true"),
+                     component("toggleSwitch", "off", "\"?\"")};
+  for (std::size_t i = 0; i < saved.size(); ++i) {
+    rows.push_back(component("dropdown", "choice" + std::to_string(i), saved[i], kOptions));
+  }
+  open(document(joined({components(rows), testing::kPostEvent})));
+  EXPECT_FALSE(platform.console->mentions("dropdown")) << "no cell before it is looked at";
+  Dictionary shown = {{"on", true}, {"off", false}};
+  for (std::size_t i = 0; i < saved.size(); ++i) {
+    const auto dropdown = cell<DropdownTableViewCell>(2 + i);
+    if (dropdown->hasChoice) {
+      shown.set("choice" + std::to_string(i), dropdown->dropdownValueButton.title);
+    }
+  }
+  EXPECT_EQ(shown.size(), 6);
+  EXPECT_EQ(JSON(screen()->textFieldsKeyValues), JSON(shown));
+}
+
+TEST_F(GenericScreen, aRowThatIsLookedAtLaterLeavesWhatTheUserChose) {
+  open(document(joined(
+      {components({component("toggleSwitch", "on", "true"), component("toggleSwitch", "on", "true"),
+                   component("toggleSwitch", "on", "true")}),
+       testing::kPostEvent})));
+  cell<ToggleSwitchTableViewCell>(0)->switchValueChanged(false);
+  cell<ToggleSwitchTableViewCell>(2);
+  EXPECT_EQ(JSON(screen()->textFieldsKeyValues), JSON(Dictionary{{"on", false}}));
+}
+
 TEST_F(GenericScreen, anApprovalOnAnotherDeviceContinuesTheFlow) {
   const auto polling = joined({R"("enablePolling":{"value":true},"pollInterval":{"value":500})",
                                R"("pollRetries":{"value":9},"challenge":{"value":"ch"})"});

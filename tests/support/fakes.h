@@ -1,6 +1,8 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
+#include <cstdio>
 #include <deque>
 #include <map>
 #include <memory>
@@ -14,8 +16,11 @@
 #include "veltrane/flow/key_value_store.h"
 #include "veltrane/network/http_transport.h"
 #include "veltrane/platform.h"
+#include "veltrane/toolkit/device.h"
 #include "veltrane/toolkit/main_queue.h"
 #include "veltrane/toolkit/notification_center.h"
+#include "veltrane/toolkit/picture_codec.h"
+#include "veltrane/toolkit/work_queue.h"
 #include "veltrane/ui/main_storyboard.h"
 
 // Ports that a test holds in its hand: time stands still until it is moved, requests wait until
@@ -185,12 +190,76 @@ class FakeTransport final : public HTTPTransport {
   };
 };
 
+/// Takes "picture 40x30" for an encoded picture of that size.
+class FakeCodec final : public PictureCodec {
+ public:
+  PicturePtr decode(std::string_view bytes) const override {
+    ++decoded;
+    PixelSize size;
+    const std::string text(bytes);
+    if (std::sscanf(text.c_str(), "picture %dx%d", &size.width, &size.height) != 2) return nullptr;
+    return makePicture(size);
+  }
+  std::optional<std::string> encodePNG(const Picture& /*picture*/) const override {
+    return std::nullopt;
+  }
+  PicturePtr resize(const Picture& /*picture*/, PixelSize size,
+                    ResizeFramework framework) const override {
+    resizedWith.push_back(framework);
+    return makePicture(size);
+  }
+
+  mutable std::atomic<int> decoded = 0;
+  mutable std::vector<ResizeFramework> resizedWith;
+
+ private:
+  static PicturePtr makePicture(PixelSize size) {
+    Picture picture{size, {}, true};
+    picture.pixels.resize(static_cast<std::size_t>(size.width) * size.height *
+                          Picture::kBytesAPixel);
+    return std::make_shared<Picture>(std::move(picture));
+  }
+};
+
+/// Keeps work until the test runs it.
+class FakeWorkQueue final : public WorkQueue {
+ public:
+  void async(Work work) override {
+    const std::lock_guard lock(mutex_);
+    waiting_.push_back(std::move(work));
+  }
+  void run() {
+    while (Work work = next()) work();
+  }
+
+ private:
+  Work next() {
+    const std::lock_guard lock(mutex_);
+    if (waiting_.empty()) return {};
+    Work work = std::move(waiting_.front());
+    waiting_.pop_front();
+    return work;
+  }
+
+  std::mutex mutex_;
+  std::deque<Work> waiting_;
+};
+
+struct FakeDevice final : Device {
+  double screenScale() const override { return scale; }
+  InterfaceIdiom userInterfaceIdiom() const override { return InterfaceIdiom::phone; }
+  double scale = 1;
+};
+
 /// All fakes, installed as the platform for as long as this lives.
 struct FakePlatform {
   std::shared_ptr<FakeMainQueue> mainQueue = std::make_shared<FakeMainQueue>();
   std::shared_ptr<MemoryStore> settings = std::make_shared<MemoryStore>();
   std::shared_ptr<RecordingConsole> console = std::make_shared<RecordingConsole>();
   std::shared_ptr<FakeTransport> transport = std::make_shared<FakeTransport>();
+  std::shared_ptr<FakeDevice> device = std::make_shared<FakeDevice>();
+  std::shared_ptr<FakeCodec> codec = std::make_shared<FakeCodec>();
+  std::shared_ptr<FakeWorkQueue> pictureQueue = std::make_shared<FakeWorkQueue>();
   PlatformScope scope{ports()};
 
   Platform ports() const {
@@ -201,6 +270,9 @@ struct FakePlatform {
     platform.settings = settings;
     platform.transport = transport;
     platform.console = console;
+    platform.device = device;
+    platform.pictureCodec = codec;
+    platform.pictureQueue = pictureQueue;
     return platform;
   }
 };

@@ -18,10 +18,12 @@ void ImageTableViewCell::configure(const JSON& iconValue, std::optional<CellValu
   kind = valueKind;
   if (const auto word = textProp(props, "imageContentMode")) icon.contentMode = contentMode(*word);
   if (props) imageHeightConstraint = (*props)["height"].number();
-  if (kind == CellValueKind::pngBase64Image) {
+  // A row that the server lists itself has no kind; its attributes may tell what its value is.
+  const auto form = kind ? std::string(rawValue(*kind)) : textProp(props, "imageType").value_or("");
+  if (form == rawValue(CellValueKind::pngBase64Image)) {
     console::print("Construct image from base64Image string .............");
     outlet_.loadBase64(iconValue);
-  } else if (kind == CellValueKind::pngURLImage) {
+  } else if (form == rawValue(CellValueKind::pngURLImage)) {
     console::print("downloading image from URL .............");
     outlet_.loadURL(iconValue.textValue());
   }

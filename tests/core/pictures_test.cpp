@@ -1,0 +1,276 @@
+#include <gmock/gmock.h>
+
+#include <limits>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/core/host.h"
+#include "veltrane/base/base64.h"
+#include "veltrane/face/image.h"
+#include "veltrane/network/network_manager.h"
+#include "veltrane/network/picture_cache.h"
+#include "veltrane/ui/cells/image_table_view_cell.h"
+
+namespace veltrane::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr const char* kURL = "https://pictures.example/icon.png";
+
+std::string text(PixelSize size) {
+  return std::to_string(size.width) + "x" + std::to_string(size.height);
+}
+
+TEST(Base64, decodesWhatItEncodesWhateverTheLengthAndTheBlanksBetween) {
+  std::string bytes;
+  for (int length = 0; length < 300; ++length) {
+    const std::string encoded =
+        base64Encoded({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+    ASSERT_EQ(base64Decoded(encoded), bytes) << length;
+    std::string wrapped;
+    for (std::size_t i = 0; i < encoded.size(); ++i) {
+      if (i % 76 == 0 || i % 33 == 5) wrapped += i % 2 ? "\r\n" : " \xC3\xA9-_";
+      wrapped += encoded[i];
+    }
+    ASSERT_EQ(base64Decoded(wrapped + '\n'), bytes) << length;
+    bytes += static_cast<char>(length * 151 + length / 7);
+  }
+}
+
+TEST(Base64, refusesPaddingThatIsMissingOrStandsWhereItMayNot) {
+  for (const char* bad :
+       {"Z", "Zg", "Zg=", "Zm8", "=", "Z===", "Zg==Zg==", "Zg=g", "Zg===", "Zm9v====", "Zm9vZ=="}) {
+    EXPECT_EQ(base64Decoded(bad), std::nullopt) << bad;
+  }
+  const std::string half(4096, 'A');
+  EXPECT_EQ(base64Decoded(half + "="), std::nullopt);
+  EXPECT_EQ(base64Decoded(half + "AA==" + half), std::nullopt);
+  EXPECT_EQ(base64Decoded("Zg = \n ="), "f");
+}
+
+class Pictures : public Host {
+ protected:
+  /// Lets everything that decodes or waits for the main thread run.
+  void settle() {
+    platform.pictureQueue->run();
+    platform.mainQueue->run();
+  }
+  /// Downloads, and writes down what came of it.
+  std::unique_ptr<ImageDownload> download(const std::string& url) {
+    return NetworkManager::downloadImage(
+        url, [this](const PicturePtr& picture, const std::optional<VeltraneFlowError>& error) {
+          EXPECT_NE(picture == nullptr, !error.has_value());
+          came.push_back(picture ? text(picture->size) : error->errorDescription());
+        });
+  }
+  std::vector<std::string> came;
+};
+
+TEST_F(Pictures, textBecomesThePictureBehindItsFirstComma) {
+  const auto size = [](std::string_view base64) {
+    const auto picture = Image::base64ToUIImage(base64);
+    return picture ? text(picture->size) : "none";
+  };
+  const std::string encoded = "cGljdHVyZSA0eDM=";  // picture 4x3
+  EXPECT_EQ(size(encoded), "4x3");
+  EXPECT_EQ(size("data:image/png;base64," + encoded), "4x3");
+  EXPECT_EQ(size("abc," + encoded + ",ghi"), "4x3");
+  EXPECT_EQ(size("abc," + encoded + "?"), "4x3");
+  EXPECT_EQ(size(encoded + ",abc"), "none");
+  EXPECT_EQ(size("cGljdHVy"), "none");
+}
+
+TEST_F(Pictures, aURLIsChangedInItsPathForTheScreensDensity) {
+  const auto scaled = [&](double scale, const char* url) {
+    platform.device->scale = scale;
+    return Image::getScaledImageURL(url);
+  };
+  EXPECT_EQ(scaled(3, "https://h/a/icon.png"), "https://h/a/icon@3x.png");
+  EXPECT_EQ(scaled(2.9, "https://h/a.b/icon"), "https://h/a.b/icon@2x.");
+  EXPECT_EQ(scaled(2, "https://h/a.b/.icon"), "https://h/a.b/.icon@2x.");
+  EXPECT_EQ(scaled(2, "https://h/x.png?v=1.5#a.b"), "https://h/x@2x.png?v=1.5#a.b");
+  for (const char* same : {"https://host.example", "https://host.example?x.png", "", "a b.png",
+                           "https://h/\xC3\xA9.png"}) {
+    EXPECT_EQ(scaled(2, same), same);
+  }
+  for (const double below : {1.0, 1.99, 0.0, -3.0}) EXPECT_EQ(scaled(below, kURL), kURL);
+  platform.device->scale = std::numeric_limits<double>::infinity();
+  EXPECT_DEATH(Image::getScaledImageURL(kURL), "finite");
+}
+
+TEST_F(Pictures, oneRequestServesAllWhoAskAndThenMemoryDoes) {
+  const auto first = download(kURL);
+  const auto second = download(kURL);
+  ASSERT_EQ(requests(), 1u);
+  const HTTPRequest& request = platform.transport->last().request;
+  EXPECT_EQ(request.method + ' ' + request.url, std::string("GET ") + kURL);
+  EXPECT_THAT(request.headers, IsEmpty()) << "the token of the flow is for its server alone";
+  EXPECT_EQ(request.timeoutForResource, 30);
+  platform.transport->answer(200, "picture 8x4");
+  EXPECT_EQ(platform.codec->decoded, 0) << "decoded on the transport's thread";
+  settle();
+  EXPECT_THAT(came, ElementsAre("8x4", "8x4"));
+  EXPECT_EQ(platform.codec->decoded, 1);
+  const auto third = download(kURL);
+  EXPECT_THAT(came, ElementsAre("8x4", "8x4", "8x4"));
+  EXPECT_EQ(requests(), 1u);
+}
+
+TEST_F(Pictures, whatIsNoPictureIsToldAndNotKept) {
+  for (const char* refused : {"http://pictures.example/x.png", "file:///etc/passwd", "x", ""}) {
+    const auto download_ = download(refused);
+    EXPECT_EQ(requests(), 0u) << refused;
+  }
+  came.clear();
+  auto broken = download(kURL);
+  platform.transport->answer(200, "<html>");
+  settle();
+  auto lost = download(kURL);
+  platform.transport->last().finish(std::nullopt);
+  settle();
+  EXPECT_THAT(came, ElementsAre("Can not convert data to UIImage.", "No response from server..."));
+  // Like a client without opinions about the status: what matters is the picture.
+  auto odd = download(kURL);
+  platform.transport->answer(404, "picture 1x1");
+  settle();
+  EXPECT_EQ(came.back(), "1x1");
+}
+
+TEST_F(Pictures, theLastWhoLosesInterestEndsTheTransfer) {
+  auto first = download(kURL);
+  auto second = download(kURL);
+  first.reset();
+  EXPECT_EQ(platform.transport->tasks().size(), 1u);
+  second.reset();
+  EXPECT_THAT(platform.transport->tasks(), IsEmpty());
+  const auto again = download(kURL);
+  ASSERT_EQ(requests(), 2u);
+  platform.transport->answer(200, "picture 2x2");
+  settle();
+  EXPECT_THAT(came, ElementsAre("2x2"));
+  auto late = download("https://pictures.example/late.png");
+  platform.transport->answer(200, "picture 3x3");
+  late.reset();
+  settle();
+  EXPECT_THAT(came, ElementsAre("2x2"));
+  EXPECT_EQ(platform.codec->decoded, 1) << "a picture that nobody wants was decoded";
+}
+
+TEST(PictureCacheOfBytes, dropsTheLeastRecentlyUsedAndNeverHoldsMoreThanItsLimit) {
+  const auto picture = [](std::size_t bytes) {
+    return std::make_shared<Picture>(Picture{{}, std::vector<std::uint8_t>(bytes), true});
+  };
+  PictureCache cache(100);
+  cache.insert("a", picture(40));
+  cache.insert("b", picture(40));
+  EXPECT_NE(cache.find("a"), nullptr);
+  cache.insert("c", picture(30));
+  EXPECT_EQ(cache.find("b"), nullptr);
+  EXPECT_NE(cache.find("a"), nullptr);
+  EXPECT_EQ(cache.bytes(), 70u);
+  cache.insert("huge", picture(101));
+  EXPECT_EQ(cache.find("huge"), nullptr);
+  EXPECT_EQ(cache.bytes(), 70u);
+  cache.insert("a", picture(100));
+  EXPECT_EQ(cache.bytes(), 100u);
+  EXPECT_EQ(cache.find("c"), nullptr);
+}
+
+class ImageRows : public Pictures {
+ protected:
+  std::shared_ptr<ImageTableViewCell> show(const std::string& component) {
+    open(document(R"("screenComponentList":{"value":[)" + component + "]}"));
+    return cell<ImageTableViewCell>(0);
+  }
+};
+
+TEST_F(ImageRows, showPicturesByWhatTheirAttributesSayTheyAre) {
+  const auto row =
+      show(component("image", "pic", "\"cGljdHVyZSA0eDM=\"",
+                     R"({"imageType":"pngBase64Image","imageContentMode":"center","height":90})"));
+  EXPECT_EQ(row->icon.image, nullptr);
+  EXPECT_EQ(platform.codec->decoded, 0) << "decoded on the main thread";
+  int changes = 0;
+  const auto subscription = row->changed.subscribe([&] { ++changes; });
+  settle();
+  ASSERT_NE(row->icon.image, nullptr);
+  EXPECT_EQ(text(row->icon.image->size), "4x3");
+  EXPECT_EQ(changes, 1);
+  EXPECT_TRUE(platform.console->has("Construct image from base64Image string ............."));
+}
+
+TEST_F(ImageRows, withoutAKindShowNothingAndABrokenPictureLeavesTheRowEmpty) {
+  for (const char* attributes :
+       {"{}", R"({"imageType":"string"})", R"({"imageType":"pngBase64Image"})"}) {
+    const auto row = show(component("image", "pic", "\"bm90aGluZw==\"", attributes));
+    settle();
+    EXPECT_EQ(row->icon.image, nullptr) << attributes;
+    screen()->cancelPressed();
+    platform.mainQueue->run();
+  }
+}
+
+TEST_F(ImageRows, outOfSightLetTheirPictureGoAndFetchItAgain) {
+  platform.device->scale = 2;
+  open(document(R"("bodyIcon0LinkPng":{"value":"https://pictures.example/body.png"})"));
+  const auto row = cell<ImageTableViewCell>(0);
+  EXPECT_EQ(platform.transport->last().request.url, "https://pictures.example/body@2x.png");
+  row->didEndDisplaying();
+  EXPECT_THAT(platform.transport->tasks(), IsEmpty());
+  row->willDisplay();
+  row->willDisplay();
+  EXPECT_EQ(platform.transport->tasks().size(), 1u);
+  platform.transport->answer(200, "picture 6x6");
+  settle();
+  ASSERT_NE(row->icon.image, nullptr);
+  row->didEndDisplaying();
+  EXPECT_EQ(row->icon.image, nullptr);
+  row->willDisplay();
+  settle();
+  EXPECT_NE(row->icon.image, nullptr);
+}
+
+TEST_F(Pictures, scalingGoesToTheLibraryOfItsNameAndNeverBeyondWhatMemoryBears) {
+  const auto picture = Image::base64ToUIImage("cGljdHVyZSA0eDM=");
+  ASSERT_NE(picture, nullptr);
+  const PixelSize to{2, 2};
+  Image::resizeWithUIKit(*picture, to);
+  Image::resizeWithCoreImage(*picture, to);
+  Image::resizeWithCoreGraphics(*picture, to);
+  Image::resizeWithImageIO(*picture, to);
+  Image::resizeWithAccelerate(*picture, to);
+  using enum ResizeFramework;
+  EXPECT_THAT(platform.codec->resizedWith,
+              ElementsAre(uikit, coreImage, coreGraphics, imageIO, accelerate));
+  for (const PixelSize bad : {PixelSize{0, 5}, {5, -1}, {60'000, 60'000}}) {
+    EXPECT_EQ(Image::resizeWithCoreGraphics(*picture, bad), nullptr);
+  }
+}
+
+TEST(ThreadWorkQueue, keepsTheOrderFromManyThreadsAndWaitsForWhatRunsAtItsEnd) {
+  std::vector<int> done;
+  std::atomic<bool> running = false;
+  std::atomic<int> ended = 0;
+  {
+    ThreadWorkQueue queue;
+    std::thread other([&] {
+      for (int i = 0; i < 100; ++i) queue.async([&, i] { done.push_back(i); });
+    });
+    other.join();
+    queue.async([&] {
+      running = true;
+      running.notify_all();
+      ++ended;
+    });
+    running.wait(false);
+  }
+  EXPECT_EQ(ended, 1);
+  ASSERT_EQ(done.size(), 100u);
+  EXPECT_TRUE(std::is_sorted(done.begin(), done.end()));
+}
+
+}  // namespace
+}  // namespace veltrane::testing
