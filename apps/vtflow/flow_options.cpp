@@ -2,7 +2,9 @@
 
 #include <CLI/CLI.hpp>
 #include <string_view>
+#include <utility>
 
+#include "apps/vtflow/option_checks.h"
 #include "veltrane/network/network_api_request.h"
 
 namespace veltrane::tool {
@@ -17,26 +19,8 @@ std::optional<Pair> keyAndValue(const std::string& text) {
   return Pair(text.substr(0, equals), text.substr(equals + 1));
 }
 
-std::string* colour(VTTheme& theme, std::string_view name) {
-  if (name == "backgroundColor") return &theme.backgroundColor;
-  if (name == "labelTextColor") return &theme.labelTextColor;
-  if (name == "buttonTextColor") return &theme.buttonTextColor;
-  if (name == "buttonBackgroundColor") return &theme.buttonBackgroundColor;
-  return nullptr;
-}
-
 std::string checkProp(const std::string& text) {
   return keyAndValue(text) ? std::string() : "must be KEY=JSON, not \"" + text + '"';
-}
-
-std::string checkTheme(const std::string& text) {
-  const auto pair = keyAndValue(text);
-  if (!pair) return "must be KEY=COLOUR, not \"" + text + '"';
-  VTTheme theme;
-  if (colour(theme, pair->first)) return {};
-  return "knows backgroundColor, labelTextColor, buttonTextColor and buttonBackgroundColor, not "
-         "\"" +
-         pair->first + '"';
 }
 
 std::string withoutSlashAtEnd(std::string url) {
@@ -50,20 +34,21 @@ CLI::Option* addRepeatable(CLI::App& command, const char* name, std::vector<std:
   return command.add_option(name, values, help)->allow_extra_args(false);
 }
 
+void addURL(CLI::App& command, const char* name, std::optional<std::string>& url,
+            const char* help) {
+  command.add_option(name, url, help)->check(checkedBy(checkBaseURL))->type_name("URL");
+}
+
 void addServerOptions(CLI::App& command, FlowOptions& options) {
   command.add_flag("--sandbox", options.sandbox, "Ask the sandbox instead of production");
-  command
-      .add_option("--base-url", options.baseURL,
-                  "Base URL of the API, with its path, for production and sandbox")
-      ->type_name("URL");
-  command.add_option("--production-url", options.productionURL, "Base URL of production alone")
-      ->type_name("URL");
-  command.add_option("--sandbox-url", options.sandboxURL, "Base URL of the sandbox alone")
-      ->type_name("URL");
+  addURL(command, "--base-url", options.baseURL,
+         "Base URL of the API, with its path, for production and sandbox");
+  addURL(command, "--production-url", options.productionURL, "Base URL of production alone");
+  addURL(command, "--sandbox-url", options.sandboxURL, "Base URL of the sandbox alone");
   command
       .add_option("--ca", options.authorityFile,
                   "PEM bundle of authorities to trust instead of the system's")
-      ->check(CLI::ExistingFile)
+      ->check(checkedBy(checkAuthorityFile))
       ->type_name("FILE");
   command.add_option("--access-token", options.accessToken, "Bearer token to start with")
       ->type_name("T");
@@ -84,18 +69,28 @@ void addFlowOptions(CLI::App& command, FlowOptions& options) {
       ->capture_default_str()
       ->type_name("O");
   command.add_option("--timeout", options.timeout, "Seconds that a request may take")
+      ->check(checkedBy(checkSeconds))
       ->capture_default_str()
       ->type_name("S");
   addServerOptions(command, options);
   addRepeatable(command, "--prop", options.rawProps,
                 "Entry of the first request's body, repeatable; what is not JSON is a text")
-      ->check(CLI::Validator(checkProp, "KEY=JSON"))
-      ->type_name("");
+      ->check(checkedBy(checkProp))
+      ->type_name("KEY=JSON");
   addRepeatable(command, "--theme", options.rawTheme, "Colour of the theme, repeatable")
-      ->check(CLI::Validator(checkTheme, "KEY=COLOUR"))
-      ->type_name("");
+      ->check(checkedBy(checkThemeEntry))
+      ->type_name("KEY=COLOUR");
   command.add_option("--store", options.store, "Settings file; absent: a temporary one")
+      ->check(checkedBy(checkStoreFile))
       ->type_name("FILE");
+}
+
+std::string* themeColour(VTTheme& theme, std::string_view name) {
+  if (name == "backgroundColor") return &theme.backgroundColor;
+  if (name == "labelTextColor") return &theme.labelTextColor;
+  if (name == "buttonTextColor") return &theme.buttonTextColor;
+  if (name == "buttonBackgroundColor") return &theme.buttonBackgroundColor;
+  return nullptr;
 }
 
 std::optional<Dictionary> FlowOptions::props() const {
@@ -114,7 +109,7 @@ std::optional<VTTheme> FlowOptions::theme() const {
   VTTheme theme;
   for (const auto& raw : rawTheme) {
     const auto [key, value] = keyAndValue(raw).value_or(Pair());
-    if (auto* const field = colour(theme, key)) *field = value;
+    if (auto* const field = themeColour(theme, key)) *field = value;
   }
   return theme;
 }

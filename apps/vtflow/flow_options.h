@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <utility>
+#include <string_view>
 #include <vector>
 
 #include "veltrane/base/dictionary.h"
@@ -46,6 +46,9 @@ struct FlowOptions {
 
 /// Adds the options that fill `options`, which outlives the parsing. Wrong values fail the parsing.
 void addFlowOptions(CLI::App& command, FlowOptions& options);
+
+/// The field of that name; null when there is none.
+std::string* themeColour(VTTheme& theme, std::string_view name);
 
 /// Points the library at the servers that the options name.
 void applyServerURLs(const FlowOptions& options);

@@ -31,6 +31,14 @@ struct Parser {
     addServeOptions(*serve, options.serve);
   }
 
+  /// As it was called: with the command, if there was one.
+  std::string name() const {
+    for (const CLI::App* command : {drive, serve}) {
+      if (command->parsed()) return "vtflow " + command->get_name();
+    }
+    return "vtflow";
+  }
+
   CLI::App app{"Runs flows of the Veltrane orchestration server", "vtflow"};
   CLI::App* run = app.add_subcommand("run",
                                      "Run a flow in a window; takes the options of the "
@@ -51,7 +59,8 @@ int explain(const Parser& parser, const CLI::ParseError& error, const Terminal& 
     parser.app.exit(error, terminal.text, terminal.errors);
     return 0;
   }
-  terminal.errors << "vtflow: " << oneLine(error.what()) << " (see vtflow --help)\n";
+  const auto name = parser.name();
+  terminal.errors << name << ": " << oneLine(error.what()) << " (see " << name << " --help)\n";
   return exit_status::kUsage;
 }
 
@@ -60,7 +69,7 @@ int dispatch(const Parser& parser, const Options& options, const Terminal& termi
     if (parser.drive->parsed()) return drive(options.drive, terminal.input, terminal.output);
     return serve(options.serve, terminal.text, terminal.errors);
   } catch (const std::exception& error) {
-    terminal.errors << "vtflow: " << oneLine(error.what()) << '\n';
+    terminal.errors << parser.name() << ": " << oneLine(error.what()) << '\n';
     return exit_status::kNoResult;
   }
 }

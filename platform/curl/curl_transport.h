@@ -1,8 +1,10 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "veltrane/network/http_transport.h"
@@ -15,6 +17,11 @@ struct Options {
   /// A PEM bundle of certificate authorities to trust instead of the system's. One that cannot be
   /// read makes every request fail; it never widens trust.
   std::optional<std::filesystem::path> authorityFile;
+
+  /// Told, before the completion, why a request gets no response: a line for people with the
+  /// server's scheme, host and port, never with anything that was sent. On the transport's thread;
+  /// must not block. Not told of requests that were cancelled or dropped.
+  std::function<void(const std::string&)> report;
 };
 
 /// The HTTP port on libcurl, with one thread of its own for all exchanges.

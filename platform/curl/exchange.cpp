@@ -33,26 +33,49 @@ void Exchange::revoke() {
 
 bool Exchange::start(Engine& engine) {
   auto hop = firstHop(request_);
-  if (!hop) return false;
+  if (!hop) {
+    failure_ = "it may not be sent as it is";
+    return false;
+  }
   hop_ = std::move(*hop);
   transfer_ = std::make_unique<Transfer>(engine, hop_, request_, this);
   return true;
 }
 
 bool Exchange::goesOn(Engine& engine, CURLcode result, std::optional<HTTPResponse>& response) {
-  if (result != CURLE_OK || !transfer_->hasResponse()) return false;
-  const long status = transfer_->status();
-  const auto location = isRedirect(status) ? transfer_->location() : std::string();
-  if (location.empty()) {
-    response = HTTPResponse{static_cast<int>(status), transfer_->takeBody()};
+  if (result != CURLE_OK || !transfer_->hasResponse()) {
+    failure_ = transfer_->failure(result);
     return false;
   }
-  if (redirects_++ == kMaxRedirects) return false;
+  const long status = transfer_->status();
+  const auto location = isRedirect(status) ? transfer_->location() : std::string();
+  if (!location.empty()) return follows(engine, status, location);
+  response = HTTPResponse{static_cast<int>(status), transfer_->takeBody()};
+  return false;
+}
+
+bool Exchange::follows(Engine& engine, long status, const std::string& location) {
+  if (redirects_++ == kMaxRedirects) {
+    failure_ = "it was redirected too often";
+    return false;
+  }
   auto next = redirected(std::move(hop_), status, location);
-  if (!next) return false;
+  if (!next) {
+    failure_ = "it was redirected to an address that is not HTTPS";
+    return false;
+  }
   hop_ = std::move(*next);
   transfer_ = std::make_unique<Transfer>(engine, hop_, request_, this);
   return true;
+}
+
+std::string Exchange::failureLine() const {
+  if (failure_.empty() || state_ != HTTPTaskState::running) return {};
+  // The path and the query are the caller's own business.
+  const auto origin = originOf(request_.url);
+  const auto where =
+      origin ? " from " + origin->scheme + "://" + origin->host + ":" + origin->port : "";
+  return "No response" + where + ": " + failure_;
 }
 
 Clock::time_point Exchange::deadline() const {

@@ -36,6 +36,9 @@ class Exchange final : public HTTPTask {
   /// `response` holds what there is to deliver.
   bool goesOn(Engine& engine, CURLcode result, std::optional<HTTPResponse>& response);
   Clock::time_point deadline() const;
+  void timeOut() { failure_ = "it took too long"; }
+  /// Why there is no response, a line for people; empty when the caller wants none any more.
+  std::string failureLine() const;
   /// Before the worker lets go of it: a caller's handle may be the last owner.
   void endTransfer() { transfer_.reset(); }
   /// Runs the completion unless it was revoked.
@@ -43,6 +46,8 @@ class Exchange final : public HTTPTask {
 
  private:
   static constexpr int kMaxRedirects = 5;
+
+  bool follows(Engine& engine, long status, const std::string& location);
 
   const std::uint64_t number_;
   const HTTPRequest request_;
@@ -52,6 +57,7 @@ class Exchange final : public HTTPTask {
   Delivery delivery_;
   Hop hop_;
   int redirects_ = 0;
+  std::string failure_;
   std::unique_ptr<Transfer> transfer_;
 };
 

@@ -18,6 +18,13 @@ bool carriesBody(const Hop& hop) {
   return hop.withBody || hop.method == "POST" || hop.method == "PUT" || hop.method == "PATCH";
 }
 
+/// On one line, whatever a server had put into a message.
+std::string printable(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7f; }, ' ');
+  return text;
+}
+
 }  // namespace
 
 Engine::Engine(const Options& options)
@@ -44,6 +51,7 @@ Transfer::~Transfer() {
 void Transfer::setUp(Engine& engine, const Hop& hop, Exchange* owner) {
   CURL* easy = easy_.get();
   curl_easy_setopt(easy, CURLOPT_PRIVATE, owner);
+  curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, error_.data());
   curl_easy_setopt(easy, CURLOPT_SHARE, engine.share.get());
   engine.trust.apply(easy);
   farewell_.watch(easy);
@@ -131,6 +139,18 @@ int Transfer::onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_of
     transfer->lastProgress_ = Clock::now();
   }
   return 0;
+}
+
+std::string Transfer::failure(CURLcode result) const {
+  switch (result) {
+    case CURLE_OK:
+      return "the connection ended before the response did";
+    case CURLE_WRITE_ERROR:
+    case CURLE_FILESIZE_EXCEEDED:
+      return "it is too large";
+    default:
+      return printable(error_.front() ? error_.data() : curl_easy_strerror(result));
+  }
 }
 
 long Transfer::status() const {

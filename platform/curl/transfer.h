@@ -2,6 +2,7 @@
 
 #include <curl/curl.h>
 
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <memory>
@@ -53,6 +54,8 @@ class Transfer {
   Clock::time_point lastProgress() const { return lastProgress_; }
   /// Whether what libcurl takes for a response has a complete head and was not cut short.
   bool hasResponse() const { return hasHead_ && farewell_.vouchesFor(easy_.get()); }
+  /// Why there is no response, for people; holds nothing that was sent.
+  std::string failure(CURLcode result) const;
   long status() const;
   /// Where the response points, absolute; empty when nowhere.
   std::string location() const;
@@ -73,6 +76,7 @@ class Transfer {
   Farewell farewell_;
   std::unique_ptr<curl_slist, ListDeleter> headers_;
   std::unique_ptr<CURL, EasyDeleter> easy_;
+  std::array<char, CURL_ERROR_SIZE> error_{};
   std::string body_;
   std::size_t headerBytes_ = 0;
   bool hasHead_ = false;

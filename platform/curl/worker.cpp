@@ -8,6 +8,7 @@ namespace veltrane::curl {
 
 std::shared_ptr<Worker> Worker::start(const Options& options) {
   auto worker = std::make_shared<Worker>();
+  worker->report_ = options.report;
   worker->engine_ = std::make_unique<Engine>(options);
   worker->thread_ = std::thread([worker] { worker->run(); });
   return worker;
@@ -103,6 +104,7 @@ void Worker::endUnwanted() {
       continue;
     }
     next = active_.erase(next);
+    exchange->timeOut();
     finish(exchange, std::nullopt);
   }
 }
@@ -140,8 +142,13 @@ void Worker::finish(const std::shared_ptr<Exchange>& exchange,
   if (stopped) {
     exchange->revoke();
   } else {
+    if (!response && report_) report(*exchange);
     exchange->deliver(std::move(response));
   }
+}
+
+void Worker::report(const Exchange& exchange) const {
+  if (const auto line = exchange.failureLine(); !line.empty()) report_(line);
 }
 
 int Worker::millisecondsToDeadline() const {

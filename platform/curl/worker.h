@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -41,9 +43,11 @@ class Worker : public std::enable_shared_from_this<Worker> {
   void perform();
   void transferEnded(Exchange* ended, CURLcode result);
   void finish(const std::shared_ptr<Exchange>& exchange, std::optional<HTTPResponse> response);
+  void report(const Exchange& exchange) const;
   int millisecondsToDeadline() const;
   void abandonAll();
 
+  std::function<void(const std::string&)> report_;
   std::thread thread_;
   Exchanges active_;                // the thread's
   std::unique_ptr<Engine> engine_;  // the thread's, but for waking it

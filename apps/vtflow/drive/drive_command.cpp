@@ -108,7 +108,10 @@ std::shared_ptr<WatchedTransport> Drive::makeTransport() const {
     if (const auto running = loop.lock()) running->postExternal([] {});
   };
   return std::make_shared<WatchedTransport>(
-      curl::make({.authorityFile = options_.flow.authorityFile}), out_, settled);
+      curl::make(
+          {.authorityFile = options_.flow.authorityFile,
+           .report = [out = out_](const std::string& line) { EventConsole(out).print(line); }}),
+      out_, settled);
 }
 
 Platform Drive::consoleAlone() const {

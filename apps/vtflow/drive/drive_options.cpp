@@ -2,18 +2,22 @@
 
 #include <CLI/CLI.hpp>
 #include <charconv>
-#include <cmath>
 #include <string_view>
+
+#include "apps/vtflow/option_checks.h"
 
 namespace veltrane::tool {
 namespace {
 
+constexpr double kLargestSide = 10'000;
+constexpr double kLargestScale = 10;
+
 /// The number at the start of the text, which is cut off together with what must follow it.
-std::optional<double> takeNumber(std::string_view& text, std::string_view follows) {
+std::optional<double> takeNumber(std::string_view& text, double most, std::string_view follows) {
   double number = 0;
   const auto [end, error] =
       std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
-  if (error != std::errc() || !std::isfinite(number) || number <= 0) return std::nullopt;
+  if (error != std::errc() || !(number > 0 && number <= most)) return std::nullopt;
   text.remove_prefix(static_cast<std::size_t>(end - text.data()));
   if (!text.starts_with(follows)) return std::nullopt;
   text.remove_prefix(follows.size());
@@ -21,16 +25,17 @@ std::optional<double> takeNumber(std::string_view& text, std::string_view follow
 }
 
 std::string checkScreen(const std::string& text) {
-  return parseScreenSize(text) ? std::string() : "must be WxH@SCALE, not \"" + text + '"';
+  return parseScreenSize(text) ? std::string()
+                               : "must be WxH@SCALE, such as 390x844@2, not \"" + text + '"';
 }
 
 }  // namespace
 
 std::optional<ScreenSize> parseScreenSize(const std::string& text) {
   std::string_view rest = text;
-  const auto width = takeNumber(rest, "x");
-  const auto height = width ? takeNumber(rest, "@") : std::nullopt;
-  const auto scale = height ? takeNumber(rest, "") : std::nullopt;
+  const auto width = takeNumber(rest, kLargestSide, "x");
+  const auto height = width ? takeNumber(rest, kLargestSide, "@") : std::nullopt;
+  const auto scale = height ? takeNumber(rest, kLargestScale, "") : std::nullopt;
   if (!scale || !rest.empty()) return std::nullopt;
   return ScreenSize{*width, *height, *scale};
 }
@@ -44,6 +49,7 @@ void addDriveOptions(CLI::App& command, DriveOptions& options) {
   command
       .add_option("--credentials", options.credentials,
                   "Passkeys of the software authenticator; absent: a temporary file")
+      ->check(checkedBy(checkStoreFile))
       ->type_name("FILE");
   command
       .add_option("--user-verification", options.userVerification,
@@ -57,7 +63,7 @@ void addDriveOptions(CLI::App& command, DriveOptions& options) {
       ->check(CLI::ExistingPath)
       ->type_name("PATH");
   command.add_option("--screen", options.rawScreen, "Screen in points, pixels a point")
-      ->check(CLI::Validator(checkScreen, ""))
+      ->check(checkedBy(checkScreen))
       ->capture_default_str()
       ->type_name("WxH@SCALE");
   command.add_flag("--tablet", options.tablet, "The device is a tablet");

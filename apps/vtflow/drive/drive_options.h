@@ -29,7 +29,8 @@ struct DriveOptions {
 
 void addDriveOptions(CLI::App& command, DriveOptions& options);
 
-/// "WxH@SCALE" in points and pixels a point, all above zero; nothing for any other text.
+/// "WxH@SCALE" in points and pixels a point, all above zero, sides up to
+/// 10000 and the scale up to 10; nothing for any other text.
 std::optional<ScreenSize> parseScreenSize(const std::string& text);
 
 }  // namespace veltrane::tool

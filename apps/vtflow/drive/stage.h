@@ -48,7 +48,6 @@ class Stage {
   };
 
   void presentationChanged(const PresentationChange& change);
-  void appeared(const PresentationChange& change);
   void left(const std::shared_ptr<ViewController>& controller);
   std::shared_ptr<ViewController> front(bool alertsToo) const;
   Entry& entryOf(const std::shared_ptr<ViewController>& controller);

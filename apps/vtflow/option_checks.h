@@ -1,0 +1,35 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace CLI {
+class Validator;
+}
+
+/// What the words of a command line must be before anything is done. Each check answers what is
+/// wrong with its text, to follow the option's name; empty: nothing.
+namespace veltrane::tool {
+
+/// The check for a command line; its description is left to the option.
+CLI::Validator checkedBy(std::string (*check)(const std::string&));
+
+/// The whole text as a plain decimal number, finite.
+std::optional<double> parseNumber(const std::string& text);
+
+std::string checkNumber(const std::string& text, double least, double most);
+/// Above zero, a day at most.
+std::string checkSeconds(const std::string& text);
+/// One that the transport may ask: HTTPS, or HTTP on loopback; without query and fragment.
+std::string checkBaseURL(const std::string& text);
+/// A readable PEM file with at least one certificate.
+std::string checkAuthorityFile(const std::string& text);
+/// KEY=COLOUR, a field of the theme and a hexadecimal colour.
+std::string checkThemeEntry(const std::string& text);
+/// A place where a settings file is or can be made, for reading and writing. What the file holds
+/// is not looked at.
+std::string checkStoreFile(const std::string& text);
+/// A folder that is there, or can be made, and that files can be made in.
+std::string checkWritableFolder(const std::string& text);
+
+}  // namespace veltrane::tool
