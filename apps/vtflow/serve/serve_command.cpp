@@ -33,6 +33,7 @@ std::string readyLine(const sandbox::Server& server, bool json) {
   std::vector<JSON> flows;
   for (const auto& id : server.flowIds()) flows.emplace_back(id);
   const JSON line = Dictionary{{"baseURL", JSON(server.baseURL())},
+                               {"approve", JSON(server.approveURL())},
                                {"authority", JSON(authority)},
                                {"flows", JSON::array(flows)}};
   return line.serialized().value_or("{}");
@@ -67,6 +68,11 @@ int serve(const ServeOptions& options, std::ostream& ready, std::ostream& log) {
          log << line + '\n' << std::flush;
        }});
   ready << readyLine(server, options.json) << '\n' << std::flush;
+  if (!options.json) {
+    const std::lock_guard lock(logMutex);
+    log << "What waits for a second device is answered at " + server.approveURL() + '\n'
+        << std::flush;
+  }
   signals.wait();
   return 0;
 }

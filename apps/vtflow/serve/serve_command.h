@@ -27,8 +27,9 @@ void addServeOptions(CLI::App& command, ServeOptions& options);
 ///
 ///     ready https://localhost:PORT/v1 authority FILE
 ///
-/// or, as JSON, {"baseURL":…,"authority":…,"flows":[…]}. Each request is a line on `log`. Throws
-/// std::exception when the server cannot start.
+/// or, as JSON, {"approve":…,"authority":…,"baseURL":…,"flows":[…]}. Where challenges are approved
+/// is told on `log` too, and each request is a line there. Throws std::exception when the server
+/// cannot start.
 int serve(const ServeOptions& options, std::ostream& ready, std::ostream& log);
 
 }  // namespace veltrane::tool
