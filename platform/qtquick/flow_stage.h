@@ -33,6 +33,8 @@ class FlowStage : public QAbstractListModel {
   Q_PROPERTY(bool keyboardInUse READ isKeyboardInUse NOTIFY keyboardInUseChanged)
   /// Where an on-screen keyboard begins, in the window's coordinates; -1 when there is none.
   Q_PROPERTY(double keyboardTop READ keyboardTop NOTIFY keyboardTopChanged)
+  /// How much of the flow's foot it covers, in points.
+  Q_PROPERTY(double coveredByKeyboard MEMBER coveredByKeyboard_ NOTIFY coveredByKeyboardChanged)
 
  public:
   enum Role { ViewRole = Qt::UserRole + 1 };
@@ -78,6 +80,7 @@ class FlowStage : public QAbstractListModel {
   void lookChanged();
   void keyboardInUseChanged();
   void keyboardTopChanged();
+  void coveredByKeyboardChanged();
   /// A view has come to rest, or one has gone.
   void settled();
   /// After the views have been brought up to date.
@@ -105,6 +108,7 @@ class FlowStage : public QAbstractListModel {
   bool reducedMotion_ = false;
   bool still_ = false;
   bool keyboardInUse_ = false;
+  double coveredByKeyboard_ = 0;
   bool hostSetTextScale_ = false;
   bool hostSetMirrored_ = false;
   bool hostSetDark_ = false;

@@ -12,8 +12,10 @@ namespace veltrane::qtquick {
 ScreenItem::ScreenItem(std::shared_ptr<ViewController> controller, FlowStage& stage)
     : ViewItem(std::move(controller), stage) {
   if (const auto navigation = this->controller()->navigationController()) {
-    navigationSubscription_ = navigation->changed.subscribe([this] { refresh(); });
+    navigationSubscription_ = navigation->changed.subscribe([this] { followBar(); });
   }
+  connect(this, &ViewItem::phaseChanged, this, &ScreenItem::followBar);
+  followBar();
 }
 
 QString ScreenItem::title() const {
@@ -21,16 +23,13 @@ QString ScreenItem::title() const {
   return toQString(item.title ? item.title : controller()->title);
 }
 
-bool ScreenItem::canGoBack() const {
-  const auto navigation = controller()->navigationController();
-  return navigation && !navigation->viewControllers().empty() &&
-         navigation->viewControllers().front() != controller();
-}
-
 // The bar belongs to the stack, but a screen that is covered or on its way out keeps what it had.
-bool ScreenItem::isBarHidden() const {
+void ScreenItem::followBar() {
   const auto navigation = controller()->navigationController();
-  return navigation && navigation->isNavigationBarHidden();
+  if (!navigation || navigation->topViewController() != controller()) return;
+  canGoBack_ = navigation->viewControllers().front() != controller();
+  barHidden_ = navigation->isNavigationBarHidden();
+  emit changed();
 }
 
 void ScreenItem::back() {

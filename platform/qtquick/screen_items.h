@@ -28,8 +28,8 @@ class ScreenItem : public veltrane::qtquick::ViewItem {
   ScreenItem(std::shared_ptr<ViewController> controller, FlowStage& stage);
 
   QString title() const;
-  bool canGoBack() const;
-  virtual bool isBarHidden() const;
+  bool canGoBack() const { return canGoBack_; }
+  bool isBarHidden() const { return barHidden_; }
 
   Q_INVOKABLE void back();
   Q_INVOKABLE void cancel() override;
@@ -38,7 +38,11 @@ class ScreenItem : public veltrane::qtquick::ViewItem {
   PaletteWishes wishes() const override;
 
  private:
+  void followBar();
+
   Subscription navigationSubscription_;
+  bool canGoBack_ = false;
+  bool barHidden_ = false;
 };
 
 /// The generic screen: a list of rows and the activity panel.

@@ -124,6 +124,23 @@ TEST_F(Form, AScreenWithoutRowsStillHearsTheKeyboard) {
   EXPECT_EQ(delegate_->calls.size(), 1U);
 }
 
+TEST_F(Form, WithoutFieldsTheFirstTabEntersTheForm) {
+  openForm({label("Look at this")});
+  press(Qt::Key_Tab);
+  EXPECT_EQ(focused(), item("button"));
+  press(Qt::Key_Tab);
+  EXPECT_EQ(focused(), item("cancelButton"));
+  press(Qt::Key_Tab);
+  EXPECT_EQ(focused(), item("button"));
+}
+
+TEST_F(Form, ReturnPressesTheButtonOfAScreenWithoutFields) {
+  openForm({label("Look at this")});
+  const auto before = platform_.transport->exchanges.size();
+  press(Qt::Key_Return);
+  EXPECT_EQ(platform_.transport->exchanges.size(), before + 1);
+}
+
 TEST_F(Form, ALongListMakesFewDelegates) {
   std::vector<std::string> fields;
   for (int i = 0; i < 5000; ++i) fields.push_back(field("f" + std::to_string(i)));
@@ -183,12 +200,24 @@ TEST_F(Form, TheFieldStaysAboveAnOnScreenKeyboard) {
   for (int i = 0; i < 8; ++i) fields.push_back(field("f" + std::to_string(i)));
   openForm(fields);
   click(control("f7"));
-  screen()->keyboardCovers(400);
-  settle();
+  const auto keyboardCovers = [this](double height) {
+    stage().setProperty("coveredByKeyboard", height);
+    settle();
+  };
+  keyboardCovers(400);
   EXPECT_LE(place(focused()).bottom(), 844 - 400);
-  screen()->keyboardCovers(0);
+  keyboardCovers(0);
+  EXPECT_EQ(form()->height(), form()->parentItem()->height());
+
+  // A field loses its keyboard to an alert in front, and gets it back.
+  keyboardCovers(400);
+  controller().present(std::make_shared<AlertController>("T", "M", AlertStyle::alert), false);
+  keyboardCovers(0);
+  stage().activeView()->controller()->dismiss(false);
   settle();
   EXPECT_EQ(form()->height(), form()->parentItem()->height());
+  keyboardCovers(400);
+  EXPECT_LE(place(focused()).bottom(), 844 - 400);
 }
 
 }  // namespace

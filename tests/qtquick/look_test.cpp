@@ -28,14 +28,22 @@ TEST_F(Look, EveryControlTellsItsNameAndRole) {
     EXPECT_EQ(told->role(), role) << name.toStdString();
     EXPECT_EQ(told->text(QAccessible::Name), name);
   };
-  check(control("user"), QAccessible::EditableText, "Caption of user");
-  check(control("pin"), QAccessible::EditableText, "Caption of pin");
+  check(control("user")->parentItem(), QAccessible::EditableText, "Caption of user");
+  QQuickItem* const pin = control("pin")->parentItem();
+  check(pin, QAccessible::EditableText, "");
+  const auto* hidden = QAccessible::queryAccessibleInterface(pin);
+  EXPECT_EQ(hidden->text(QAccessible::Description), "Caption of pin");
   check(item("showControl"), QAccessible::Button, "Show");
   check(control("keep"), QAccessible::CheckBox, "Caption of keep");
   check(control("region"), QAccessible::ButtonDropDown, "Region");
   check(item("button"), QAccessible::Button, "Next");
   check(item("cancelButton"), QAccessible::Button, "Cancel");
-  EXPECT_TRUE(QAccessible::queryAccessibleInterface(control("pin"))->state().passwordEdit);
+  EXPECT_TRUE(hidden->state().passwordEdit);
+  click(control("pin"));
+  EXPECT_TRUE(hidden->state().focused);
+  click(item("showControl"));
+  check(pin, QAccessible::EditableText, "Caption of pin");
+  EXPECT_FALSE(hidden->state().passwordEdit);
 
   click(control("region"));
   for (QQuickItem* action : items("sheetAction")) {
@@ -53,6 +61,65 @@ TEST_F(Look, EveryControlTellsItsNameAndRole) {
     return;
   }
   FAIL() << "the alert does not say that it is one";
+}
+
+/// Everything that assistive programs are told of texts, from the window down and as it happens.
+class Eavesdropper {
+ public:
+  explicit Eavesdropper(QQuickWindow& window) : window_(window) {
+    heard().clear();
+    former_ = QAccessible::installUpdateHandler(&listen);
+  }
+  ~Eavesdropper() { QAccessible::installUpdateHandler(former_); }
+
+  bool learns(const QString& text) {
+    ask(QAccessible::queryAccessibleInterface(&window_));
+    for (QQuickItem* each : visibleItems(window_.contentItem())) {
+      ask(QAccessible::queryAccessibleInterface(each));
+    }
+    return heard().join('\n').contains(text);
+  }
+
+ private:
+  static QStringList& heard() {
+    static QStringList texts;
+    return texts;
+  }
+  static void listen(QAccessibleEvent* event) {
+    if (event->type() == QAccessible::ValueChanged) {
+      heard() << static_cast<QAccessibleValueChangeEvent*>(event)->value().toString();
+    } else if (event->type() == QAccessible::TextInserted) {
+      heard() << static_cast<QAccessibleTextInsertEvent*>(event)->textInserted();
+    }
+    ask(event->accessibleInterface());
+  }
+  static void ask(QAccessibleInterface* told) {
+    if (!told || !told->isValid()) return;
+    for (const auto kind : {QAccessible::Name, QAccessible::Description, QAccessible::Value}) {
+      heard() << told->text(kind);
+    }
+    if (auto* text = told->textInterface()) heard() << text->text(0, text->characterCount());
+    if (auto* value = told->valueInterface()) heard() << value->currentValue().toString();
+    for (int i = 0; i < told->childCount(); ++i) ask(told->child(i));
+  }
+
+  QQuickWindow& window_;
+  QAccessible::UpdateHandler former_ = nullptr;
+};
+
+TEST_F(Look, AHiddenSecretIsHiddenFromAssistivePrograms) {
+  openForm({secret("pin"), field("user")});
+  Eavesdropper eavesdropper(window_);
+  press(Qt::Key_Tab);
+  press(Qt::Key_Backtab, Qt::ShiftModifier);
+  type("s3cret");
+  press(Qt::Key_A, Qt::ControlModifier);
+  press(Qt::Key_Home);
+  EXPECT_FALSE(eavesdropper.learns("s3cret"));
+  EXPECT_TRUE(eavesdropper.learns(QString("•").repeated(6)));
+
+  click(item("showControl"));
+  EXPECT_TRUE(eavesdropper.learns("s3cret"));
 }
 
 TEST_F(Look, RightToLeftMirrors) {

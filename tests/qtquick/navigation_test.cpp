@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <QPointer>
+
 #include "platform/qtquick/alert_item.h"
 #include "tests/qtquick/front_end.h"
 #include "veltrane/toolkit/notification_center.h"
@@ -73,6 +75,31 @@ TEST_F(Navigation, FullScreenHidesTheBarAndEscapeStillCancels) {
   EXPECT_EQ(delegate_->calls.size(), 1U);
 }
 
+TEST_F(Navigation, AScreenThatGivesWayKeepsItsBar) {
+  open(twoSteps());
+  auto* const first = screen();
+  type("alice");
+  press(Qt::Key_Return);
+  platform_.transport->answer(200, R"({"success":1})");
+  settle();
+  auto* const second = screen();
+  EXPECT_TRUE(second->canGoBack());
+  const auto stack = controller().navigationController();
+  stack->setNavigationBarHidden(true, false);
+  EXPECT_TRUE(second->isBarHidden());
+  EXPECT_FALSE(first->isBarHidden());
+
+  const QPointer<ScreenItem> leaving(second);
+  stage().setStill(false);
+  stack->popViewController(true);
+  ASSERT_FALSE(leaving.isNull());
+  EXPECT_TRUE(leaving->canGoBack());
+  stack->setNavigationBarHidden(false, false);
+  EXPECT_FALSE(first->isBarHidden());
+  ASSERT_FALSE(leaving.isNull());
+  EXPECT_TRUE(leaving->isBarHidden());
+}
+
 TEST_F(Navigation, TheStartScreenOffersRetryAndCancel) {
   flow_ = VTFlow::make({.companyId = "co", .responseTimeOut = 60});
   flow_->delegate = delegate_;
@@ -85,7 +112,8 @@ TEST_F(Navigation, TheStartScreenOffersRetryAndCancel) {
   settle();
   const auto before = platform_.transport->exchanges.size();
   press(Qt::Key_Tab);
-  click(item("retryButton"));
+  EXPECT_EQ(focused(), item("retryButton"));
+  press(Qt::Key_Return);
   EXPECT_EQ(platform_.transport->exchanges.size(), before + 1);
   EXPECT_EQ(item("retryButton"), nullptr);
   click(item("cancelButton"));

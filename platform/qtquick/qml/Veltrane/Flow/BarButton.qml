@@ -6,6 +6,8 @@ import Veltrane.Flow
 AbstractButton {
     id: button
 
+    readonly property real textScale: button.view.stage.textScale
+
     // An arrow towards the leading edge before the word.
     property bool arrow: false
     required property ScreenItem view
@@ -14,7 +16,7 @@ AbstractButton {
     Accessible.role: Accessible.Button
     activeFocusOnTab: false
     focusPolicy: Qt.NoFocus
-    font.pixelSize: Math.round(16 * button.view.stage.textScale)
+    font.pixelSize: Math.round(16 * button.textScale)
     implicitHeight: Math.max(44, word.implicitHeight + 12)
     implicitWidth: Math.max(44, line.implicitWidth + 16)
     opacity: button.down ? 0.6 : 1
@@ -33,15 +35,16 @@ AbstractButton {
 
             Item {
                 anchors.verticalCenter: parent.verticalCenter
-                height: 16
+                height: Math.round(16 * button.textScale)
                 visible: button.arrow
-                width: 11
+                width: Math.round(11 * button.textScale)
 
                 Chevron {
                     anchors.centerIn: parent
                     color: button.view.palette.barControl
                     rotation: button.view.stage.mirrored ? -90 : 90
-                    size: 15
+                    size: Math.round(15 * button.textScale)
+                    stroke: 1.6 * button.textScale
                 }
             }
             Text {

@@ -7,6 +7,7 @@ Item {
 
     property color color: "black"
     property real size: 10
+    property real stroke: 1.6
 
     clip: true
     height: chevron.size / 2 + 2
@@ -16,7 +17,7 @@ Item {
         anchors.horizontalCenter: parent.horizontalCenter
         antialiasing: true
         border.color: chevron.color
-        border.width: 1.6
+        border.width: chevron.stroke
         color: "transparent"
         height: chevron.size * 0.72
         rotation: 45

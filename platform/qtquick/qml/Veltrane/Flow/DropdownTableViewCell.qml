@@ -69,6 +69,8 @@ FlowRow {
             anchors.rightMargin: 14
             anchors.verticalCenter: parent.verticalCenter
             color: row.screen.palette.input
+            size: row.points(10)
+            stroke: 1.6 * row.textScale
         }
     }
 }

@@ -14,6 +14,16 @@ FocusScope {
     visible: overlay.stage.showing
     z: 1000
 
+    // Screens fill the overlay once they have come to rest.
+    Binding {
+        property: "coveredByKeyboard"
+        target: overlay.stage
+        value: {
+            const top = overlay.stage.keyboardTop;
+            const foot = overlay.mapToItem(null, 0, overlay.height).y;
+            return top < 0 ? 0 : Math.max(0, foot - top);
+        }
+    }
     // What lies below hears neither clicks nor the wheel.
     MouseArea {
         acceptedButtons: Qt.AllButtons

@@ -33,7 +33,8 @@ ListView {
         if (form.currentIndex >= 0 || !form.screen.active)
             return;
         let first = form.screen.rows.nextOpenField(-1);
-        if (first < 0)
+        // Elsewhere the keyboard would not be seen until it is in use.
+        if (first < 0 && form.screen.stage.keyboardInUse)
             first = form.screen.rows.nextFocusRow(-1, 1);
         const row = form.itemAtIndex(first);
         if (row !== null && row.y + row.height <= form.contentY + form.height)

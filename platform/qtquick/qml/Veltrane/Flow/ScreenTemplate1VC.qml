@@ -5,20 +5,29 @@ import Veltrane.Flow
 ScreenFrame {
     id: screen
 
-    readonly property real coveredByKeyboard: {
-        const foot = screen.mapToItem(null, 0, screen.height).y;
-        return screen.keyboardTop < 0 ? 0 : Math.max(0, foot - screen.keyboardTop);
-    }
-    readonly property real keyboardTop: screen.view.stage.keyboardTop
+    readonly property real coveredByKeyboard: screen.view.stage.coveredByKeyboard
     readonly property TemplateScreenItem template: screen.view as TemplateScreenItem
 
+    // A keyboard that comes up for another view is none of this screen's, but one that has gone has
+    // gone for all.
+    function followKeyboard() {
+        if (screen.template.active || screen.coveredByKeyboard === 0)
+            screen.template.keyboardCovers(screen.coveredByKeyboard);
+    }
     function stepInBody(by, entering) {
         return entering ? form.enter(by) : form.step(by);
     }
 
-    onCoveredByKeyboardChanged: if (screen.template.active)
-        screen.template.keyboardCovers(screen.coveredByKeyboard)
+    Component.onCompleted: screen.followKeyboard()
+    onCoveredByKeyboardChanged: screen.followKeyboard()
 
+    Connections {
+        function onPhaseChanged() {
+            screen.followKeyboard();
+        }
+
+        target: screen.template
+    }
     FormList {
         id: form
         anchors.bottomMargin: Math.max(0, screen.template.keyboardInset)

@@ -8,11 +8,18 @@ ScreenFrame {
     readonly property StartScreenItem start: screen.view as StartScreenItem
 
     function stepInBody(by, entering) {
-        if (!retry.visible || !entering)
+        if (!retry.visible || (retry.activeFocus && !entering))
             return false;
         retry.forceActiveFocus(by > 0 ? Qt.TabFocusReason : Qt.BacktabFocusReason);
         return true;
     }
+    function retryIfOffered() {
+        if (retry.visible)
+            screen.start.retry();
+    }
+
+    Keys.onEnterPressed: screen.retryIfOffered()
+    Keys.onReturnPressed: screen.retryIfOffered()
 
     Column {
         anchors.centerIn: parent
@@ -41,7 +48,6 @@ ScreenFrame {
         FlowButton {
             id: retry
             fill: screen.view.palette.accent
-            focus: true
             ink: screen.view.palette.onAccent
             objectName: "retryButton"
             ringColor: screen.view.palette.focus
@@ -51,8 +57,6 @@ ScreenFrame {
             visible: screen.start.retryVisible
             width: parent.width
 
-            Keys.onEnterPressed: retry.clicked()
-            Keys.onReturnPressed: retry.clicked()
             onClicked: screen.start.retry()
         }
     }

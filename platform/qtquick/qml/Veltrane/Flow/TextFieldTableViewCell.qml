@@ -27,46 +27,86 @@ FlowRow {
         width: parent.width
         wrapMode: Text.Wrap
     }
-    TextField {
-        id: field
-        Accessible.name: row.cell.caption !== "" ? row.cell.caption : row.cell.placeholder
+    // Tells of the field in its stead: of a hidden secret nothing but dots.
+    FocusScope {
+        id: box
+
+        property alias cursorPosition: field.cursorPosition
+        readonly property alias selectionEnd: field.selectionEnd
+        readonly property alias selectionStart: field.selectionStart
+        readonly property alias text: field.displayText
+
+        readonly property string title: row.cell.caption || row.cell.placeholder
+
+        // A password's name is kept back from assistive programs, its description is not.
+        Accessible.description: {
+            if (field.echoMode === TextInput.Password)
+                return box.title;
+            return row.cell.caption !== "" ? row.cell.placeholder : "";
+        }
+        Accessible.editable: true
+        Accessible.focusable: true
+        Accessible.name: box.title
+        Accessible.passwordEdit: field.echoMode === TextInput.Password
         Accessible.role: Accessible.EditableText
-        activeFocusOnTab: false
-        // The text is cut at the paddings; scripts reach further down than the font's own line.
-        bottomPadding: 2
-        color: row.screen.palette.input
-        echoMode: row.cell.secure && !row.revealed ? TextInput.Password : TextInput.Normal
         focus: true
-        font.pixelSize: row.points(16)
-        horizontalAlignment: TextInput.AlignLeft
-        implicitHeight: Math.max(48, field.contentHeight + 24)
-        inputMethodHints: row.cell.inputHints
-        leftPadding: row.cell.secure && row.screen.stage.mirrored ? show.width : 14
-        objectName: "field"
-        passwordCharacter: "•"
-        passwordMaskDelay: 0
-        placeholderText: row.cell.placeholder
-        placeholderTextColor: row.screen.palette.muted
-        rightPadding: row.cell.secure && !row.screen.stage.mirrored ? show.width : 14
-        selectByMouse: true
-        selectedTextColor: row.screen.palette.onAccent
-        selectionColor: row.screen.palette.accent
-        text: row.cell.text
-        topPadding: 2
-        verticalAlignment: TextInput.AlignVCenter
+        height: Math.max(48, field.contentHeight + 24)
+        objectName: "box"
         width: parent.width
         y: caption.visible ? caption.height + 6 : 0
 
-        background: Rectangle {
+        Rectangle {
+            anchors.fill: parent
             antialiasing: true
             border.color: field.activeFocus ? row.screen.palette.focus : row.screen.palette.outline
             border.width: field.activeFocus ? 2 : 1
             color: row.screen.palette.background
             radius: 10
         }
+        Text {
+            Accessible.ignored: true
+            anchors.fill: parent
+            anchors.leftMargin: field.leftPadding
+            anchors.rightMargin: field.rightPadding
+            color: row.screen.palette.muted
+            elide: Text.ElideRight
+            font: field.font
+            horizontalAlignment: Text.AlignLeft
+            text: row.cell.placeholder
+            textFormat: Text.PlainText
+            verticalAlignment: Text.AlignVCenter
+            visible: field.length === 0 && field.preeditText === ""
+        }
+        TextInput {
+            id: field
+            anchors.fill: parent
+            // The text is cut at the paddings; scripts reach further down than the font's own line.
+            bottomPadding: 2
+            clip: true
+            color: row.screen.palette.input
+            echoMode: row.cell.secure && !row.revealed ? TextInput.Password : TextInput.Normal
+            focus: true
+            font.pixelSize: row.points(16)
+            horizontalAlignment: TextInput.AlignLeft
+            inputMethodHints: row.cell.inputHints
+            leftPadding: row.cell.secure && row.screen.stage.mirrored ? show.width : 14
+            objectName: "field"
+            passwordCharacter: "•"
+            passwordMaskDelay: 0
+            rightPadding: row.cell.secure && !row.screen.stage.mirrored ? show.width : 14
+            selectByMouse: true
+            selectedTextColor: row.screen.palette.onAccent
+            selectionColor: row.screen.palette.accent
+            text: row.cell.text
+            topPadding: 2
+            verticalAlignment: TextInput.AlignVCenter
 
-        onTextEdited: row.cell.edit(field.text)
+            onTextEdited: row.cell.edit(field.text)
 
+            HoverHandler {
+                cursorShape: Qt.IBeamCursor
+            }
+        }
         AbstractButton {
             id: show
             Accessible.name: show.text
