@@ -1,11 +1,14 @@
 // A flow document's text to the rows of all its screens, against a bare parse of the same text.
 #include <benchmark/benchmark.h>
 
+#include <cstdint>
+#include <random>
 #include <string>
 #include <vector>
 
 #include "bench/document_work.h"
 #include "bench/ratio_reporter.h"
+#include "veltrane/base/base64.h"
 
 namespace {
 
@@ -31,6 +34,16 @@ void add(const std::string& name, const std::string& text, Work work) {
       ->MinTime(0.1);
 }
 
+/// A screen of 1 MB whose bulk is one Base64 text.
+std::string pictureDocument() {
+  std::mt19937 random(1);
+  std::vector<std::uint8_t> bytes(750'000);
+  for (auto& byte : bytes) byte = static_cast<std::uint8_t>(random());
+  return R"({"screen":{"userViews":[{"screenTemplateName":"OtpScreenTemplate"}],"properties":{)"
+         R"("title":{"value":"Scan"},"qr":{"value":")" +
+         veltrane::base64Encoded(bytes) + R"("},"nextButtonText":{"value":"Go"}}}})";
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -48,5 +61,10 @@ int main(int argc, char** argv) {
     pairs.push_back({"document to rows, " + what, rows, parse, size.wanted});
     pairs.push_back({"its parse alone, " + what, core, parse, size.wanted});
   }
+  const std::string picture = pictureDocument();
+  add("core_parse/picture", picture, veltrane::bench::coreParse);
+  add("parse/picture", picture, veltrane::bench::bareParse);
+  pairs.push_back(
+      {"parse, 1 MB, nearly all of it one picture", "core_parse/picture", "parse/picture", 0.03});
   return veltrane::bench::runPairs(argc, argv, std::move(pairs));
 }

@@ -8,6 +8,7 @@
 
 #include "veltrane/base/arena.h"
 #include "veltrane/base/dictionary.h"
+#include "veltrane/base/long_strings.h"
 
 namespace veltrane {
 namespace {
@@ -32,20 +33,36 @@ const Tree* asTree(const void* node) {
 }
 
 /// Builds the tree while parsing and refuses to go deeper than a document may.
-class DepthLimitedBuilder : public nlohmann::detail::json_sax_dom_parser<Tree> {
+class TreeBuilder {
  public:
-  explicit DepthLimitedBuilder(Tree& root) : json_sax_dom_parser(root, false) {}
+  explicit TreeBuilder(Tree& root, TextWithGaps* source = nullptr) : root_(root), source_(source) {}
 
-  bool start_object(std::size_t size) { return enter() && json_sax_dom_parser::start_object(size); }
-  bool end_object() { return --depth_, json_sax_dom_parser::end_object(); }
-  bool start_array(std::size_t size) { return enter() && json_sax_dom_parser::start_array(size); }
-  bool end_array() { return --depth_, json_sax_dom_parser::end_array(); }
-
+  bool null() { return add(nullptr); }
+  bool boolean(bool value) { return add(value); }
+  bool number_integer(std::int64_t value) { return add(value); }
+  bool number_unsigned(std::uint64_t value) { return add(value); }
   /// The library hands over the digits as one of two text types.
   template <typename Text>
   bool number_float(double value, const Text& /*digits*/) {
-    return json_sax_dom_parser::number_float(value, ArenaText());
+    return add(value);
   }
+  bool string(ArenaText& value) {
+    const std::string_view* whole = source_ ? source_->takeSkipped() : nullptr;
+    return add(whole ? ArenaText(*whole) : std::move(value));
+  }
+  template <typename Bytes>
+  bool binary(Bytes& /*bytes*/) {
+    return false;
+  }
+
+  bool start_object(std::size_t /*size*/) { return enter(Tree::object()); }
+  bool key(ArenaText& name) {
+    member_ = &open_.back()->get_ref<Tree::object_t&>()[std::move(name)];
+    return true;
+  }
+  bool end_object() { return leave(); }
+  bool start_array(std::size_t /*size*/) { return enter(Tree::array()); }
+  bool end_array() { return leave(); }
 
   template <typename Exception>
   bool parse_error(std::size_t position, const std::string& /*token*/, const Exception&) {
@@ -55,13 +72,43 @@ class DepthLimitedBuilder : public nlohmann::detail::json_sax_dom_parser<Tree> {
   const std::string& error() const { return error_; }
 
  private:
-  bool enter() {
-    if (++depth_ <= JSON::kMaxDepth) return true;
-    error_ = "The data is nested more deeply than " + std::to_string(JSON::kMaxDepth) + " levels.";
-    return false;
+  /// Where the next value belongs.
+  template <typename Value>
+  Tree& place(Value&& value) {
+    if (open_.empty()) return root_ = Tree(std::forward<Value>(value));
+    if (open_.back()->is_array()) {
+      return open_.back()->get_ref<Tree::array_t&>().emplace_back(std::forward<Value>(value));
+    }
+    return *member_ = Tree(std::forward<Value>(value));
   }
 
-  std::size_t depth_ = 0;
+  template <typename Value>
+  bool add(Value&& value) {
+    place(std::forward<Value>(value));
+    return true;
+  }
+
+  bool enter(Tree&& container) {
+    if (open_.size() == JSON::kMaxDepth) {
+      error_ =
+          "The data is nested more deeply than " + std::to_string(JSON::kMaxDepth) + " levels.";
+      return false;
+    }
+    open_.push_back(&place(std::move(container)));
+    return true;
+  }
+
+  bool leave() {
+    open_.pop_back();
+    return true;
+  }
+
+  Tree& root_;
+  TextWithGaps* source_;
+  /// From the root to the innermost value that is still open.
+  std::vector<Tree*> open_;
+  /// The member of an object that its value is awaited for.
+  Tree* member_ = nullptr;
   std::string error_;
 };
 
@@ -126,9 +173,22 @@ JSON JSON::array(const std::vector<JSON>& items) {
 }
 
 JSONParseResult JSON::parse(std::string_view text) {
+  // Below this size looking for long strings is not worth it.
+  constexpr std::size_t kLong = std::size_t{32} << 10;
+  if (text.size() >= kLong) {
+    if (const auto strings = longPlainStrings(text); !strings.empty()) {
+      bool parsed = false;
+      JSON value = build([&](Tree& root) {
+        TextWithGaps rest(text, strings);
+        TreeBuilder builder(root, &rest);
+        parsed = Tree::sax_parse(rest.begin(), rest.end(), &builder);
+      });
+      if (parsed) return {std::move(value), {}};
+    }
+  }
   std::string error;
   JSON value = build([&](Tree& root) {
-    DepthLimitedBuilder builder(root);
+    TreeBuilder builder(root);
     if (!Tree::sax_parse(text.begin(), text.end(), &builder)) error = builder.error();
   });
   if (!error.empty()) return {JSON(), std::move(error)};
