@@ -15,6 +15,10 @@ constexpr const char* kButton = "ButtonTableViewCell";
 constexpr const char* kTextField = "TextFieldTableViewCell";
 constexpr const char* kDropdown = "DropdownTableViewCell";
 
+std::size_t hashOf(std::optional<std::string_view> key) {
+  return key ? std::hash<std::string_view>()(*key) : 0;
+}
+
 }  // namespace
 
 RowModel::RowModel(TableView& table, Identify identify, Cell::PaletteSource palette,
@@ -34,14 +38,14 @@ QVariant RowModel::data(const QModelIndex& index, int role) const {
   if (!checkIndex(index, CheckIndexOption::IndexIsValid)) return {};
   const auto row = static_cast<std::size_t>(index.row());
   Row& entry = rows_[row];
-  if (role == CellClassRole) return toQString(entry.identity.className);
+  if (role == CellClassRole) return toQString(entry.name.className);
   if (role == ScreenRole) return QVariant::fromValue<QObject*>(screen_);
   if (role != CellRole) return {};
   if (!entry.item) {
     // In the middle of a reload the table may be ahead of the rows shown here.
     if (row >= table_.numberOfRows()) return {};
-    if (table_.cell(row)->className() != entry.identity.className) return {};
-    entry.item = makeCell(entry.identity.className, palette_);
+    if (table_.cell(row)->className() != entry.name.className) return {};
+    entry.item = makeCell(entry.name.className, palette_);
     QQmlEngine::setObjectOwnership(entry.item.get(), QQmlEngine::CppOwnership);
     entry.item->attach(table_.cell(row));
   }
@@ -54,7 +58,7 @@ QHash<int, QByteArray> RowModel::roleNames() const {
 
 int RowModel::nextFocusRow(int row, int step) const {
   for (int next = row + step; next >= 0 && next < rowCount(); next += step) {
-    if (takesFocus(rows_[static_cast<std::size_t>(next)].identity.className)) return next;
+    if (takesFocus(rows_[static_cast<std::size_t>(next)].name.className)) return next;
   }
   return -1;
 }
@@ -67,7 +71,7 @@ int RowModel::nextOpenField(int row) const {
 }
 
 bool RowModel::isOpenField(std::size_t row) const {
-  const std::string& className = rows_[row].identity.className;
+  const auto className = rows_[row].name.className;
   if (className == kTextField) return true;
   return className == kDropdown &&
          !static_cast<const DropdownTableViewCell&>(*table_.cell(row)).hasChoice;
@@ -77,7 +81,7 @@ void RowModel::pressButton(int row) {
   const int count = rowCount();
   for (int step = 1; step <= count; ++step) {
     const auto next = static_cast<std::size_t>((row + step) % count);
-    if (rows_[next].identity.className != kButton) continue;
+    if (rows_[next].name.className != kButton) continue;
     const auto cell = std::static_pointer_cast<ButtonTableViewCell>(table_.cell(next));
     return cell->buttonPressed();
   }
@@ -85,19 +89,19 @@ void RowModel::pressButton(int row) {
 
 QString RowModel::cellClass(int row) const {
   if (row < 0 || row >= rowCount()) return {};
-  return toQString(rows_[static_cast<std::size_t>(row)].identity.className);
+  return toQString(rows_[static_cast<std::size_t>(row)].name.className);
 }
 
 int RowModel::rowOfKey(const std::string& key) const {
-  const auto found = std::find_if(rows_.begin(), rows_.end(),
-                                  [&](const Row& row) { return row.identity.key == key; });
+  const auto found = std::find_if(rows_.begin(), rows_.end(), [hash = hashOf(key)](const Row& row) {
+    return row.name.keyHash == hash;
+  });
   return found == rows_.end() ? -1 : static_cast<int>(found - rows_.begin());
 }
 
 int RowModel::rowOfClass(const std::string& className) const {
-  const auto found = std::find_if(rows_.begin(), rows_.end(), [&](const Row& row) {
-    return row.identity.className == className;
-  });
+  const auto found = std::find_if(rows_.begin(), rows_.end(),
+                                  [&](const Row& row) { return row.name.className == className; });
   return found == rows_.end() ? -1 : static_cast<int>(found - rows_.begin());
 }
 
@@ -107,30 +111,33 @@ void RowModel::refresh() {
   }
 }
 
-std::vector<RowIdentity> RowModel::identities() const {
-  std::vector<RowIdentity> rows;
-  rows.reserve(table_.numberOfRows());
-  for (std::size_t row = 0; row < table_.numberOfRows(); ++row) rows.push_back(identify_(row));
-  return rows;
+std::vector<RowModel::Name> RowModel::names() const {
+  std::vector<Name> names;
+  names.reserve(table_.numberOfRows());
+  for (std::size_t row = 0; row < table_.numberOfRows(); ++row) {
+    const RowIdentity identity = identify_(row);
+    names.push_back({identity.className, hashOf(identity.key)});
+  }
+  return names;
 }
 
 // Walks both lists once: a row that is wanted later stays, the others give way.
 void RowModel::reload() {
-  const auto wanted = identities();
+  const auto wanted = names();
   if (rows_.empty()) {
     // A screen that opens has nothing to keep.
     if (!wanted.empty()) insertRun(0, wanted, 0, wanted.size());
     return rebind();
   }
-  std::map<RowIdentity, int> ahead;
-  for (const auto& identity : wanted) ++ahead[identity];
+  std::map<Name, int> ahead;
+  for (const Name& name : wanted) ++ahead[name];
   const auto isWanted = [&](std::size_t row) {
-    const auto found = ahead.find(rows_[row].identity);
+    const auto found = ahead.find(rows_[row].name);
     return found != ahead.end() && found->second > 0;
   };
   std::size_t at = 0;
   while (at < wanted.size()) {
-    if (at < rows_.size() && rows_[at].identity == wanted[at]) {
+    if (at < rows_.size() && rows_[at].name == wanted[at]) {
       --ahead[wanted[at++]];
       continue;
     }
@@ -141,7 +148,7 @@ void RowModel::reload() {
       continue;
     }
     std::size_t end = at;
-    while (end < wanted.size() && (at >= rows_.size() || rows_[at].identity != wanted[end])) {
+    while (end < wanted.size() && (at >= rows_.size() || rows_[at].name != wanted[end])) {
       --ahead[wanted[end++]];
     }
     insertRun(at, wanted, at, end - at);
@@ -164,11 +171,10 @@ void RowModel::removeRun(std::size_t first, std::size_t count) {
   endRemoveRows();
 }
 
-void RowModel::insertRun(std::size_t first, const std::vector<RowIdentity>& from, std::size_t begin,
+void RowModel::insertRun(std::size_t first, const std::vector<Name>& from, std::size_t begin,
                          std::size_t count) {
-  std::vector<Row> added;
-  added.reserve(count);
-  for (std::size_t i = 0; i < count; ++i) added.push_back({from[begin + i], nullptr});
+  std::vector<Row> added(count);
+  for (std::size_t i = 0; i < count; ++i) added[i].name = from[begin + i];
   beginInsertRows({}, static_cast<int>(first), static_cast<int>(first + count) - 1);
   rows_.insert(rows_.begin() + static_cast<std::ptrdiff_t>(first),
                std::make_move_iterator(added.begin()), std::make_move_iterator(added.end()));

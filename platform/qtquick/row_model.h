@@ -2,10 +2,12 @@
 
 #include <QtQml/qqmlregistration.h>
 #include <QAbstractListModel>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/qtquick/cell_items.h"
@@ -14,12 +16,11 @@
 
 namespace veltrane::qtquick {
 
-/// What makes a row the same row after a reload.
+/// What makes a row the same row after a reload. The class name lives as long as the program, the
+/// key only until the table changes.
 struct RowIdentity {
-  std::string className;
-  std::optional<std::string> key;
-
-  friend auto operator<=>(const RowIdentity&, const RowIdentity&) = default;
+  std::string_view className;
+  std::optional<std::string_view> key;
 };
 
 /// A table of the core as a list model. An item is made when a delegate first asks for its row, so
@@ -62,15 +63,23 @@ class RowModel : public QAbstractListModel {
   void refresh();
 
  private:
+  /// A row's identity without a text of its own: thousands of them are made before a first frame.
+  /// Should two keys share a hash, a delegate stays for a row that is not quite its own.
+  struct Name {
+    std::string_view className;
+    std::size_t keyHash;
+
+    friend auto operator<=>(const Name&, const Name&) = default;
+  };
   struct Row {
-    RowIdentity identity;
+    Name name;
     std::unique_ptr<Cell> item;
   };
 
-  std::vector<RowIdentity> identities() const;
+  std::vector<Name> names() const;
   void reload();
   void removeRun(std::size_t first, std::size_t count);
-  void insertRun(std::size_t first, const std::vector<RowIdentity>& from, std::size_t begin,
+  void insertRun(std::size_t first, const std::vector<Name>& from, std::size_t begin,
                  std::size_t count);
   void rebind();
   bool isOpenField(std::size_t row) const;

@@ -59,7 +59,7 @@ TemplateScreenItem::TemplateScreenItem(std::shared_ptr<ViewController> controlle
     : ScreenItem(std::move(controller), stage) {
   const auto identify = [this](std::size_t row) {
     const CellProperties& record = screen().viewModel->records[row];
-    return RowIdentity{std::string(cellClassName(record.type)), record.key};
+    return RowIdentity{cellClassName(record.type), record.key};
   };
   rows_ = std::make_unique<RowModel>(
       screen().mainTableView, identify, [this]() -> const Palette& { return palette(); }, this);

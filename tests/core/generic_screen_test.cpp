@@ -4,6 +4,7 @@
 #include "veltrane/base/console.h"
 #include "veltrane/flow/user_defaults_manager.h"
 #include "veltrane/toolkit/storyboard.h"
+#include "veltrane/ui/open.h"
 
 namespace veltrane {
 namespace {
@@ -152,6 +153,53 @@ TEST_F(GenericScreen, aCancelIsNotLostWhenTheNextScreenOpensJustThen) {
   EXPECT_EQ(stack(), nullptr);
 }
 
+TEST_F(GenericScreen, nothingIsSentTwiceWhileARequestRunsOrTheNextScreenOpens) {
+  open(signIn());
+  const auto first = screen();
+  first->buttonPressed();
+  first->buttonPressed();
+  platform.mainQueue->run();
+  const auto sent = requests();
+  EXPECT_EQ(sent, 2u) << "the start and one event";
+  platform.transport->answer(200, "{}");
+  // The answer is there, and the next screen comes in a turn of its own.
+  platform.mainQueue->async([&] {
+    EXPECT_TRUE(first->isBusy());
+    first->buttonPressed();
+  });
+  platform.mainQueue->run();
+  EXPECT_NE(screen(), first);
+  EXPECT_EQ(requests(), sent);
+  stack()->popViewController(false);
+  EXPECT_FALSE(first->isBusy()) << "back again, it can be sent anew";
+}
+
+TEST_F(GenericScreen, aScreenThatWasToOpenStaysAwayOnceTheFlowHasEnded) {
+  open(signIn());
+  const auto navigation = stack();
+  Open::screenTemplate1VC({.vtFlow = flow,
+                           .from = navigation,
+                           .flow = parsed(signIn()),
+                           .userViewProps = {Dictionary()},
+                           .userViewIndex = 0,
+                           .isModel = false,
+                           .makeItRoot = false});
+  navigation->dismiss(false);
+  platform.mainQueue->run();
+  EXPECT_EQ(shown.back(), "dismissed NavigationController");
+  EXPECT_THAT(outcome->calls, IsEmpty());
+}
+
+TEST_F(GenericScreen, whatAPasskeyAnswersIsNotWrittenToTheConsole) {
+  const std::string step = R"("nextEvent":{"constructType":"vtEvent","eventType":"post",)"
+                           R"("eventName":"go","postProcess":{"localEvent":"fidoAuthentication"}})";
+  open(document(step, {view("ScreenTemplate1"), view("ScreenTemplate1")}));
+  screen()->nextEventProcessComplete(parsed(R"({"signature":"s1gn"})"), std::nullopt, 1);
+  platform.mainQueue->run();
+  EXPECT_TRUE(platform.console->mentions("nextEventProcessComplete response : "));
+  EXPECT_FALSE(platform.console->mentions("s1gn"));
+}
+
 TEST_F(GenericScreen, whatCannotEndARunDoesNot) {
   open(signIn());
   NotificationCenter::defaultCenter().post(kVtFlowNotification, UserInfo{{"other", 1}});
@@ -256,7 +304,8 @@ TEST_F(GenericScreen, rowsTellTheirSavedValuesUnseen) {
     rows.push_back(component("dropdown", "choice" + std::to_string(i), saved[i], kOptions));
   }
   open(document(joined({components(rows), testing::kPostEvent})));
-  EXPECT_FALSE(platform.console->mentions("dropdown not implemented")) << "no cell before it is looked at";
+  EXPECT_FALSE(platform.console->mentions("dropdown not implemented"))
+      << "no cell before it is looked at";
   Dictionary shown = {{"on", true}, {"off", false}};
   for (std::size_t i = 0; i < saved.size(); ++i) {
     const auto dropdown = cell<DropdownTableViewCell>(2 + i);
@@ -290,6 +339,12 @@ TEST_F(GenericScreen, anApprovalOnAnotherDeviceContinuesTheFlow) {
       "/auth/co/user/credentials/challenge/ch/status?interactionId=in"));
   serve("nonsense");
   EXPECT_EQ(alert()->title, "Veltrane Flow");
+  const auto message = alert();
+  tick();
+  serve("nonsense");
+  EXPECT_EQ(alert(), message);
+  EXPECT_EQ(std::count(shown.begin(), shown.end(), "alert AlertController"), 1)
+      << "the same message was put over itself";
   alert()->cancel();
   tick();
   serve(R"({"status":"approved"})");

@@ -28,7 +28,8 @@ class Table final : public TableViewDataSource {
   }
   RowIdentity identity(std::size_t row) const {
     const bool isField = rows[row][0] == 'F';
-    return {isField ? "TextFieldTableViewCell" : "LabelTableViewCell", rows[row].substr(1)};
+    return {isField ? "TextFieldTableViewCell" : "LabelTableViewCell",
+            std::string_view(rows[row]).substr(1)};
   }
   void show(std::vector<std::string> now) {
     rows = std::move(now);

@@ -14,15 +14,48 @@
 namespace veltrane {
 namespace {
 
-/// Rows that tell their value by themselves, seen or not.
-bool reportsByItself(CellType type) {
-  return type == CellType::toggleSwitch || type == CellType::dropdown;
+bool reads(const JSON& option, std::string_view text) {
+  switch (option.kind()) {
+    case JSON::Kind::text:
+      return option.text() == text;
+    case JSON::Kind::integer:
+    case JSON::Kind::real:
+      return option.shortestDecimal() == text;
+    case JSON::Kind::boolean:
+      return text == (option.boolean() == true ? "true" : "false");
+    default:
+      return false;
+  }
+}
+
+/// A dropdown shows a value as its choice only if it offers it.
+bool offers(const JSON& options, std::string_view choice) {
+  for (std::size_t i = 0; i < options.size(); ++i) {
+    if (reads(options[i], choice)) return true;
+  }
+  return false;
+}
+
+/// What a row tells by itself, seen or not: a switch its position, a dropdown its saved choice.
+std::optional<JSON> untouchedValue(CellType type, const JSON& value,
+                                   const std::optional<JSON>& props) {
+  if (type == CellType::toggleSwitch) return value.boolean().value_or(false);
+  if (type != CellType::dropdown || !props) return std::nullopt;
+  const auto choice = value.text().value_or("");
+  if (choice.empty() || !offers((*props)["options"], choice)) return std::nullopt;
+  return value;
 }
 
 /// The cell as the class that is registered for its row's type.
 template <typename Cell>
 Cell& as(BaseCell& cell) {
   return static_cast<Cell&>(cell);
+}
+
+/// What the user had entered before the rows were replaced comes before the server's value.
+const JSON& valueToShow(const CellProperties& record, const Dictionary& entered) {
+  const JSON* kept = record.key ? entered.find(*record.key) : nullptr;
+  return kept ? *kept : record.value;
 }
 
 bool isBlank(const JSON& value) {
@@ -38,14 +71,19 @@ void ScreenTemplate1VC::registerCells() {
   }
 }
 
+// The records know what the rows would tell, so that no cell is made before it is looked at.
 void ScreenTemplate1VC::reloadRows() {
   enteredBeforeReload_ = textFieldsKeyValues;
   toldByRows_.emplace();
-  mainTableView.reloadData();
   for (std::size_t row = 0; row < viewModel->records.size(); ++row) {
-    if (reportsByItself(viewModel->records[row].type)) mainTableView.cell(row);
+    const CellProperties& record = viewModel->records[row];
+    if (!record.key) continue;
+    auto told =
+        untouchedValue(record.type, valueToShow(record, enteredBeforeReload_), record.props);
+    if (told) enter(std::move(*told), IndexPath{row});
   }
   textFieldsKeyValues.merge(*std::exchange(toldByRows_, std::nullopt));
+  mainTableView.reloadData();
 }
 
 std::size_t ScreenTemplate1VC::numberOfRows() const {
@@ -64,9 +102,7 @@ std::shared_ptr<TableViewCell> ScreenTemplate1VC::cellForRow(IndexPath indexPath
 
 void ScreenTemplate1VC::currentCell(BaseCell& cell, IndexPath indexPath) {
   const CellProperties& row = viewModel->records[indexPath.row];
-  // What the user had entered before the rows were replaced comes before the server's value.
-  const JSON* entered = row.key ? enteredBeforeReload_.find(*row.key) : nullptr;
-  const JSON& value = entered ? *entered : row.value;
+  const JSON& value = valueToShow(row, enteredBeforeReload_);
   switch (row.type) {
     case CellType::label:
       return as<LabelTableViewCell>(cell).configure(value, row.props);
@@ -98,18 +134,19 @@ void ScreenTemplate1VC::configure(TextFieldTableViewCell& cell, IndexPath indexP
 
 void ScreenTemplate1VC::configure(ToggleSwitchTableViewCell& cell, IndexPath indexPath,
                                   const JSON& value, const std::optional<JSON>& props) {
+  // Its value was taken from the record; told again now, it would undo what came since.
+  cell.configure(value, props);
   cell.delegate = self();
   cell.indexPath = indexPath;
-  cell.configure(value, props);
 }
 
 void ScreenTemplate1VC::configure(DropdownTableViewCell& cell, IndexPath indexPath,
                                   const JSON& value, const std::optional<JSON>& props) {
   console::print("dropdown not implemented yet");
+  cell.configure(value, props);
   cell.delegate = self();
   cell.indexPath = indexPath;
   cell.fromViewConroller = self();
-  cell.configure(value, props);
 }
 
 void ScreenTemplate1VC::buttonPressed() {
