@@ -6,6 +6,7 @@
 
 #include "platform/curl/curl_transport.h"
 #include "platform/loop/run_loop.h"
+#include "platform/pictures/codec.h"
 #include "platform/sqlite/sqlite_store.h"
 #include "veltrane/flow/vt_flow.h"
 #include "veltrane/platform.h"
@@ -57,5 +58,7 @@ int main(int /*argc*/, char** argv) {
       .fromViewController = std::make_shared<veltrane::HostViewController>()});
   if (!outcome->failed) loop->run();
   const auto key = platform.settings->value("apiKey");
+  const veltrane::pictures::Codec codec;
+  if (codec.decode("no picture")) return 1;
   return outcome->failed && key == veltrane::SettingValue("demo-key") ? 0 : 1;
 }
