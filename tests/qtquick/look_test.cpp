@@ -3,6 +3,7 @@
 #include <QAccessible>
 #include <QGuiApplication>
 #include <QPalette>
+#include <QTest>
 #include <algorithm>
 
 #include "tests/qtquick/front_end.h"
@@ -170,10 +171,30 @@ TEST_F(Look, LargeTextGrowsRowsWithoutCuttingWords) {
   for (std::size_t i = 1; i < rows.size(); ++i) EXPECT_GE(rows[i].top(), rows[i - 1].bottom());
 }
 
+TEST_F(Look, AFieldKeepsClearOfItsEdgeAndOfItsShowControl) {
+  openForm({secret("pin")});
+  type(QString("x").repeated(80));
+  for (const bool mirrored : {false, true}) {
+    stage().setMirrored(mirrored);
+    settle();
+    const QRectF box = place(control("pin")->parentItem());
+    const QRectF text = place(control("pin"));
+    EXPECT_TRUE(control("pin")->clip());
+    EXPECT_FALSE(text.intersects(place(item("showControl")))) << mirrored;
+    EXPECT_EQ(mirrored ? box.right() - text.right() : text.left() - box.left(), 14);
+    // Beside the text the field is hit as well.
+    press(Qt::Key_Tab);
+    QTest::mouseClick(&window_, Qt::LeftButton, {},
+                      QPoint(mirrored ? box.right() - 5 : box.left() + 5, box.center().y()));
+    settle();
+    EXPECT_EQ(focused(), control("pin"));
+  }
+}
+
 TEST_F(Look, WideWindowsKeepTheColumnNarrowAndCentred) {
   window_.resize(1200, 800);
   openForm({field("user")});
-  const QRectF field = place(control("user"));
+  const QRectF field = place(control("user")->parentItem());
   EXPECT_DOUBLE_EQ(field.width(), 480);
   EXPECT_DOUBLE_EQ(field.center().x(), 600);
   EXPECT_GE(field.height(), 48);

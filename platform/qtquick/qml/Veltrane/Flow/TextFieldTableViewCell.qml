@@ -63,11 +63,16 @@ FlowRow {
             color: row.screen.palette.background
             radius: 10
         }
+        // A press beside the text is for the field as well.
+        MouseArea {
+            anchors.fill: parent
+            cursorShape: Qt.IBeamCursor
+
+            onPressed: field.forceActiveFocus(Qt.MouseFocusReason)
+        }
         Text {
             Accessible.ignored: true
-            anchors.fill: parent
-            anchors.leftMargin: field.leftPadding
-            anchors.rightMargin: field.rightPadding
+            anchors.fill: field
             color: row.screen.palette.muted
             elide: Text.ElideRight
             font: field.font
@@ -80,8 +85,9 @@ FlowRow {
         TextInput {
             id: field
             anchors.fill: parent
-            // The text is cut at the paddings; scripts reach further down than the font's own line.
-            bottomPadding: 2
+            // Margins rather than paddings: a long text is cut there.
+            anchors.leftMargin: 14
+            anchors.rightMargin: row.cell.secure ? show.width : 14
             clip: true
             color: row.screen.palette.input
             echoMode: row.cell.secure && !row.revealed ? TextInput.Password : TextInput.Normal
@@ -89,16 +95,13 @@ FlowRow {
             font.pixelSize: row.points(16)
             horizontalAlignment: TextInput.AlignLeft
             inputMethodHints: row.cell.inputHints
-            leftPadding: row.cell.secure && row.screen.stage.mirrored ? show.width : 14
             objectName: "field"
             passwordCharacter: "•"
             passwordMaskDelay: 0
-            rightPadding: row.cell.secure && !row.screen.stage.mirrored ? show.width : 14
             selectByMouse: true
             selectedTextColor: row.screen.palette.onAccent
             selectionColor: row.screen.palette.accent
             text: row.cell.text
-            topPadding: 2
             verticalAlignment: TextInput.AlignVCenter
 
             onTextEdited: row.cell.edit(field.text)
