@@ -16,7 +16,7 @@ struct Outcome final : veltrane::VeltraneFlowDelegate {
   void flowDidComplete(const std::optional<veltrane::JSON>& response,
                        const std::optional<veltrane::VeltraneFlowError>& error) override {
     std::cout << (response ? "Signed in." : error->errorDescription()) << std::endl;
-    QGuiApplication::quit();
+    QGuiApplication::exit(response ? 0 : 1);
   }
 };
 

@@ -28,7 +28,15 @@ struct Parser {
     app.require_subcommand(0, 1);
     run->prefix_command();
     addDriveOptions(*drive, options.drive);
+    drive->footer(exit_status::kHelp);
     addServeOptions(*serve, options.serve);
+    app.footer("vtflow COMMAND --help tells the options of each.");
+  }
+
+  bool knows(const std::string& command) const {
+    const auto commands = {run, drive, serve};
+    return std::any_of(commands.begin(), commands.end(),
+                       [&](const CLI::App* one) { return one->get_name() == command; });
   }
 
   /// As it was called: with the command, if there was one.
@@ -40,9 +48,7 @@ struct Parser {
   }
 
   CLI::App app{"Runs flows of the Veltrane orchestration server", "vtflow"};
-  CLI::App* run = app.add_subcommand("run",
-                                     "Run a flow in a window; takes the options of the "
-                                     "window program (vtflow run --help)");
+  CLI::App* run = app.add_subcommand("run", "Run a flow in a window");
   CLI::App* drive = app.add_subcommand(
       "drive",
       "Run a flow without a window: events on standard output, commands on standard input");
@@ -83,6 +89,11 @@ int runTool(int argumentCount, const char* const* arguments, Terminal terminal) 
   }
   Options options;
   Parser parser(options);
+  if (!words.empty() && !words.front().starts_with('-') && !parser.knows(words.front())) {
+    terminal.errors << "vtflow: there is no command \"" << oneLine(words.front())
+                    << "\", but run, drive and serve (see vtflow --help)\n";
+    return exit_status::kUsage;
+  }
   try {
     parser.app.parse(argumentCount, arguments);
     if (parser.app.get_subcommands().empty()) throw CLI::RequiredError("A command");

@@ -2,13 +2,16 @@
 #include <CLI/CLI.hpp>
 #include <QGuiApplication>
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <string_view>
+#include <utility>
 
 #include "apps/vtflow/drive/exit_status.h"
 #include "apps/vtflow/temporary_folder.h"
+#include "apps/vtflow/termination_signals.h"
 #include "apps/window/script.h"
 #include "apps/window/window_options.h"
 #include "apps/window/window_run.h"
@@ -44,14 +47,39 @@ void installPlatform(const window::WindowOptions& options, const std::filesystem
   tool::applyServerURLs(options.flow);
 }
 
-int run(const window::WindowOptions& options, int& count, char** words) {
+/// A run that ended without a result and without having said why.
+void explain(const window::WindowOptions& options, bool interrupted) {
+  if (interrupted) {
+    std::cout << "result   none: interrupted" << std::endl;
+  } else if (!options.script) {
+    std::cout << "result   none: "
+              << (options.pictures ? "there is no --script to go on with" : "the window was closed")
+              << std::endl;
+  }
+}
+
+int run(window::WindowOptions& options, int& count, char** words) {
   std::vector<JSON> script;
   if (options.script) script = window::readScript(*options.script);
+  if (options.look) applyLook(*options.look, options);
   chooseDisplay(options);
+  // Before any thread. What is under way then ends in good order, the temporary folder with it.
+  const tool::TerminationSignals held;
   QGuiApplication application(count, words);
   const tool::TemporaryFolder folder;
   installPlatform(options, folder.path() / "settings.db");
-  const int status = window::WindowRun(options, std::move(script)).run();
+  std::atomic<bool> interrupted = false;
+  int status = exit_status::kNoResult;
+  {
+    const tool::SignalWatch watch([&] {
+      interrupted = true;
+      QMetaObject::invokeMethod(
+          &application, [] { QCoreApplication::exit(exit_status::kNoResult); },
+          Qt::QueuedConnection);
+    });
+    status = window::WindowRun(options, std::move(script)).run();
+  }
+  if (status == exit_status::kNoResult) explain(options, interrupted);
   // The adapters live on this thread and must not outlive the application.
   Platform::install({});
   return status;
@@ -75,8 +103,8 @@ int main(int count, char** words) {
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app.exit(error);
     return fail(std::string(error.what()) + " (see vtflow run --help)", exit_status::kUsage);
-  } catch (const window::ScriptError& error) {
-    return fail("the script " + std::string(error.what()), exit_status::kUsage);
+  } catch (const window::FileError& error) {
+    return fail(error.what(), exit_status::kUsage);
   } catch (const std::exception& error) {
     return fail(error.what(), exit_status::kNoResult);
   }

@@ -1,41 +1,106 @@
 #include "apps/window/script.h"
 
 #include <algorithm>
-#include <array>
 #include <fstream>
 #include <iterator>
+#include <string>
 #include <string_view>
+
+#include "apps/vtflow/option_checks.h"
+#include "apps/window/window_options.h"
 
 namespace veltrane::window {
 namespace {
 
-constexpr std::array<std::string_view, 8> kCommands = {"input", "toggle", "choose",       "press",
-                                                       "back",  "cancel", "dismissAlert", "retry"};
+struct Play {
+  std::string_view name;
+  /// The command names a row, by its key or by its index.
+  bool hasRow = false;
+  std::string_view text = {};  ///< A field that holds a text.
+  std::string_view flag = {};  ///< A field that holds true or false.
+};
 
-void check(const JSON& command, std::size_t number) {
-  const auto where = "command " + std::to_string(number + 1);
+constexpr Play kPlays[] = {
+    {.name = "input", .hasRow = true, .text = "text"},
+    {.name = "toggle", .hasRow = true, .flag = "on"},
+    {.name = "choose", .hasRow = true, .text = "option"},
+    {.name = "press"},
+    {.name = "back"},
+    {.name = "cancel"},
+    {.name = "dismissAlert"},
+    {.name = "retry"},
+};
+
+std::string quoted(std::string_view text) {
+  return '"' + std::string(text) + '"';
+}
+
+/// What is wrong with a command; empty: nothing.
+std::string complaint(const JSON& command) {
+  if (!command.isObject()) return "is no object";
   const auto name = command["do"].text();
-  if (!name) throw ScriptError(where + " has no \"do\"");
-  if (std::find(kCommands.begin(), kCommands.end(), *name) == kCommands.end())
-    throw ScriptError(where + ": \"" + std::string(*name) + "\" cannot be played in a window");
+  if (!name) return "has no \"do\"";
+  const auto* const play = std::find_if(std::begin(kPlays), std::end(kPlays),
+                                        [&](const Play& one) { return one.name == *name; });
+  const auto what = quoted(*name);
+  if (play == std::end(kPlays)) return what + " cannot be played in a window";
+  if (play->hasRow && command["key"].text().has_value() == command["row"].number().has_value())
+    return what + " needs a \"key\" or a \"row\"";
+  if (!play->text.empty() && !command[play->text].text())
+    return what + " needs a text as its " + quoted(play->text);
+  if (!play->flag.empty() && command[play->flag].kind() != JSON::Kind::boolean)
+    return what + " needs true or false as its " + quoted(play->flag);
+  return {};
+}
+
+[[noreturn]] void fail(const std::filesystem::path& file, const std::string& what) {
+  throw FileError(file.string() + ": " + what);
+}
+
+JSON readFile(const std::filesystem::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  const std::string text{std::istreambuf_iterator<char>(stream), {}};
+  if (!stream) fail(file, "cannot be read");
+  auto parsed = JSON::parse(text);
+  if (!parsed.ok()) fail(file, "is not JSON: " + parsed.error);
+  return parsed.value;
+}
+
+bool flagOf(const JSON& look, const char* name, const std::filesystem::path& file) {
+  if (!look.contains(name)) return false;
+  if (look[name].kind() != JSON::Kind::boolean) {
+    fail(file, "look." + std::string(name) + ": must be true or false");
+  }
+  return look[name].boolean().value_or(false);
 }
 
 }  // namespace
 
 std::vector<JSON> readScript(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  const std::string text{std::istreambuf_iterator<char>(stream), {}};
-  if (!stream) throw ScriptError("cannot be read");
-  const auto parsed = JSON::parse(text);
-  if (!parsed.ok()) throw ScriptError("is not JSON: " + parsed.error);
-  const JSON list = parsed.value.isObject() ? parsed.value["demo"] : parsed.value;
-  if (!list.isArray()) throw ScriptError("is not a list of commands, nor a flow with a \"demo\"");
+  const JSON content = readFile(file);
+  const JSON list = content.isObject() ? content["demo"] : content;
+  if (!list.isArray()) fail(file, "is no list of commands, nor a flow with a \"demo\"");
   std::vector<JSON> commands;
   for (std::size_t i = 0; i < list.size(); ++i) {
+    const auto wrong = complaint(list[i]);
+    if (!wrong.empty()) fail(file, "command " + std::to_string(i + 1) + ": " + wrong);
     commands.push_back(list[i]);
-    check(commands.back(), i);
   }
   return commands;
+}
+
+void applyLook(const std::filesystem::path& file, WindowOptions& options) {
+  const JSON look = readFile(file)["look"];
+  options.rightToLeft |= flagOf(look, "rightToLeft", file);
+  options.dark |= flagOf(look, "dark", file);
+  std::vector<std::string> theme;
+  look["theme"].forEachMember([&](std::string_view key, const JSON& colour) {
+    theme.push_back(std::string(key) + '=' + colour.textValue());
+    const auto wrong = tool::checkThemeEntry(theme.back());
+    if (!wrong.empty()) fail(file, "look.theme: " + wrong);
+  });
+  auto& entries = options.flow.rawTheme;
+  entries.insert(entries.begin(), theme.begin(), theme.end());
 }
 
 }  // namespace veltrane::window

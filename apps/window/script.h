@@ -9,14 +9,20 @@
 
 namespace veltrane::window {
 
-/// The file is not a list of commands; `what()` says where.
-class ScriptError : public std::runtime_error {
+struct WindowOptions;
+
+/// A file is not what it should be; `what()` names it, the place and the reason.
+class FileError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// The commands of a file, in order: objects with a known "do". The file is a list of them, or a
-/// flow of the sandbox that brings them as its "demo". Throws ScriptError.
+/// The commands of a file, in order, each with all that it needs. The file is a list of them, or a
+/// flow of the sandbox that brings them as its "demo". Throws FileError.
 std::vector<JSON> readScript(const std::filesystem::path& file);
+
+/// Takes over how a flow of the sandbox wants to be shown, its "look", as far as the options do not
+/// say otherwise. A flow without one changes nothing. Throws FileError.
+void applyLook(const std::filesystem::path& file, WindowOptions& options);
 
 }  // namespace veltrane::window

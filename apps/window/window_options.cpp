@@ -5,8 +5,13 @@
 #include <string>
 #include <system_error>
 
+#include "apps/vtflow/drive/exit_status.h"
+#include "apps/vtflow/option_checks.h"
+
 namespace veltrane::window {
 namespace {
+
+namespace exit_status = tool::exit_status;
 
 constexpr int kLargestSide = 10'000;
 
@@ -14,6 +19,10 @@ bool readSide(std::string_view text, int& side) {
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), side);
   return error == std::errc() && end == text.data() + text.size() && side > 0 &&
          side <= kLargestSide;
+}
+
+std::string checkTextScale(const std::string& text) {
+  return tool::checkNumber(text, 1, 2);
 }
 
 std::optional<QSize> readSize(std::string_view text) {
@@ -30,31 +39,45 @@ std::optional<QSize> readSize(std::string_view text) {
 
 void addWindowOptions(CLI::App& command, WindowOptions& options) {
   addFlowOptions(command, options.flow);
+  command.footer(exit_status::kHelp);
   command.add_flag("--tablet", options.tablet, "Behave as on a tablet");
   command.add_flag("--dark", options.dark, "Dark colours, whatever the system asks for");
   command.add_flag("--rtl", options.rightToLeft, "Lay out from right to left");
   command.add_flag("--verbose", options.verbose, "Diagnostic lines on standard error");
   command.add_option("--text-scale", options.textScale, "Text size, 1 to 2 times the usual")
-      ->check(CLI::Range(1.0, 2.0))
+      ->check(tool::checkedBy(checkTextScale))
       ->type_name("F");
   command
       .add_option_function<std::string>(
           "--size",
           [&options](const std::string& text) {
             const auto size = readSize(text);
-            if (!size) throw CLI::ValidationError("--size", "must be WxH, not \"" + text + '"');
+            if (!size)
+              throw CLI::ValidationError("--size",
+                                         "must be WxH, such as 390x844, not \"" + text + '"');
             options.size = *size;
           },
           "Window size in points")
       ->type_name("WxH");
   command
-      .add_option("--pictures", options.pictures,
-                  "Show nothing; leave a PNG of each screen in this folder")
+      .add_option(
+          "--pictures", options.pictures,
+          "Show nothing; leave a PNG of each screen in this folder. What an earlier run left "
+          "there is replaced, other files stay")
+      ->check(tool::checkedBy(tool::checkWritableFolder))
       ->type_name("DIR");
   command
-      .add_option("--script", options.script,
-                  "JSON list of commands to play with keys and clicks, as vtflow drive takes them")
-      ->check(CLI::ExistingFile)
+      .add_option(
+          "--script", options.script,
+          "Commands to play with keys and clicks, as vtflow drive takes them: a JSON list, or "
+          "a flow file that has them as its \"demo\"")
+      ->check(CLI::ExistingFile.description(""))
+      ->type_name("FILE");
+  command
+      .add_option("--look", options.look,
+                  "Flow file whose \"look\" says direction, darkness and theme; --theme "
+                  "goes before it")
+      ->check(CLI::ExistingFile.description(""))
       ->type_name("FILE");
 }
 

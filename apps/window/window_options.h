@@ -25,6 +25,8 @@ struct WindowOptions {
   std::optional<std::filesystem::path> pictures;
   /// What a user does, played by the program.
   std::optional<std::filesystem::path> script;
+  /// A flow file whose "look" `applyLook` takes over.
+  std::optional<std::filesystem::path> look;
 };
 
 /// Adds the options that fill `options`, which outlives the parsing. Wrong values fail the parsing.

@@ -5,6 +5,7 @@
 #include "platform/qtquick/main_queue.h"
 #include "platform/qtquick/screen_device.h"
 #include "platform/sqlite/sqlite_store.h"
+#include "veltrane/base/console.h"
 #include "veltrane/toolkit/notification_center.h"
 #include "veltrane/toolkit/storyboard.h"
 #include "veltrane/ui/main_storyboard.h"
@@ -24,7 +25,11 @@ Platform makePlatform(const Options& options) {
   platform.notificationCenter = std::make_shared<NotificationCenter>();
   platform.storyboard = makeMainStoryboard();
   platform.settings = sqlite::open(options.settingsFile.value_or(sqlite::defaultStoreFile()));
-  platform.transport = curl::make({.authorityFile = options.authorityFile});
+  // Reported from the transport's thread, which must not look at what is installed.
+  const auto report = [queue = std::weak_ptr(platform.mainQueue)](const std::string& line) {
+    if (const auto main = queue.lock()) main->async([line] { console::print(line); });
+  };
+  platform.transport = curl::make({.authorityFile = options.authorityFile, .report = report});
   platform.device = std::make_shared<ScreenDevice>(options.idiom);
   return platform;
 }

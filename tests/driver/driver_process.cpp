@@ -151,9 +151,14 @@ json DriverProcess::act(const json& command) {
 }
 
 int DriverProcess::wait() {
+  const int status = waitForEnd();
+  while (output_.find('\n', nextLine_) != std::string::npos) events_.push_back(json::parse(line()));
+  return status;
+}
+
+int DriverProcess::waitForEnd() {
   while (outputFd_ >= 0 && readMore()) {
   }
-  while (output_.find('\n', nextLine_) != std::string::npos) events_.push_back(json::parse(line()));
   int status = 0;
   waitpid(child_, &status, 0);
   child_ = -1;

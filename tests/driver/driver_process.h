@@ -45,6 +45,8 @@ class DriverProcess {
 
   /// Reads to the end; the exit status. A program that a signal ended is an error.
   int wait();
+  /// The same for output that is not events: all of it is in `output`.
+  int waitForEnd();
 
   /// All events read so far, and all lines as they came.
   const std::vector<json>& events() const { return events_; }

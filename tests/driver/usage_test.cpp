@@ -41,24 +41,49 @@ TEST(Usage, WrongUseIsStatusTwoAndOneLineThatNamesIt) {
       {{"drive", "--company", "a", "--fly"}, "--fly"},
       {{"drive", "--company", "a", "stray"}, "stray"},
       {{"drive", "--company", "a", "--flow"}, "--flow"},
-      {{"drive", "--company", "a", "--timeout", "soon"}, "--timeout"},
+      {{"drive", "--company", "a", "--timeout", "soon"}, "\"soon\""},
+      {{"drive", "--company", "a", "--timeout", "nan"}, "\"nan\""},
+      {{"drive", "--company", "a", "--timeout", "inf"}, "\"inf\""},
+      {{"drive", "--company", "a", "--timeout", "0"}, "--timeout"},
+      {{"drive", "--company", "a", "--timeout", "-1"}, "--timeout"},
+      {{"drive", "--company", "a", "--timeout", "1000000"}, "--timeout"},
       {{"drive", "--company", "a", "--prop", "key"}, "--prop"},
       {{"drive", "--company", "a", "--prop", "=1"}, "--prop"},
       {{"drive", "--company", "a", "--prop", "a=1", "b=2"}, "b=2"},
       {{"drive", "--company", "a", "--theme", "labelTextColor"}, "--theme"},
       {{"drive", "--company", "a", "--theme", "shade=#fff"}, "shade"},
+      {{"drive", "--company", "a", "--theme", "labelTextColor=red"}, "labelTextColor must be"},
+      {{"drive", "--company", "a", "--theme", "labelTextColor="}, "not \"\""},
+      {{"drive", "--company", "a", "--theme", "labelTextColor=#12345"}, "\"#12345\""},
+      {{"drive", "--company", "a", "--theme", "labelTextColor=#12345g"}, "\"#12345g\""},
+      {{"drive", "--company", "a", "--base-url", ""}, "--base-url"},
+      {{"drive", "--company", "a", "--base-url", "localhost:443/v1"}, "--base-url"},
+      {{"drive", "--company", "a", "--base-url", "http://host.example/v1"}, "host.example"},
+      {{"drive", "--company", "a", "--production-url", "ftp://localhost/v1"}, "--production-url"},
+      {{"drive", "--company", "a", "--sandbox-url", "https://localhost/v1?a=b"}, "--sandbox-url"},
+      {{"drive", "--company", "a", "--store", "/"}, "is a folder"},
+      {{"drive", "--company", "a", "--store", "/dev/null"}, "no regular file"},
+      {{"drive", "--company", "a", "--store", "/dev/null/settings.db"}, "no folder"},
+      {{"drive", "--company", "a", "--store", "/proc/none/settings.db"}, "cannot write"},
       {{"drive", "--company", "a", "--screen", "390"}, "--screen"},
+      {{"drive", "--company", "a", "--screen", "1000000000x1@1"}, "--screen"},
       {{"drive", "--company", "a", "--user-verification", "perhaps"}, "--user-verification"},
       {{"drive", "--company", "a", "--camera", "/nowhere/at/all.png"}, "--camera"},
-      {{"drive", "--company", "a", "--ca", "/nowhere/at/all.pem"}, "--ca"},
+      {{"drive", "--company", "a", "--ca", "/nowhere/at/all.pem"}, "no file"},
+      {{"drive", "--company", "a", "--ca", "/dev/null"}, "no PEM certificate"},
+      {{"drive", "--company", "a", "--ca", "/"}, "is a folder"},
       {{"drive", "--company", "a", "--sandbox=perhaps"}, "--sandbox"},
       {{"serve", "--port", "70000"}, "--port"},
+      {{"serve", "--state", "/dev/null/state"}, "no folder"},
       {{"serve", "--flows", "/nowhere/at/all"}, "--flows"},
   };
   for (const auto& [arguments, named] : wrong) {
     const auto outcome = run(arguments);
     EXPECT_EQ(outcome.status, 2) << named;
     EXPECT_THAT(outcome.errors, HasSubstr(named));
+    const bool hasCommand = !arguments.empty() && arguments.front() != std::string_view("fly");
+    const auto help = hasCommand ? std::string("vtflow ") + arguments.front() : "vtflow";
+    EXPECT_THAT(outcome.errors, HasSubstr("(see " + help + " --help)"));
     EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
     EXPECT_THAT(outcome.text, IsEmpty()) << named;
   }

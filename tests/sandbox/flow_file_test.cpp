@@ -47,6 +47,9 @@ TEST(FlowFile, saysWhatIsWrongAndWhere) {
       {R"({"start": [{"trouble": {"noAnswer": true, "garbage": true}}]})", "holds more than one"},
       {R"({"start": [{"trouble": {"noAnswer": true}, "answer": {}}]})", "no place for an answer"},
       {R"({"start": {}, "demo": [{"press": 1}]})", "demo[0]: has no \"do\""},
+      {R"({"start": {}, "look": {"rtl": true}})", "look: unknown key \"rtl\""},
+      {R"({"start": {}, "look": {"dark": 1}})", "look.dark: must be true or false"},
+      {R"({"start": {}, "look": {"theme": {"a": 1}}})", "look.theme.a: must be a text"},
       {R"({"start": {}, "expect": {"exit": 5}})", "expect.exit: must be a whole number"},
   };
   for (const auto& [text, complaint] : wrongs) {

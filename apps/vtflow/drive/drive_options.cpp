@@ -54,15 +54,15 @@ void addDriveOptions(CLI::App& command, DriveOptions& options) {
   command
       .add_option("--user-verification", options.userVerification,
                   "How the user answers when a passkey asks for consent")
-      ->check(CLI::IsMember({"yes", "no"}))
+      ->check(CLI::IsMember({"yes", "no"}).description(""))
       ->capture_default_str()
       ->type_name("yes|no");
   command
       .add_option("--camera", options.camera,
                   "Picture, folder of pictures or video that stands for the front camera")
-      ->check(CLI::ExistingPath)
+      ->check(CLI::ExistingPath.description(""))
       ->type_name("PATH");
-  command.add_option("--screen", options.rawScreen, "Screen in points, pixels a point")
+  command.add_option("--screen", options.rawScreen, "Screen in points, and pixels a point")
       ->check(checkedBy(checkScreen))
       ->capture_default_str()
       ->type_name("WxH@SCALE");

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "apps/sandbox/server.h"
+#include "apps/vtflow/option_checks.h"
 #include "apps/vtflow/termination_signals.h"
 #include "veltrane/base/dictionary.h"
 
@@ -43,15 +44,17 @@ std::string readyLine(const sandbox::Server& server, bool json) {
 
 void addServeOptions(CLI::App& command, ServeOptions& options) {
   command.add_option("--port", options.port, "Port on the loopback address; 0: a free one")
-      ->check(CLI::Range(0, 65535))
-      ->capture_default_str();
+      ->check(CLI::Range(0, 65535).description(""))
+      ->capture_default_str()
+      ->type_name("N");
   command
       .add_option("--flows", options.flows, "Folder of flow files; absent: those that come along")
-      ->check(CLI::ExistingDirectory)
+      ->check(CLI::ExistingDirectory.description(""))
       ->type_name("DIR");
   command
       .add_option("--state", options.state,
                   "Folder of the certificates; absent: in the user's state folder")
+      ->check(checkedBy(checkWritableFolder))
       ->type_name("DIR");
   command.add_flag("--json", options.json, "Write the ready line as JSON");
 }

@@ -1,0 +1,131 @@
+#ifdef VTFLOW_HAS_WINDOW
+#include <csignal>
+#include <fstream>
+#include <iterator>
+
+#include "tests/driver/driver_test.h"
+
+namespace veltrane::testing {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::HasSubstr;
+
+/// `vtflow run`, off screen, as a program of its own with a temporary folder of its own.
+class RunCommand : public DriverTest {
+ protected:
+  RunCommand() { fs::create_directory(temporary()); }
+
+  fs::path temporary() const { return folder_.path() / "temporary"; }
+  std::string path(const char* name) const { return (folder_.path() / name).string(); }
+  std::string write(const char* name, const std::string& text) const {
+    std::ofstream(folder_.path() / name) << text;
+    return path(name);
+  }
+  std::unique_ptr<DriverProcess> start(std::vector<std::string> words) const {
+    return std::make_unique<DriverProcess>(
+        words, std::vector<std::string>{"TMPDIR=" + temporary().string(),
+                                        "XDG_RUNTIME_DIR=" + folder_.path().string(),
+                                        "QT_QPA_PLATFORM=offscreen"});
+  }
+  std::unique_ptr<DriverProcess> startFlow(const std::vector<std::string>& more) const {
+    auto words = arguments("sign-in", more);
+    words.front() = "run";
+    return start(std::move(words));
+  }
+  /// The first screen's picture, with these options.
+  std::string picture(const std::vector<std::string>& more) const {
+    auto words = more;
+    words.insert(words.end(), {"--pictures", path("pictures")});
+    EXPECT_EQ(startFlow(words)->waitForEnd(), 4);
+    std::ifstream file(path("pictures") + "/01-acme.png", std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+ private:
+  ScratchFolder folder_;
+};
+
+TEST_F(RunCommand, LeavesNoTemporaryFilesHoweverItEnds) {
+  for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+    const auto run = startFlow({});
+    EXPECT_THAT(run->line(), HasSubstr("screen"));
+    EXPECT_FALSE(fs::is_empty(temporary()));
+    run->signal(number);
+    EXPECT_EQ(run->waitForEnd(), 4);
+    EXPECT_THAT(run->output(), HasSubstr("result   none: interrupted"));
+    EXPECT_TRUE(fs::is_empty(temporary()));
+  }
+  const auto cancelled = startFlow({"--script", write("script.json", R"([{"do":"cancel"}])")});
+  EXPECT_EQ(cancelled->waitForEnd(), 3);
+  EXPECT_TRUE(fs::is_empty(temporary()));
+}
+
+TEST_F(RunCommand, WrongUseIsStatusTwoAndOneLineThatNamesIt) {
+  struct Wrong {
+    std::vector<std::string> arguments;
+    const char* named;
+  };
+  const auto script = [&](const char* name, const char* text) {
+    return std::vector<std::string>{"--script", write(name, text)};
+  };
+  const auto look = [&](const char* name, const char* text) {
+    return std::vector<std::string>{"--look", write(name, text)};
+  };
+  const Wrong wrong[] = {
+      {{"--pictures", "/dev/null"}, "no folder"},
+      {{"--pictures", "/proc/pictures"}, "cannot write"},
+      {{"--text-scale", "nan"}, "\"nan\""},
+      {{"--size", "0x0"}, "\"0x0\""},
+      {{"--store", "/"}, "is a folder"},
+      {{"--theme", "labelTextColor=red"}, "\"red\""},
+      {script("a.json", R"([{"do":"input","key":"username"}])"), "a.json: command 1"},
+      {script("b.json", R"([{"do":"press"},{"do":"input","text":"x"}])"), "b.json: command 2"},
+      {script("c.json", R"([{"do":"choose","key":"language"}])"), "\"option\""},
+      {script("d.json", R"([{"do":"toggle","key":"remember"}])"), "\"on\""},
+      {script("e.json", "[5]"), "e.json: command 1"},
+      {script("f.json", "{"), "f.json: is not JSON"},
+      {look("g.json", R"({"look":{"dark":1}})"), "g.json: look.dark"},
+      {look("h.json", R"({"look":{"theme":{"shade":"#fff"}}})"), "shade"},
+  };
+  for (const auto& [more, named] : wrong) {
+    const auto run = startFlow(more);
+    EXPECT_EQ(run->waitForEnd(), 2) << named;
+    const auto errors = run->errors();
+    EXPECT_THAT(errors, HasSubstr(named));
+    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
+    EXPECT_EQ(run->output(), "") << named;
+  }
+}
+
+TEST_F(RunCommand, ReplacesItsOwnPicturesAndNoOthers) {
+  const fs::path pictures = path("pictures");
+  const auto first = startFlow({"--pictures", pictures.string()});
+  EXPECT_EQ(first->waitForEnd(), 4);
+  EXPECT_THAT(first->output(), HasSubstr("result   none"));
+  ASSERT_TRUE(fs::exists(pictures / "01-acme.png"));
+  fs::rename(pictures / "01-acme.png", pictures / "07-gone.png");
+  write("pictures/08-holiday.png", "somebody else's");
+  write("pictures/notes.txt", "somebody else's");
+  EXPECT_EQ(startFlow({"--pictures", pictures.string()})->waitForEnd(), 4);
+  EXPECT_FALSE(fs::exists(pictures / "07-gone.png"));
+  for (const char* const name : {"01-acme.png", "08-holiday.png", "notes.txt"}) {
+    EXPECT_TRUE(fs::exists(pictures / name)) << name;
+  }
+}
+
+TEST_F(RunCommand, ShowsAFlowAsItsFileAsks) {
+  const auto rightToLeft = write("rtl.json", R"({"look":{"rightToLeft":true}})");
+  const auto themed = write("theme.json", R"({"look":{"theme":{"backgroundColor":"#102030"}}})");
+  const auto plain = picture({});
+  ASSERT_FALSE(plain.empty());
+  EXPECT_TRUE(picture({"--look", rightToLeft}) == picture({"--rtl"}));
+  EXPECT_FALSE(picture({"--look", rightToLeft}) == plain);
+  EXPECT_FALSE(picture({"--look", themed}) == plain);
+  EXPECT_TRUE(picture({"--look", themed, "--theme", "backgroundColor=#ffffff"}) ==
+              picture({"--theme", "backgroundColor=#ffffff"}));
+}
+
+}  // namespace
+}  // namespace veltrane::testing
+#endif
