@@ -165,6 +165,11 @@ TEST_F(ConsoleTest, masksWhatIsFilledIntoMaskedFields) {
   EXPECT_EQ(console::masked(field)[0]["value"].text(), "•••");
 }
 
+TEST_F(ConsoleTest, keepsALineOneLine) {
+  console::print("text\nforged: \x1b[2J\x7f\xC3\xA9");
+  EXPECT_EQ(platform_.console->lines().back(), "text\\x0aforged: \\x1b[2J\\x7f\xC3\xA9");
+}
+
 TEST_F(ConsoleTest, cutsLongValuesAtACharacter) {
   std::string euros;
   while (euros.size() < 200'000) euros += "€";
