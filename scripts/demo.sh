@@ -26,9 +26,13 @@ if ! read -r -t 60 -u "$ready" word url _ authority || [ "$word" != ready ]; the
   exit 1
 fi
 echo "The sandbox serves on $url"
+if grep -q '"challenges"' "$script"; then
+  echo "This flow waits for a second device, which is the page ${url%/v1}/approve"
+  echo "(a browser warns of its certificate, which only this machine knows)"
+fi
 
 arguments=(run --company demo --flow "$flow" --base-url "$url" --ca "$authority"
-  --store "$scratch/settings.db")
+  --look "$script" --store "$scratch/settings.db")
 status=0
 if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
   "$vtflow" "${arguments[@]}" || status=$?

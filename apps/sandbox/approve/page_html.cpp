@@ -58,8 +58,8 @@ std::string age(const Challenge& challenge) {
 
 std::string button(const Challenge& challenge, const std::string& answer, const std::string& word) {
   return "<button type=\"submit\" name=\"answer\" value=\"" + answer + "\" class=\"" + answer +
-         "\">" + word + "<span class=\"unseen\">: " + escaped(challenge.purpose) +
-         "</span></button>";
+         "\" aria-label=\"" + word + ": " + escaped(challenge.purpose) + "\">" + word +
+         "</button>";
 }
 
 std::string item(const Challenge& challenge) {
