@@ -2,6 +2,7 @@
 
 // The one file of this folder that knows the other adapters: it puts the usual set together.
 #include "platform/curl/curl_transport.h"
+#include "platform/pictures/codec.h"
 #include "platform/qtquick/main_queue.h"
 #include "platform/qtquick/screen_device.h"
 #include "platform/sqlite/sqlite_store.h"
@@ -30,6 +31,7 @@ Platform makePlatform(const Options& options) {
     if (const auto main = queue.lock()) main->async([line] { console::print(line); });
   };
   platform.transport = curl::make({.authorityFile = options.authorityFile, .report = report});
+  platform.pictureCodec = std::make_shared<pictures::Codec>();
   platform.device = std::make_shared<ScreenDevice>(options.idiom);
   return platform;
 }

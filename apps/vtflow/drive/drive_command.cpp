@@ -14,6 +14,7 @@
 #include "apps/vtflow/termination_signals.h"
 #include "platform/curl/curl_transport.h"
 #include "platform/loop/run_loop.h"
+#include "platform/pictures/codec.h"
 #include "platform/sqlite/sqlite_store.h"
 #include "veltrane/platform.h"
 #include "veltrane/toolkit/notification_center.h"
@@ -128,6 +129,7 @@ Platform Drive::allPorts() const {
   platform.storyboard = makeMainStoryboard();
   platform.settings = sqlite::open(options_.flow.store.value_or(folder_.path() / "settings.db"));
   platform.transport = transport_;
+  platform.pictureCodec = std::make_shared<pictures::Codec>();
   platform.device = std::make_shared<DescribedDevice>(options_.screen().scale, idiom);
   return platform;
 }
