@@ -33,11 +33,18 @@ class RunCommand : public DriverTest {
     words.front() = "run";
     return start(std::move(words));
   }
-  /// The first screen's picture, with these options.
+  /// A screen's picture, with these options. It has no field, whose caret would blink.
   std::string picture(const std::vector<std::string>& more) const {
-    auto words = more;
+    const json view = {
+        {"navTitle", {{"value", "Acme"}}},
+        {"screenComponentList",
+         {{"value", json::array({flows::component("toggleSwitch", "remember", true,
+                                                  {{"displayName", "Remember me"}})})}}}};
+    server().addFlow("switch", flows::file(flows::document({{"one", "ScreenTemplate1", view}})));
+    auto words = arguments("switch", more);
+    words.front() = "run";
     words.insert(words.end(), {"--pictures", path("pictures")});
-    EXPECT_EQ(startFlow(words)->waitForEnd(), 4);
+    EXPECT_EQ(start(words)->waitForEnd(), 4);
     std::ifstream file(path("pictures") + "/01-acme.png", std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
   }
