@@ -1,9 +1,11 @@
 // Process start to first screen: a host with a flow against a bare program of Qt Quick Controls,
 // taking turns. Both lie beside this program. usage: start_up_bench [ROUNDS]
 #include <fcntl.h>
+#include <netinet/in.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,7 +17,6 @@
 #include <string>
 #include <vector>
 
-#include "bench/document_generator.h"
 #include "tests/support/tls_test_server.h"
 
 namespace {
@@ -24,7 +25,22 @@ using veltrane::testing::TlsTestServer;
 using Arguments = std::vector<std::string>;
 
 constexpr int kPatience = 20'000;  // milliseconds
-constexpr const char* kStart = "/v1/auth/acme/flow/sign-in/start";
+constexpr const char* kStart = "/v1/auth/acme/flows/sign-in/start";
+/// The rows that the bare program has.
+constexpr const char* kSignIn = R"({
+  "id": "1", "companyId": "acme", "flowId": "sign-in", "interactionId": "2", "connectionId": "3",
+  "capabilityName": "customHTMLTemplate",
+  "screen": {
+    "properties": {"signIn": {"properties": {
+      "navTitle": {"value": "Sign in"}, "nextButtonText": {"value": "Continue"},
+      "screenComponentList": {"value": [
+        {"preferredControlType": "label", "value": "Sign in"},
+        {"preferredControlType": "textField", "propertyName": "user", "value": "",
+         "attributes": {"displayName": "User name", "placeholder": "User name"}},
+        {"preferredControlType": "toggleSwitch", "propertyName": "stay", "value": false,
+         "attributes": {"displayName": "Stay signed in"}}]},
+      "nextEvent": {"constructType": "vtEvent", "eventType": "post", "eventName": "continue"}}}},
+    "userViews": [{"screenTemplateName": "ScreenTemplate1", "screenConfigName": "signIn"}]}})";
 
 [[noreturn]] void stop(const std::string& why) {
   std::fprintf(stderr, "%s\n", why.c_str());
@@ -46,6 +62,19 @@ pid_t spawn(const Arguments& arguments, int output) {
   return child;
 }
 
+/// A port that takes connections and never says a word, so that no server works meanwhile.
+std::string silentAddress() {
+  static const int listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address{.sin_family = AF_INET, .sin_port = 0, .sin_addr = {htonl(INADDR_LOOPBACK)}};
+  socklen_t size = sizeof address;
+  auto* raw = reinterpret_cast<sockaddr*>(&address);
+  if (bind(listener, raw, size) != 0 || listen(listener, SOMAXCONN) != 0 ||
+      getsockname(listener, raw, &size) != 0) {
+    stop("No port");
+  }
+  return "https://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/v1";
+}
+
 /// Milliseconds from the start of a program until it says that its screen is there.
 double startUp(const Arguments& arguments) {
   int ends[2];
@@ -60,7 +89,7 @@ double startUp(const Arguments& arguments) {
   close(ends[0]);
   kill(child, SIGKILL);
   waitpid(child, nullptr, 0);
-  if (!told) stop(arguments[0] + " showed nothing.");
+  if (!told) stop(arguments[0] + " never showed " + arguments.back());
   return std::chrono::duration<double, std::milli>(end - start).count();
 }
 
@@ -84,19 +113,19 @@ int main(int argc, char** argv) {
   const auto beside = std::filesystem::read_symlink("/proc/self/exe").parent_path();
   const std::string host = beside / "flow_start", bareProgram = beside / "bare_controls";
   setenv("QT_QPA_PLATFORM", "offscreen", 0);
-  TlsTestServer silent, server;
-  silent.route(kStart, [](const auto&, auto& connection) { connection.waitForClose(); });
-  server.answer(kStart, 200, veltrane::bench::generateScreen(8).text);
+  TlsTestServer server;
+  const std::string answering = server.url("/v1"), silent = silentAddress();
+  server.answer(kStart, 200, kSignIn);
   std::string folder = std::filesystem::temp_directory_path() / "start-up-XXXXXX";
   if (!mkdtemp(folder.data())) stop("No temporary folder");
-  const auto until = [&](const char* screen, const TlsTestServer& at) -> Arguments {
-    return {host, at.url("/v1"), at.authorityFile(), folder + "/settings", screen};
+  const auto until = [&](const char* screen, const std::string& at) -> Arguments {
+    return {host, at, server.authorityFile(), folder + "/settings", screen};
   };
 
   std::vector<double> start, view, bare;
   for (int round = -2; round < rounds; ++round) {
     const double times[] = {startUp(until("StartFlowVC", silent)), startUp({bareProgram}),
-                            startUp(until("ScreenTemplate1VC", server))};
+                            startUp(until("ScreenTemplate1VC", answering))};
     if (round < 0) continue;  // files come into memory
     start.push_back(times[0]);
     bare.push_back(times[1]);

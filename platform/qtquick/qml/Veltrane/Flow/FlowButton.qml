@@ -1,5 +1,5 @@
 import QtQuick
-import QtQuick.Controls.Basic
+import QtQuick.Templates
 import Veltrane.Flow
 
 // A filled button that takes its whole width.
