@@ -144,6 +144,26 @@ test('a button that is held down survives a refresh', async () => {
   assert.equal((await flow.end()).exit, 0);
 });
 
+test('the second half of a double press does not answer the next request', async () => {
+  const context = await browser.newContext({ignoreHTTPSErrors: true});
+  contexts.push(context);
+  const page = await context.newPage();
+  await page.clock.install();
+  await page.goto(sandbox.approve);
+  run('push-approval', 'first');
+  await item(page, 'Sign in to first').waitFor();
+  const second = run('push-approval', 'second');
+  await item(page, 'Sign in to second').waitFor();
+  await page.clock.pauseAt(Date.now() + 3_600_000);
+  await button(page, 'Deny', 'Sign in to first').press('Enter');
+  await says(page, 'Denied: Sign in to first');
+  await page.keyboard.press('Enter');
+  await page.clock.runFor(600);
+  await button(page, 'Approve', 'Sign in to second').press('Enter');
+  await says(page, 'Approved: Sign in to second');
+  assert.equal((await second.end()).exit, 0);
+});
+
 test('a second answer is told that it came late', async () => {
   const quick = await openPage();
   const slow = await openPage();

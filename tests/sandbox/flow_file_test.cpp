@@ -46,6 +46,20 @@ TEST(FlowFile, saysWhatIsWrongAndWhere) {
       {R"({"start": [{"trouble": {"delayMs": -5}}]})", "trouble.delayMs: must be a whole number"},
       {R"({"start": [{"trouble": {"noAnswer": true, "garbage": true}}]})", "holds more than one"},
       {R"({"start": [{"trouble": {"noAnswer": true}, "answer": {}}]})", "no place for an answer"},
+      {R"({"start": {"a": "${challenge:x}"}})", "start: unknown placeholder ${challenge:x}"},
+      {R"({"start": {"a": "${picture:x.png}"}})", "start: unknown placeholder ${picture:x.png}"},
+      {R"({"start": {"a": "${qr:x}"}})", "start: unknown placeholder ${qr:x}"},
+      {R"({"start": {"a": "${qr:x}"}, "qrCodes": {"x": ""}})", "start: no QR code can hold"},
+      {R"({"start": {}, "challenges": {"x": {}}})", "challenges.x: has no \"for\""},
+      {R"({"start": [{"answer": {}, "challenges": {"x": "approved"}}]})", "no challenge of this"},
+      {R"({"start": [{"answer": {}, "challenges": {"x": "yes"}}],
+           "challenges": {"x": {"for": "y"}}})",
+       "start[0].challenges.x: must be inProgress, approved, denied or expired"},
+      {R"({"start": {}, "challenges": {"x": {"for": "y", "answersItself": {"answer": "yes",
+           "afterMs": 1}}}})",
+       "answersItself.answer: must be approved or denied"},
+      {R"({"start": {}, "challenges": {"x": {"for": "y", "status": [{"status": 503}]}}})",
+       "challenges.x.status[0]: has no answer"},
       {R"({"start": {}, "demo": [{"press": 1}]})", "demo[0]: has no \"do\""},
       {R"({"start": {}, "look": {"rtl": true}})", "look: unknown key \"rtl\""},
       {R"({"start": {}, "look": {"dark": 1}})", "look.dark: must be true or false"},
@@ -111,10 +125,11 @@ TEST_F(FlowsTest, allShippedFlowsAreServed) {
   server.reset();
   start({.flowsFolder = shippedFlowsFolder()});
   const auto ids = server->flowIds();
-  EXPECT_THAT(ids, testing::IsSupersetOf({"every-control", "two-step-sign-in", "next-user-view",
-                                          "on-load-rows", "error-answer", "no-screen-session",
-                                          "new-flow", "unsupported-screen", "phone-screen",
-                                          "right-to-left", "themed-dark"}));
+  EXPECT_THAT(ids, testing::IsSupersetOf(
+                       {"every-control", "two-step-sign-in", "next-user-view", "on-load-rows",
+                        "error-answer", "no-screen-session", "new-flow", "unsupported-screen",
+                        "phone-screen", "right-to-left", "themed-dark", "method-list",
+                        "push-approval", "qr-code", "pictures", "slow-picture", "broken-picture"}));
   for (const std::string& id : ids) {
     const auto answer = send(startOf(id));
     EXPECT_EQ(answer->status, 200) << id;

@@ -3,12 +3,20 @@
 'use strict';
 
 const every = 1000;
+// The second half of a double tap must not answer the request that has just moved under it.
+const settling = 500;
 const list = document.getElementById('challenges');
 const nothing = document.getElementById('nothing');
 const message = document.getElementById('message');
 const announcement = document.getElementById('announcement');
 let answering = 0;
 let unreachable = false;
+let movedAt = -settling;
+
+function remove(item) {
+  movedAt = performance.now();
+  item.remove();
+}
 
 function say(text, isProblem) {
   if (message.textContent !== text) message.textContent = text;
@@ -23,7 +31,7 @@ function isInUse(item) {
 // One that has ended while somebody is at its buttons stays until they let go of it.
 function retire(item) {
   if (!isInUse(item)) {
-    item.remove();
+    remove(item);
   } else if (!item.dataset.ended) {
     item.dataset.ended = 'yes';
     item.querySelector('.facts').textContent = 'No longer open';
@@ -85,7 +93,7 @@ async function keepRefreshing() {
 function moveOn(item) {
   const next = item.nextElementSibling || item.previousElementSibling;
   const hadFocus = item.contains(document.activeElement);
-  item.remove();
+  remove(item);
   if (!hadFocus) return;
   const target = next ? next.querySelector('button') : document.querySelector('h1');
   target.focus({preventScroll: true});
@@ -117,7 +125,8 @@ async function answer(form, button) {
 
 list.addEventListener('submit', (event) => {
   event.preventDefault();
-  if (event.submitter) answer(event.target, event.submitter);
+  const settled = performance.now() - movedAt >= settling;
+  if (event.submitter && settled) answer(event.target, event.submitter);
 });
 list.addEventListener('focusout', () => setTimeout(() => {
   for (const item of [...list.children]) {

@@ -58,14 +58,13 @@ std::string age(const Challenge& challenge) {
 
 std::string button(const Challenge& challenge, const std::string& answer, const std::string& word) {
   return "<button type=\"submit\" name=\"answer\" value=\"" + answer + "\" class=\"" + answer +
-         "\" aria-label=\"" + word + ": " + escaped(challenge.purpose) + "\">" + word +
-         "</button>";
+         "\" aria-label=\"" + word + ": " + escaped(challenge.purpose) + "\">" + word + "</button>";
 }
 
 std::string item(const Challenge& challenge) {
   return "<li id=\"challenge-" + challenge.id + "\" class=\"challenge\">\n<h2>" +
-         escaped(challenge.purpose) + "</h2>\n<p class=\"facts\">" + escaped(challenge.companyId) +
-         " · since " + since(challenge) + " · <span class=\"age\">" + age(challenge) +
+         escaped(challenge.purpose) + "</h2>\n<p class=\"facts\">Since " + since(challenge) +
+         " · <span class=\"age\">" + age(challenge) +
          "</span></p>\n<form method=\"post\" action=\"/approve/" + challenge.id +
          "\">\n<input type=\"hidden\" name=\"token\" value=\"" + challenge.token + "\">\n" +
          button(challenge, "deny", "Deny") + "\n" + button(challenge, "approve", "Approve") +
@@ -105,7 +104,8 @@ std::string pageHtml(const std::vector<Challenge>& open, const PageMessage& mess
 }
 
 std::string refusalHtml(const std::string& reason) {
-  return head("Refused", false) + "<body>\n<main>\n<h1>Refused</h1>\n<p id=\"message\">" +
+  return head("Refused", false) +
+         "<body>\n<main>\n<h1>Refused</h1>\n<p id=\"message\" class=\"problem\">" +
          escaped(reason) +
          "</p>\n<p><a href=\"/approve\">Go to the open requests</a></p>\n</main>\n</body>\n"
          "</html>\n";
