@@ -152,8 +152,13 @@ QString ToggleSwitchCell::caption() const {
 QColor ToggleSwitchCell::captionColor() const {
   return textColor(row().label);
 }
-QColor ToggleSwitchCell::tint() const {
+QColor ToggleSwitchCell::track() const {
+  if (!isOn()) return palette().outline;
   return either(row().toggleSwitch.onTintColor, palette().accent);
+}
+QColor ToggleSwitchCell::knob() const {
+  constexpr double kTellsApart = 3;
+  return contrast(Qt::white, track()) >= kTellsApart ? QColor(Qt::white) : QColor("#0A1526");
 }
 bool ToggleSwitchCell::isOn() const {
   return row().toggleSwitch.isOn;

@@ -154,14 +154,17 @@ class ToggleSwitchCell : public veltrane::qtquick::Cell {
   QML_UNCREATABLE("Rows come from the screen")
   Q_PROPERTY(QString caption READ caption NOTIFY changed)
   Q_PROPERTY(QColor captionColor READ captionColor NOTIFY changed)
-  Q_PROPERTY(QColor tint READ tint NOTIFY changed)
+  /// Of the switch as it stands: its body, and the knob that can be told from it.
+  Q_PROPERTY(QColor track READ track NOTIFY changed)
+  Q_PROPERTY(QColor knob READ knob NOTIFY changed)
   Q_PROPERTY(bool on READ isOn NOTIFY changed)
 
  public:
   using Cell::Cell;
   QString caption() const;
   QColor captionColor() const;
-  QColor tint() const;
+  QColor track() const;
+  QColor knob() const;
   bool isOn() const;
   Q_INVOKABLE void toggle();
 

@@ -221,6 +221,23 @@ TEST_F(Look, ThemeAndDocumentColoursAreDrawnAsTheyAre) {
   EXPECT_EQ(colours, (std::vector<QColor>{"#aa0000", "#f0e0d0"}));
 }
 
+TEST_F(Look, ASwitchShowsWhereItsKnobIs) {
+  openForm({toggle("keep")});
+  for (const bool dark : {false, true}) {
+    stage().setDark(dark);
+    for (int turn = 0; turn < 2; ++turn) {
+      click(control("keep"));
+      const QQuickItem* knob = item("knob");
+      const auto colour = [](const QQuickItem* of) {
+        return of->property("color").value<QColor>();
+      };
+      const auto track = colour(knob->parentItem());
+      EXPECT_GE(contrast(colour(knob), track), 3) << dark;
+      EXPECT_GE(contrast(track, screen()->palette().background), 3) << dark;
+    }
+  }
+}
+
 TEST_F(Look, TheFocusIsSeenWithAKeyboardAndNotAfterAClick) {
   openForm({toggle("keep"), toggle("more")});
   const auto ringSeen = [&](QQuickItem* control) {

@@ -50,7 +50,7 @@ FlowRow {
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
             antialiasing: true
-            color: row.cell.on ? row.cell.tint : row.screen.palette.outline
+            color: row.cell.track
             height: 30
             radius: 15
             width: 50
@@ -68,7 +68,8 @@ FlowRow {
                 antialiasing: true
                 border.color: "#33000000"
                 border.width: 1
-                color: "white"
+                color: row.cell.knob
+                objectName: "knob"
                 height: 26
                 radius: 13
                 width: 26
