@@ -14,36 +14,12 @@
 namespace veltrane {
 namespace {
 
-bool reads(const JSON& option, std::string_view text) {
-  switch (option.kind()) {
-    case JSON::Kind::text:
-      return option.text() == text;
-    case JSON::Kind::integer:
-    case JSON::Kind::real:
-      return option.shortestDecimal() == text;
-    case JSON::Kind::boolean:
-      return text == (option.boolean() == true ? "true" : "false");
-    default:
-      return false;
-  }
-}
-
-/// A dropdown shows a value as its choice only if it offers it.
-bool offers(const JSON& options, std::string_view choice) {
-  for (std::size_t i = 0; i < options.size(); ++i) {
-    if (reads(options[i], choice)) return true;
-  }
-  return false;
-}
-
 /// What a row tells by itself, seen or not: a switch its position, a dropdown its saved choice.
 std::optional<JSON> untouchedValue(CellType type, const JSON& value,
                                    const std::optional<JSON>& props) {
   if (type == CellType::toggleSwitch) return value.boolean().value_or(false);
-  if (type != CellType::dropdown || !props) return std::nullopt;
-  const auto choice = value.text().value_or("");
-  if (choice.empty() || !offers((*props)["options"], choice)) return std::nullopt;
-  return value;
+  const bool isChosen = type == CellType::dropdown && DropdownTableViewCell::offers(props, value);
+  return isChosen ? std::optional(value) : std::nullopt;
 }
 
 /// The cell as the class that is registered for its row's type.

@@ -1,7 +1,5 @@
 #include "veltrane/ui/cells/dropdown_table_view_cell.h"
 
-#include <algorithm>
-
 #include "veltrane/toolkit/alert_controller.h"
 
 namespace veltrane {
@@ -38,15 +36,22 @@ DropdownTableViewCell::DropdownTableViewCell() {
   dropdownValueButton.borderColor = Color::fromHex("#cccccc");
 }
 
+bool DropdownTableViewCell::offers(const std::optional<JSON>& props, const JSON& value) {
+  const auto choice = value.text().value_or("");
+  if (!props || choice.empty()) return false;
+  const JSON options = (*props)["options"];
+  for (std::size_t i = 0; i < options.size(); ++i) {
+    if (optionTitle(options[i]) == choice) return true;
+  }
+  return false;
+}
+
 void DropdownTableViewCell::configure(const JSON& value, const std::optional<JSON>& props) {
   configureCaption(dropdownLabel, props);
   displayName = dropdownLabel.text.value_or("");
   dropdownValueButton.title = "Select " + displayName;
   options = props ? optionTitles((*props)["options"]) : std::vector<std::string>();
-  const auto chosen = value.textValue();
-  if (!chosen.empty() && std::find(options.begin(), options.end(), chosen) != options.end()) {
-    choose(chosen);
-  }
+  if (offers(props, value)) choose(value.textValue());
   changed();
 }
 

@@ -31,6 +31,9 @@ class DropdownTableViewCell final : public BaseCell {
   std::optional<IndexPath> indexPath;
   std::weak_ptr<ViewController> fromViewConroller;
 
+  /// Whether `value` is a text that is one of the choices, so that a dropdown shows it as chosen.
+  static bool offers(const std::optional<JSON>& props, const JSON& value);
+
   void configure(const JSON& value, const std::optional<JSON>& props);
   /// The user presses the button: presents an action sheet with the options and "Dismiss".
   void dropdownButtonPressed();
