@@ -66,7 +66,7 @@ std::optional<std::string> Codec::encodePNG(const Picture& picture) const try {
 PicturePtr Codec::resize(const Picture& picture, PixelSize size, ResizeFramework framework) const
     try {
   if (!isSound(picture) || !isScalable(picture.size) || !isScalable(size)) return nullptr;
-  const auto result = std::make_shared<Picture>(blank(size));
+  const auto result = std::make_shared<Picture>(unwritten(size));
   if (!scale(picture, *result, framework)) return nullptr;
   result->isOpaque = picture.isOpaque || hasOnlyOpaquePixels(*result);
   return result;

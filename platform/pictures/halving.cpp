@@ -21,7 +21,7 @@ Picture halved(const Picture& from, bool columns, bool rows) {
   const int across = columns ? 2 : 1;
   const int down = rows ? 2 : 1;
   const PixelSize last{from.size.width - 1, from.size.height - 1};
-  Picture result = blank({last.width / across + 1, last.height / down + 1});
+  Picture result = unwritten({last.width / across + 1, last.height / down + 1});
   result.isOpaque = from.isOpaque;
   for (int y = 0; y < result.size.height; ++y) {
     const std::uint8_t* upper = row(from, y * down);

@@ -145,8 +145,9 @@ std::optional<Decoded> decodeJPEG(std::string_view bytes) {
   PixelSize size;
   if (!reader.readHeader(size)) return std::nullopt;
   // Read now: the library forgets its markers when it is done.
-  Decoded decoded{
-      .picture = blank(size), .isPremultiplied = true, .orientation = orientationOf(reader.exif())};
+  Decoded decoded{.picture = unwritten(size),
+                  .isPremultiplied = true,
+                  .orientation = orientationOf(reader.exif())};
   if (!reader.readRows(decoded.picture)) return std::nullopt;
   return decoded;
 }

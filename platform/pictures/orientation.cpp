@@ -72,7 +72,7 @@ Picture turned(Picture picture, Orientation orientation) {
   const bool swaps = orientation >= Orientation::transposed;
   const PixelSize size = swaps ? PixelSize{picture.size.height, picture.size.width} : picture.size;
   const Walk way = walk(picture.size, orientation);
-  Picture result = blank(size);
+  Picture result = unwritten(size);
   result.isOpaque = picture.isOpaque;
   for (int y = 0; y < size.height; ++y) {
     std::uint8_t* to = row(result, y);

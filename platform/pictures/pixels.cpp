@@ -4,8 +4,14 @@
 
 namespace veltrane::pictures {
 
-Picture blank(PixelSize size) {
+Picture unwritten(PixelSize size) {
   return {.size = size, .pixels = decltype(Picture::pixels)(byteCount(size)), .isOpaque = false};
+}
+
+Picture blank(PixelSize size) {
+  Picture picture = unwritten(size);
+  std::fill(picture.pixels.begin(), picture.pixels.end(), std::uint8_t{0});
+  return picture;
 }
 
 bool isSound(const Picture& picture) {

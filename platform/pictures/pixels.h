@@ -31,7 +31,9 @@ constexpr std::uint8_t scaled(unsigned value, unsigned factor) {
   return static_cast<std::uint8_t>((product + (product >> 8)) >> 8);
 }
 
-/// A picture of that size, all transparent. The size must be bearable.
+/// A picture of that size, which must be bearable, for pixels that are about to be written.
+Picture unwritten(PixelSize size);
+/// The same, all transparent.
 Picture blank(PixelSize size);
 /// Whether size and pixels fit each other, and somebody's memory.
 bool isSound(const Picture& picture);

@@ -109,7 +109,7 @@ std::optional<Decoded> decodePNG(std::string_view bytes) {
   Reader reader(bytes);
   PixelSize size;
   if (!reader.readHeader(size)) return std::nullopt;
-  Decoded decoded{.picture = blank(size)};
+  Decoded decoded{.picture = unwritten(size)};
   if (!reader.readRows(decoded.picture)) return std::nullopt;
   decoded.orientation = orientationOf(reader.exif());
   return decoded;

@@ -65,7 +65,7 @@ std::optional<Decoded> decodeWebP(std::string_view bytes) {
   if (WebPGetFeatures(data(bytes), bytes.size(), &features) != VP8_STATUS_OK) return std::nullopt;
   const PixelSize size{features.width, features.height};
   if (!isBearable(size)) return std::nullopt;
-  Decoded decoded{.picture = blank(size), .isPremultiplied = true};
+  Decoded decoded{.picture = unwritten(size), .isPremultiplied = true};
   const bool done = features.has_animation ? decodeFirstFrame(bytes, decoded.picture)
                                            : decodeStill(bytes, decoded.picture);
   if (!done) return std::nullopt;

@@ -47,7 +47,7 @@ TEST(Decode, TurnsAPictureUprightAsItsMetadataAsks) {
 
 TEST(Decode, PremultipliesColours) {
   const Picture straight{.size = {2, 1}, .pixels = {200, 100, 50, 128, 255, 255, 255, 0}};
-  const std::vector<std::uint8_t> expected = {100, 50, 25, 128, 0, 0, 0, 0};
+  const decltype(Picture::pixels) expected = {100, 50, 25, 128, 0, 0, 0, 0};
   EXPECT_EQ(Codec().decode(asPNG(straight))->pixels, expected);
   const auto webp = Codec().decode(asWebP(straight));
   ASSERT_TRUE(webp);

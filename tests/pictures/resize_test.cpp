@@ -31,9 +31,13 @@ TEST_P(Resize, GivesExactlyTheSizeAndKeepsAFlatColour) {
         EXPECT_EQ(result->size, to);
         EXPECT_EQ(result->isOpaque, color[3] == 255);
         ASSERT_EQ(result->pixels.size(), std::size_t(to.width) * to.height * 4);
+        const auto alpha = [&](std::size_t i) { return result->pixels[i + 3]; };
         int worst = 0;
         for (std::size_t i = 0; i < result->pixels.size(); ++i) {
           worst = std::max(worst, std::abs(result->pixels[i] - color[i % 4]));
+          if (i % 4 == 0 && color[3] == 255) {
+            ASSERT_EQ(alpha(i), 255);
+          }
         }
         EXPECT_LE(worst, 2) << from.width << 'x' << from.height << " to " << to.width << 'x'
                             << to.height;
