@@ -112,7 +112,7 @@ class ImageDownloads::State : public std::enable_shared_from_this<State> {
           std::optional<VeltraneFlowError> error;
           if (!picture)
             error = VeltraneFlowError::veltraneError("Can not convert data to UIImage.");
-          self->finish(url, transfer, std::move(picture), std::move(error));
+          self->finish(url, transfer, std::move(picture), error);
         });
   }
 
