@@ -228,7 +228,7 @@ constexpr Scaler kScalers[] = {
     {"coreGraphics", ResizeFramework::coreGraphics, "zimg_bicubic", bareBicubic},
     {"coreImage", ResizeFramework::coreImage, "zimg_lanczos", bareLanczos},
     {"imageIO", ResizeFramework::imageIO, "zimg_triangle", bareTriangle},
-    {"accelerate", ResizeFramework::accelerate, "libyuv", bareLibyuv},
+    {"accelerate", ResizeFramework::accelerate, "pixman", barePixman},
     {"uikit", ResizeFramework::uikit, "pixman", barePixman},
 };
 
@@ -241,6 +241,8 @@ void printQualities() {
     printQuality(scaler.name, *Codec().resize(original(), kTo, scaler.framework));
   }
   Picture to = target();
+  bareLibyuv(to);
+  printQuality("libyuv", to);
   const std::pair<const char*, int> filters[] = {{"OpenCV INTER_AREA", cv::INTER_AREA},
                                                  {"OpenCV INTER_LINEAR", cv::INTER_LINEAR}};
   for (const auto& [name, filter] : filters) {
@@ -262,10 +264,13 @@ int main(int argc, char** argv) {
   benchmark::RegisterBenchmark("libpng", encodeWithLibpng);
   for (const Scaler& scaler : kScalers) {
     benchmark::RegisterBenchmark(scaler.name, ours, scaler.framework);
-    benchmark::RegisterBenchmark(scaler.bareName, theirs, scaler.bare);
+    if (scaler.framework != ResizeFramework::uikit) {  // which has a library with another
+      benchmark::RegisterBenchmark(scaler.bareName, theirs, scaler.bare);
+    }
     pairs.push_back({std::string(scaler.name) + " / bare " + scaler.bareName, scaler.name,
                      scaler.bareName, 1.05});
   }
+  benchmark::RegisterBenchmark("libyuv", theirs, bareLibyuv);
   printQualities();
   return veltrane::bench::runPairs(argc, argv, std::move(pairs));
 }

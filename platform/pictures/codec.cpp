@@ -35,6 +35,7 @@ bool isScalable(PixelSize size) {
 bool scale(const Picture& from, Picture& to, ResizeFramework framework) {
   switch (framework) {
     case ResizeFramework::uikit:
+    case ResizeFramework::accelerate:
       return scaleWithPixman(from, to);
     case ResizeFramework::coreImage:
       return scaleWithZimg(from, to, Filter::lanczos);
@@ -42,8 +43,6 @@ bool scale(const Picture& from, Picture& to, ResizeFramework framework) {
       return scaleWithZimg(from, to, Filter::bicubic);
     case ResizeFramework::imageIO:
       return scaleWithZimg(from, to, Filter::triangle);
-    case ResizeFramework::accelerate:
-      return scaleWithLibyuv(from, to);
   }
   return false;
 }

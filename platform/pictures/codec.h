@@ -4,7 +4,7 @@
 
 namespace veltrane::pictures {
 
-/// PNG, JPEG, WebP and GIF by their own libraries, scaling by zimg, libyuv and pixman
+/// PNG, JPEG, WebP and GIF by their own libraries, scaling by zimg and pixman
 /// (docs/pictures.md says which does what, and why). Has no state, so threads may share one.
 ///
 /// Not decoded, whatever their format: sides of more than a million pixels, animations beyond their

@@ -6,7 +6,7 @@
 
 namespace veltrane::pictures {
 
-/// Close above this libyuv and pixman draw nothing, and zimg's tables grow without measure.
+/// Close above this pixman draws nothing, and zimg's tables grow without measure.
 constexpr int kMaxScaledSide = 32000;
 
 enum class Filter : std::uint8_t {
@@ -18,7 +18,6 @@ enum class Filter : std::uint8_t {
 /// Each fills `to`, whose size and pixels are set, from the sound picture `from`; false when it
 /// cannot. Colours never exceed their alpha, and what is opaque stays so.
 bool scaleWithZimg(const Picture& from, Picture& to, Filter filter);
-bool scaleWithLibyuv(const Picture& from, Picture& to);
 bool scaleWithPixman(const Picture& from, Picture& to);
 
 }  // namespace veltrane::pictures

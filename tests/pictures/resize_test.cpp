@@ -39,7 +39,7 @@ TEST_P(Resize, GivesExactlyTheSizeAndKeepsAFlatColour) {
             ASSERT_EQ(alpha(i), 255);
           }
         }
-        EXPECT_LE(worst, 2) << from.width << 'x' << from.height << " to " << to.width << 'x'
+        EXPECT_LE(worst, 1) << from.width << 'x' << from.height << " to " << to.width << 'x'
                             << to.height;
       }
     }
@@ -107,8 +107,8 @@ TEST_P(Resize, SurvivesExtremeProportions) {
     for (const Picture& picture : {wide, tall}) {
       const PicturePtr result = resized(picture, size);
       ASSERT_TRUE(result) << size.width << 'x' << size.height;
-      EXPECT_NEAR(result->pixels.front(), 10, 2);
-      EXPECT_NEAR(result->pixels[result->pixels.size() - 2], 30, 2);
+      EXPECT_NEAR(result->pixels.front(), 10, 1);
+      EXPECT_NEAR(result->pixels[result->pixels.size() - 2], 30, 1);
     }
   }
 }
