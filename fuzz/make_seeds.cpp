@@ -50,6 +50,7 @@ int main(int argc, char** argv) {
     }
     const std::string name = std::filesystem::path(argv[i]).stem();
     write(folder / "document_rows" / (name + ".json"), flow.value["start"]);
+    write(folder / "method_list" / (name + ".json"), flow.value["start"]);
     int count = 0;
     writeAnswers(flow.value, folder, name, count);
   }

@@ -9,7 +9,8 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 build=${2:-$root/build/fuzz}
 
 cmake -S "$root" --preset fuzz -B "$build" >"$build.log" 2>&1 || { cat "$build.log"; exit 1; }
-cmake --build "$build" --target fuzz_document_rows fuzz_error_body fuzz_base64_picture
+targets='document_rows error_body method_list base64_picture'
+cmake --build "$build" --target $(printf 'fuzz_%s ' $targets)
 
 work=$(mktemp -d)
 # The seeds that are made of the sandbox's flows are of no use to all.
@@ -17,19 +18,14 @@ fuzz() {
   mkdir -p "$work/$1" "$build/fuzz/seeds/$1"
   "$build/fuzz/fuzz_$1" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=1024 -max_len=65536 \
     -dict="$root/fuzz/flow.dict" -print_final_stats=1 -artifact_prefix="$work/$1-" \
-    "$work/$1" "$root/fuzz/seeds/$1" "$build/fuzz/seeds/$1" >"$work/$1.log" 2>&1
+    "$work/$1" "$root/fuzz/seeds/$1" "$build/fuzz/seeds/$1" >"$work/$1.log" 2>&1 ||
+    : >"$work/$1.failed"
 }
-fuzz document_rows &
-first=$!
-fuzz error_body &
-second=$!
-fuzz base64_picture &
-third=$!
+for name in $targets; do fuzz "$name" & done
+wait
 failed=0
-wait $first || failed=1
-wait $second || failed=1
-wait $third || failed=1
-for name in document_rows error_body base64_picture; do
+for name in $targets; do
+  [ ! -e "$work/$name.failed" ] || failed=1
   echo "== $name"
   grep -E 'stat::|ERROR|SUMMARY|runtime error' "$work/$name.log" || tail -n 20 "$work/$name.log"
 done
