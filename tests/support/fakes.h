@@ -214,10 +214,8 @@ class FakeCodec final : public PictureCodec {
 
  private:
   static PicturePtr makePicture(PixelSize size) {
-    Picture picture{size, {}, true};
-    picture.pixels.resize(static_cast<std::size_t>(size.width) * size.height *
-                          Picture::kBytesAPixel);
-    return std::make_shared<Picture>(std::move(picture));
+    const auto bytes = static_cast<std::size_t>(size.width) * size.height * Picture::kBytesAPixel;
+    return std::make_shared<Picture>(Picture{size, Pixels(bytes, 0xFF), true});
   }
 };
 

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
+#include <utility>
 #include <vector>
 
 namespace veltrane {
@@ -14,11 +16,31 @@ struct PixelSize {
   friend bool operator==(const PixelSize&, const PixelSize&) = default;
 };
 
+/// Memory whose elements are left as they are until something is written to them: whoever makes a
+/// picture fills it, and filling it twice shows.
+template <typename T>
+struct UnwrittenAllocator : std::allocator<T> {
+  template <typename U>
+  struct rebind {
+    using other = UnwrittenAllocator<U>;
+  };
+  template <typename U, typename... Arguments>
+  void construct(U* at, Arguments&&... arguments) {
+    if constexpr (sizeof...(Arguments) == 0) {
+      ::new (static_cast<void*>(at)) U;
+    } else {
+      ::new (static_cast<void*>(at)) U(std::forward<Arguments>(arguments)...);
+    }
+  }
+};
+
+using Pixels = std::vector<std::uint8_t, UnwrittenAllocator<std::uint8_t>>;
+
 /// A decoded picture, upright. Four bytes a pixel (red, green, blue, alpha; colours premultiplied
 /// with alpha), rows from top to bottom without gaps.
 struct Picture {
   PixelSize size;
-  std::vector<std::uint8_t> pixels;
+  Pixels pixels;
   /// Every alpha is 255.
   bool isOpaque = false;
 
