@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <mutex>
-#include <stdexcept>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -66,20 +66,18 @@ Workers& workers() {
   return *all;
 }
 
-void startLibrary() {
-  static const bool started = [] {
-    if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) return false;
-    // After the library's own, so that it is called before them.
-    return std::atexit([] { workers().endAll(); }) == 0;
-  }();
-  if (!started) throw std::runtime_error("libcurl could not be started");
+void endAllAtExit() {
+  if (std::atexit([] { workers().endAll(); }) != 0) throw std::bad_alloc();
 }
 
 }  // namespace
 
 CurlTransport::CurlTransport(Options options) {
-  startLibrary();
-  worker_ = Worker::start(options);
+  // Once for a program that ends while libcurl is being loaded, and once, by the worker, after the
+  // library's own, so that it is called before them.
+  static const bool registered = (endAllAtExit(), true);
+  (void)registered;
+  worker_ = Worker::start(std::move(options), &endAllAtExit);
   workers().add(worker_);
 }
 

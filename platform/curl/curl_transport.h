@@ -39,6 +39,9 @@ struct Options {
 /// 256 KiB of response headers fail too. A request whose headers could not be sent as they are
 /// (control characters) fails without being sent.
 ///
+/// libcurl is loaded by that thread, beside whatever the program does meanwhile. Where it cannot be
+/// had, every request ends without a response and `report` is told why.
+///
 /// Completions run on the transport's thread, one at a time: a slow one delays all others.
 /// Dropping the transport ends what is under way in silence, as dropping every handle would, and
 /// waits for a completion that is running; it may be done inside a completion, which then runs on.
@@ -59,7 +62,7 @@ class CurlTransport final : public HTTPTransport {
   std::shared_ptr<Worker> worker_;
 };
 
-/// A transport and its thread. Throws std::runtime_error when libcurl cannot be started.
+/// A transport and its thread.
 std::shared_ptr<CurlTransport> make(Options options = {});
 
 }  // namespace veltrane::curl

@@ -72,7 +72,7 @@ bool Exchange::follows(Engine& engine, long status, const std::string& location)
 std::string Exchange::failureLine() const {
   if (failure_.empty() || state_ != HTTPTaskState::running) return {};
   // The path and the query are the caller's own business.
-  const auto origin = originOf(request_.url);
+  const auto origin = isLoaded() ? originOf(request_.url) : std::nullopt;
   const auto where =
       origin ? " from " + origin->scheme + "://" + origin->host + ":" + origin->port : "";
   return "No response" + where + ": " + failure_;

@@ -32,6 +32,8 @@ class Exchange final : public HTTPTask {
 
   /// False when the request may not be sent.
   bool start(Engine& engine);
+  /// Instead of `start`, when nothing can be sent at all.
+  void refuse(std::string why) { failure_ = std::move(why); }
   /// True when the finished transfer was a redirect and the next hop is under way. Otherwise
   /// `response` holds what there is to deliver.
   bool goesOn(Engine& engine, CURLcode result, std::optional<HTTPResponse>& response);

@@ -1,48 +1,43 @@
 #include "platform/curl/farewell.h"
 
-#include <openssl/ssl.h>
-
-#include <string_view>
-
 namespace veltrane::curl {
 namespace {
 
-bool usesOpenSSL() {
-  const char* backend = curl_version_info(CURLVERSION_NOW)->ssl_version;
-  return backend && std::string_view(backend).starts_with("OpenSSL/");
-}
+// What the macros of OpenSSL call "app data".
+constexpr int kAppData = 0;
 
 /// Whether the body lasted until the stream ended, for want of any other mark.
 bool endsWithTheStream(CURL* easy) {
   long status = 0;
   curl_off_t length = -1;
-  curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
-  curl_easy_getinfo(easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+  api().easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
+  api().easy_getinfo(easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
   curl_header* encoding = nullptr;
   const bool chunked =
-      curl_easy_header(easy, "Transfer-Encoding", 0, CURLH_HEADER, -1, &encoding) == CURLHE_OK;
+      api().easy_header(easy, "Transfer-Encoding", 0, CURLH_HEADER, -1, &encoding) == CURLHE_OK;
   return length < 0 && !chunked && status != 204 && status != 304;
 }
 
 }  // namespace
 
 void Farewell::watch(CURL* easy) {
-  if (!usesOpenSSL()) return;
-  curl_easy_setopt(easy, CURLOPT_SSL_CTX_FUNCTION, &Farewell::onContext);
-  curl_easy_setopt(easy, CURLOPT_SSL_CTX_DATA, this);
+  if (!openssl()) return;
+  api().easy_setopt(easy, CURLOPT_SSL_CTX_FUNCTION, &Farewell::onContext);
+  api().easy_setopt(easy, CURLOPT_SSL_CTX_DATA, this);
 }
 
 CURLcode Farewell::onContext(CURL*, void* context, void* self) {
   auto* const farewell = static_cast<Farewell*>(self);
   auto* const tls = static_cast<SSL_CTX*>(context);
   farewell->detach();
-  SSL_CTX_up_ref(tls);
+  openssl()->CTX_up_ref(tls);
   farewell->context_ = tls;
-  SSL_CTX_set_app_data(tls, farewell);
-  SSL_CTX_set_info_callback(tls, [](const SSL* stream, int event, int alert) {
+  openssl()->CTX_set_ex_data(tls, kAppData, farewell);
+  openssl()->CTX_set_info_callback(tls, [](const SSL* stream, int event, int alert) {
     constexpr int kDescription = 0xff;
     if (event != SSL_CB_READ_ALERT || (alert & kDescription) != SSL_AD_CLOSE_NOTIFY) return;
-    auto* const owner = static_cast<Farewell*>(SSL_CTX_get_app_data(SSL_get_SSL_CTX(stream)));
+    auto* const owner = static_cast<Farewell*>(
+        openssl()->CTX_get_ex_data(openssl()->get_SSL_CTX(stream), kAppData));
     if (owner) owner->received_ = true;
   });
   return CURLE_OK;
@@ -51,8 +46,8 @@ CURLcode Farewell::onContext(CURL*, void* context, void* self) {
 // libcurl may keep the stream for longer than the transfer, to say goodbye.
 void Farewell::detach() {
   if (!context_) return;
-  SSL_CTX_set_app_data(context_, nullptr);
-  SSL_CTX_free(context_);
+  openssl()->CTX_set_ex_data(context_, kAppData, nullptr);
+  openssl()->CTX_free(context_);
   context_ = nullptr;
 }
 

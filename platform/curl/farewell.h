@@ -1,8 +1,6 @@
 #pragma once
 
-#include <curl/curl.h>
-
-struct ssl_ctx_st;
+#include "platform/curl/libcurl.h"
 
 namespace veltrane::curl {
 
@@ -27,7 +25,7 @@ class Farewell {
 
   void detach();
 
-  ssl_ctx_st* context_ = nullptr;
+  SSL_CTX* context_ = nullptr;
   bool received_ = false;
 };
 

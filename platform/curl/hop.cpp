@@ -1,10 +1,11 @@
 #include "platform/curl/hop.h"
 
 #include <arpa/inet.h>
-#include <curl/curl.h>
 
 #include <algorithm>
 #include <memory>
+
+#include "platform/curl/libcurl.h"
 
 namespace veltrane::curl {
 namespace {
@@ -20,8 +21,8 @@ std::string lowered(std::string text) {
 
 std::string urlPart(CURLU* url, CURLUPart part, unsigned flags = 0) {
   char* text = nullptr;
-  if (curl_url_get(url, part, &text, flags) != CURLUE_OK) return {};
-  const std::unique_ptr<char, decltype(&curl_free)> owner(text, &curl_free);
+  if (api().url_get(url, part, &text, flags) != CURLUE_OK) return {};
+  const std::unique_ptr<char, decltype(api().free)> owner(text, api().free);
   return lowered(text);
 }
 
@@ -57,8 +58,8 @@ bool Origin::isLoopback() const {
 }
 
 std::optional<Origin> originOf(const std::string& url) {
-  const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> parsed(curl_url(), &curl_url_cleanup);
-  if (!parsed || curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) != CURLUE_OK) return {};
+  const std::unique_ptr<CURLU, decltype(api().url_cleanup)> parsed(api().url(), api().url_cleanup);
+  if (!parsed || api().url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) != CURLUE_OK) return {};
   return Origin{urlPart(parsed.get(), CURLUPART_SCHEME), urlPart(parsed.get(), CURLUPART_HOST),
                 urlPart(parsed.get(), CURLUPART_PORT, CURLU_DEFAULT_PORT)};
 }

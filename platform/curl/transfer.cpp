@@ -28,63 +28,63 @@ std::string printable(std::string text) {
 }  // namespace
 
 Engine::Engine(const Options& options)
-    : share(curl_share_init()), multi(curl_multi_init()), trust(options) {
+    : share(api().share_init()), multi(api().multi_init()), trust(options) {
   if (!share || !multi) throw std::runtime_error("libcurl could not be started");
-  curl_share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
-  curl_share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_DNS);
+  api().share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
+  api().share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_DNS);
 }
 
 Transfer::Transfer(Engine& engine, const Hop& hop, const HTTPRequest& request, Exchange* owner)
-    : multi_(engine.multi.get()), request_(request), easy_(curl_easy_init()) {
+    : multi_(engine.multi.get()), request_(request), easy_(api().easy_init()) {
   if (!easy_) throw std::bad_alloc();
   setUp(engine, hop, owner);
   setUpSending(hop);
   setUpHeaders(hop);
   setUpReceiving();
-  curl_multi_add_handle(multi_, easy_.get());
+  api().multi_add_handle(multi_, easy_.get());
 }
 
 Transfer::~Transfer() {
-  curl_multi_remove_handle(multi_, easy_.get());
+  api().multi_remove_handle(multi_, easy_.get());
 }
 
 void Transfer::setUp(Engine& engine, const Hop& hop, Exchange* owner) {
   CURL* easy = easy_.get();
-  curl_easy_setopt(easy, CURLOPT_PRIVATE, owner);
-  curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, error_.data());
-  curl_easy_setopt(easy, CURLOPT_SHARE, engine.share.get());
+  api().easy_setopt(easy, CURLOPT_PRIVATE, owner);
+  api().easy_setopt(easy, CURLOPT_ERRORBUFFER, error_.data());
+  api().easy_setopt(easy, CURLOPT_SHARE, engine.share.get());
   engine.trust.apply(easy);
   farewell_.watch(easy);
-  curl_easy_setopt(easy, CURLOPT_URL, hop.url.c_str());
-  curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "https,http");
-  curl_easy_setopt(easy, CURLOPT_DISALLOW_USERNAME_IN_URL, 1L);
-  curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-  curl_easy_setopt(easy, CURLOPT_FRESH_CONNECT, 1L);
-  curl_easy_setopt(easy, CURLOPT_FORBID_REUSE, 1L);
-  curl_easy_setopt(easy, CURLOPT_TCP_NODELAY, 1L);
-  curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-  curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, kNeverMilliseconds);
+  api().easy_setopt(easy, CURLOPT_URL, hop.url.c_str());
+  api().easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "https,http");
+  api().easy_setopt(easy, CURLOPT_DISALLOW_USERNAME_IN_URL, 1L);
+  api().easy_setopt(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+  api().easy_setopt(easy, CURLOPT_FRESH_CONNECT, 1L);
+  api().easy_setopt(easy, CURLOPT_FORBID_REUSE, 1L);
+  api().easy_setopt(easy, CURLOPT_TCP_NODELAY, 1L);
+  api().easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+  api().easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, kNeverMilliseconds);
   // A look-up that hangs must not hold up the thread when its exchange ends.
-  curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
+  api().easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
   const auto origin = originOf(hop.url);
-  if (origin && origin->isLoopback()) curl_easy_setopt(easy, CURLOPT_PROXY, "");
+  if (origin && origin->isLoopback()) api().easy_setopt(easy, CURLOPT_PROXY, "");
 }
 
 void Transfer::setUpSending(const Hop& hop) {
   CURL* easy = easy_.get();
   if (carriesBody(hop)) {
     const bool hasText = hop.withBody && request_.body;
-    curl_easy_setopt(easy, CURLOPT_POST, 1L);
-    curl_easy_setopt(easy, CURLOPT_POSTFIELDS, hasText ? request_.body->data() : "");
-    curl_easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE,
-                     static_cast<curl_off_t>(hasText ? request_.body->size() : 0));
+    api().easy_setopt(easy, CURLOPT_POST, 1L);
+    api().easy_setopt(easy, CURLOPT_POSTFIELDS, hasText ? request_.body->data() : "");
+    api().easy_setopt(easy, CURLOPT_POSTFIELDSIZE_LARGE,
+                      static_cast<curl_off_t>(hasText ? request_.body->size() : 0));
   }
-  curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, hop.method.c_str());
+  api().easy_setopt(easy, CURLOPT_CUSTOMREQUEST, hop.method.c_str());
 }
 
 void Transfer::setUpHeaders(const Hop& hop) {
   const auto append = [this](const std::string& line) {
-    curl_slist* list = curl_slist_append(headers_.get(), line.c_str());
+    curl_slist* list = api().slist_append(headers_.get(), line.c_str());
     if (!list) throw std::bad_alloc();
     (void)headers_.release();
     headers_.reset(list);
@@ -96,22 +96,22 @@ void Transfer::setUpHeaders(const Hop& hop) {
   for (const auto& [name, value] : hop.headers) {
     append(value.empty() ? name + ";" : name + ": " + value);
   }
-  curl_easy_setopt(easy_.get(), CURLOPT_HTTPHEADER, headers_.get());
+  api().easy_setopt(easy_.get(), CURLOPT_HTTPHEADER, headers_.get());
 }
 
 void Transfer::setUpReceiving() {
   CURL* easy = easy_.get();
   constexpr auto most = static_cast<std::size_t>(std::numeric_limits<curl_off_t>::max());
   // Fails on an announced length; zero would mean no limit, there the first byte fails.
-  curl_easy_setopt(easy, CURLOPT_MAXFILESIZE_LARGE,
-                   static_cast<curl_off_t>(std::min(request_.maxBodySize, most)));
-  curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Transfer::onBody);
-  curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
-  curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &Transfer::onHeader);
-  curl_easy_setopt(easy, CURLOPT_HEADERDATA, this);
-  curl_easy_setopt(easy, CURLOPT_XFERINFOFUNCTION, &Transfer::onProgress);
-  curl_easy_setopt(easy, CURLOPT_XFERINFODATA, this);
-  curl_easy_setopt(easy, CURLOPT_NOPROGRESS, 0L);
+  api().easy_setopt(easy, CURLOPT_MAXFILESIZE_LARGE,
+                    static_cast<curl_off_t>(std::min(request_.maxBodySize, most)));
+  api().easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Transfer::onBody);
+  api().easy_setopt(easy, CURLOPT_WRITEDATA, this);
+  api().easy_setopt(easy, CURLOPT_HEADERFUNCTION, &Transfer::onHeader);
+  api().easy_setopt(easy, CURLOPT_HEADERDATA, this);
+  api().easy_setopt(easy, CURLOPT_XFERINFOFUNCTION, &Transfer::onProgress);
+  api().easy_setopt(easy, CURLOPT_XFERINFODATA, this);
+  api().easy_setopt(easy, CURLOPT_NOPROGRESS, 0L);
 }
 
 std::size_t Transfer::onHeader(char* data, std::size_t size, std::size_t count, void* self) {
@@ -149,19 +149,19 @@ std::string Transfer::failure(CURLcode result) const {
     case CURLE_FILESIZE_EXCEEDED:
       return "it is too large";
     default:
-      return printable(error_.front() ? error_.data() : curl_easy_strerror(result));
+      return printable(error_.front() ? error_.data() : api().easy_strerror(result));
   }
 }
 
 long Transfer::status() const {
   long status = 0;
-  curl_easy_getinfo(easy_.get(), CURLINFO_RESPONSE_CODE, &status);
+  api().easy_getinfo(easy_.get(), CURLINFO_RESPONSE_CODE, &status);
   return status;
 }
 
 std::string Transfer::location() const {
   char* url = nullptr;
-  curl_easy_getinfo(easy_.get(), CURLINFO_REDIRECT_URL, &url);
+  api().easy_getinfo(easy_.get(), CURLINFO_REDIRECT_URL, &url);
   return url ? url : "";
 }
 

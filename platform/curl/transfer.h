@@ -1,7 +1,5 @@
 #pragma once
 
-#include <curl/curl.h>
-
 #include <array>
 #include <chrono>
 #include <cstddef>
@@ -10,6 +8,7 @@
 
 #include "platform/curl/farewell.h"
 #include "platform/curl/hop.h"
+#include "platform/curl/libcurl.h"
 #include "platform/curl/trust.h"
 
 namespace veltrane::curl {
@@ -19,16 +18,16 @@ class Exchange;
 using Clock = std::chrono::steady_clock;
 
 struct ShareDeleter {
-  void operator()(CURLSH* share) const { curl_share_cleanup(share); }
+  void operator()(CURLSH* share) const { api().share_cleanup(share); }
 };
 struct MultiDeleter {
-  void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
+  void operator()(CURLM* multi) const { api().multi_cleanup(multi); }
 };
 struct EasyDeleter {
-  void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
+  void operator()(CURL* easy) const { api().easy_cleanup(easy); }
 };
 struct ListDeleter {
-  void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+  void operator()(curl_slist* list) const { api().slist_free_all(list); }
 };
 
 /// What all transfers have in common. The worker's thread alone, but for waking the multi handle.

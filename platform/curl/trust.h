@@ -1,10 +1,9 @@
 #pragma once
 
-#include <curl/curl.h>
-
 #include <string>
 
 #include "platform/curl/curl_transport.h"
+#include "platform/curl/libcurl.h"
 
 namespace veltrane::curl {
 

@@ -1,16 +1,16 @@
 #include "platform/curl/worker.h"
 
 #include <algorithm>
+#include <exception>
 #include <limits>
 #include <utility>
 
 namespace veltrane::curl {
 
-std::shared_ptr<Worker> Worker::start(const Options& options) {
+std::shared_ptr<Worker> Worker::start(Options options, void (*whenLoaded)()) {
   auto worker = std::make_shared<Worker>();
-  worker->report_ = options.report;
-  worker->engine_ = std::make_unique<Engine>(options);
-  worker->thread_ = std::thread([worker] { worker->run(); });
+  worker->options_ = std::move(options);
+  worker->thread_ = std::thread([worker, whenLoaded] { worker->run(whenLoaded); });
   return worker;
 }
 
@@ -61,21 +61,61 @@ void Worker::end() {
 
 bool Worker::hasEnded() const {
   std::lock_guard lock(mutex_);
-  return !engine_;
+  return ended_;
 }
 
 void Worker::wake() {
   std::lock_guard lock(mutex_);
-  if (engine_) curl_multi_wakeup(engine_->multi.get());
+  if (engine_) {
+    api().multi_wakeup(engine_->multi.get());
+  } else {
+    woken_.notify_one();
+  }
 }
 
-void Worker::run() {
+void Worker::run(void (*whenLoaded)()) {
+  if (const auto trouble = startEngine(whenLoaded); trouble.empty()) {
+    serve();
+  } else {
+    refuseAll(trouble);
+  }
+  abandonAll();
+}
+
+std::string Worker::startEngine(void (*whenLoaded)()) try {
+  load();
+  static const bool told = (whenLoaded(), true);
+  (void)told;
+  auto engine = std::make_unique<Engine>(options_);
+  std::lock_guard lock(mutex_);
+  engine_ = std::move(engine);
+  return {};
+} catch (const std::exception& error) {
+  return error.what();
+}
+
+void Worker::serve() {
   while (takeIncoming()) {
     endUnwanted();
     perform();
-    curl_multi_poll(engine_->multi.get(), nullptr, 0, millisecondsToDeadline(), nullptr);
+    api().multi_poll(engine_->multi.get(), nullptr, 0, millisecondsToDeadline(), nullptr);
   }
-  abandonAll();
+}
+
+void Worker::refuseAll(const std::string& why) {
+  while (true) {
+    std::vector<std::shared_ptr<Exchange>> incoming;
+    {
+      std::unique_lock lock(mutex_);
+      woken_.wait(lock, [this] { return stopped_ || !incoming_.empty(); });
+      if (stopped_) return;
+      incoming.swap(incoming_);
+    }
+    for (const auto& exchange : incoming) {
+      exchange->refuse(why);
+      finish(exchange, std::nullopt);
+    }
+  }
 }
 
 bool Worker::takeIncoming() {
@@ -111,12 +151,12 @@ void Worker::endUnwanted() {
 
 void Worker::perform() {
   int running = 0;
-  curl_multi_perform(engine_->multi.get(), &running);
+  api().multi_perform(engine_->multi.get(), &running);
   int left = 0;
-  while (const CURLMsg* message = curl_multi_info_read(engine_->multi.get(), &left)) {
+  while (const CURLMsg* message = api().multi_info_read(engine_->multi.get(), &left)) {
     if (message->msg != CURLMSG_DONE) continue;
     char* owner = nullptr;
-    curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &owner);
+    api().easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &owner);
     transferEnded(reinterpret_cast<Exchange*>(owner), message->data.result);
   }
 }
@@ -142,13 +182,13 @@ void Worker::finish(const std::shared_ptr<Exchange>& exchange,
   if (stopped) {
     exchange->revoke();
   } else {
-    if (!response && report_) report(*exchange);
+    if (!response && options_.report) report(*exchange);
     exchange->deliver(std::move(response));
   }
 }
 
 void Worker::report(const Exchange& exchange) const {
-  if (const auto line = exchange.failureLine(); !line.empty()) report_(line);
+  if (const auto line = exchange.failureLine(); !line.empty()) options_.report(line);
 }
 
 int Worker::millisecondsToDeadline() const {
@@ -174,6 +214,7 @@ void Worker::abandonAll() {
   // Here and not with the last owner, who may come when the libraries below have been torn down.
   std::lock_guard lock(mutex_);
   engine_.reset();
+  ended_ = true;
 }
 
 }  // namespace veltrane::curl

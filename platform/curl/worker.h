@@ -1,5 +1,6 @@
 #pragma once
 
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -16,8 +17,9 @@ namespace veltrane::curl {
 /// The transport's thread and what it shares with callers.
 class Worker : public std::enable_shared_from_this<Worker> {
  public:
-  /// Starts the thread; `end` must follow. Throws std::runtime_error when libcurl does not start.
-  static std::shared_ptr<Worker> start(const Options& options);
+  /// Starts the thread; `end` must follow. `whenLoaded` is called once in the life of the program,
+  /// by the first thread that has loaded libcurl.
+  static std::shared_ptr<Worker> start(Options options, void (*whenLoaded)());
 
   // From any thread.
   std::shared_ptr<Exchange> add(HTTPRequest request, HTTPTransport::Completion completion);
@@ -37,7 +39,11 @@ class Worker : public std::enable_shared_from_this<Worker> {
  private:
   using Exchanges = std::map<std::uint64_t, std::shared_ptr<Exchange>>;  // oldest first
 
-  void run();
+  void run(void (*whenLoaded)());
+  /// Why it cannot be; empty when it is.
+  std::string startEngine(void (*whenLoaded)());
+  void serve();
+  void refuseAll(const std::string& why);
   bool takeIncoming();
   void endUnwanted();
   void perform();
@@ -47,13 +53,15 @@ class Worker : public std::enable_shared_from_this<Worker> {
   int millisecondsToDeadline() const;
   void abandonAll();
 
-  std::function<void(const std::string&)> report_;
+  Options options_;
   std::thread thread_;
   Exchanges active_;                // the thread's
   std::unique_ptr<Engine> engine_;  // the thread's, but for waking it
 
   mutable std::mutex mutex_;
+  std::condition_variable woken_;  // while there is no engine to wake
   bool stopped_ = false;
+  bool ended_ = false;
   std::uint64_t lastNumber_ = 0;
   Exchanges open_;
   std::vector<std::shared_ptr<Exchange>> incoming_;
