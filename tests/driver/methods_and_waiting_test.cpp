@@ -54,8 +54,9 @@ TEST_F(Methods, AreListedGetTheirIconsAndLeadToTheirScreens) {
   driver.act({{"do", "dismissAlert"}});
   driver.act({{"do", "select"}, {"row", 0}});
   EXPECT_EQ(driver.untilScreen().at("how"), "push");
-  driver.act({{"do", "back"}});
+  driver.send({{"do", "back"}});
   const auto back = driver.untilScreen("MfaScreen1VC");
+  driver.until("done");
   EXPECT_EQ(back.at("rows").at(0).at("icon"), json({80, 80}));
   EXPECT_TRUE(back.at("rows").at(1).at("icon").is_null());
   driver.act({{"do", "select"}, {"row", 0}});
@@ -118,7 +119,7 @@ TEST_F(Waiting, EndsWithTheBudgetOfQuestionsOrAtAFailure) {
   DriverProcess failing(arguments("failing"));
   EXPECT_EQ(failing.until("alert").at("message"), "No response from server...");
   failing.act({{"do", "dismissAlert"}});
-  EXPECT_EQ(failing.until("loading").at("visible"), false);
+  EXPECT_EQ(failing.events("loading").back().at("visible"), false);
   failing.act({{"do", "cancel"}});
   EXPECT_EQ(failing.wait(), 3);
 }
