@@ -16,6 +16,7 @@ struct Play {
   std::string_view name;
   /// The command names a row, by its key or by its index.
   bool hasRow = false;
+  bool byIndex = false;        ///< The row has no key.
   std::string_view text = {};  ///< A field that holds a text.
   std::string_view flag = {};  ///< A field that holds true or false.
 };
@@ -24,6 +25,7 @@ constexpr Play kPlays[] = {
     {.name = "input", .hasRow = true, .text = "text"},
     {.name = "toggle", .hasRow = true, .flag = "on"},
     {.name = "choose", .hasRow = true, .text = "option"},
+    {.name = "select", .byIndex = true},
     {.name = "press"},
     {.name = "back"},
     {.name = "cancel"},
@@ -46,6 +48,8 @@ std::string complaint(const JSON& command) {
   if (play == std::end(kPlays)) return what + " cannot be played in a window";
   if (play->hasRow && command["key"].text().has_value() == command["row"].number().has_value())
     return what + " needs a \"key\" or a \"row\"";
+  if (play->byIndex && !command["row"].integer())
+    return what + " needs a whole number as its \"row\"";
   if (!play->text.empty() && !command[play->text].text())
     return what + " needs a text as its " + quoted(play->text);
   if (!play->flag.empty() && command[play->flag].kind() != JSON::Kind::boolean)

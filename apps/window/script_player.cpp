@@ -65,6 +65,7 @@ ScriptPlayer::Step ScriptPlayer::stepFor(const JSON& command) {
   if (name == "input") return [this, command] { return input(command); };
   if (name == "toggle") return [this, command] { return toggle(command); };
   if (name == "choose") return [this, command] { return choose(command); };
+  if (name == "select") return [this, command] { return select(command); };
   if (name == "press") return [this, command] { return press(command); };
   if (name == "dismissAlert") return [this] { return dismissAlert(); };
   if (name == "back") return [this] { return clickNamed("backButton"); };
@@ -132,6 +133,14 @@ ScriptPlayer::Refusal ScriptPlayer::pick(const std::string& option) {
   return std::nullopt;
 }
 
+ScriptPlayer::Refusal ScriptPlayer::select(const JSON& command) {
+  QQuickItem* item = control(rowOf(command), "MFATableViewCell");
+  if (!item) return kNoSuchRow;
+  say_("selected " + rowName(command));
+  click(*item);
+  return std::nullopt;
+}
+
 ScriptPlayer::Refusal ScriptPlayer::press(const JSON& command) {
   if (!screen()) return "no screen with a button is on display";
   const int row = command.contains("row") ? rowOf(command)
@@ -155,8 +164,8 @@ ScriptPlayer::Refusal ScriptPlayer::dismissAlert() {
   return clickNamed(named("alertAction") ? "alertAction" : "sheetDismiss");
 }
 
-qtquick::TemplateScreenItem* ScriptPlayer::screen() const {
-  return qobject_cast<qtquick::TemplateScreenItem*>(stage_.activeView());
+qtquick::ListScreenItem* ScriptPlayer::screen() const {
+  return qobject_cast<qtquick::ListScreenItem*>(stage_.activeView());
 }
 
 int ScriptPlayer::rowOf(const JSON& command) const {
@@ -167,8 +176,8 @@ int ScriptPlayer::rowOf(const JSON& command) const {
 
 QQuickItem* ScriptPlayer::control(int row, const char* className) const {
   if (!screen() || screen()->rows()->cellClass(row) != QLatin1String(className)) return nullptr;
-  QQuickItem* form = named("form");
-  return form ? qobject_cast<QQuickItem*>(call(*form, "controlAt", row)) : nullptr;
+  QQuickItem* list = named("rows");
+  return list ? qobject_cast<QQuickItem*>(call(*list, "controlAt", row)) : nullptr;
 }
 
 QQuickItem* ScriptPlayer::named(const char* name) const {

@@ -13,7 +13,7 @@ class QQuickWindow;
 
 namespace veltrane::qtquick {
 class FlowStage;
-class TemplateScreenItem;
+class ListScreenItem;
 }  // namespace veltrane::qtquick
 
 namespace veltrane::window {
@@ -28,7 +28,7 @@ class ScriptPlayer {
                Say say);
 
   bool isDone() const { return steps_.empty(); }
-  /// The next step sends what has been entered: a last look at the screen is worth a picture.
+  /// The next step leaves the screen: a last look at what has been entered is worth a picture.
   bool isAboutToPress() const;
   /// Carries out the next step. What stands in its way, if anything; then the script is over.
   std::optional<std::string> playNext();
@@ -46,11 +46,12 @@ class ScriptPlayer {
   Refusal toggle(const JSON& command);
   Refusal choose(const JSON& command);
   Refusal pick(const std::string& option);
+  Refusal select(const JSON& command);
   Refusal press(const JSON& command);
   Refusal clickNamed(const char* name);
   Refusal dismissAlert();
 
-  qtquick::TemplateScreenItem* screen() const;
+  qtquick::ListScreenItem* screen() const;
   int rowOf(const JSON& command) const;
   /// The control of a row of this class, scrolled into view; null when there is none.
   QQuickItem* control(int row, const char* className) const;

@@ -17,6 +17,10 @@ namespace exit_status = tool::exit_status;
 using qtquick::FlowStage;
 
 constexpr std::chrono::milliseconds kRest{80};
+/// Pictures that take longer are left out of the picture of their screen.
+constexpr int kPatience = 10'000;
+/// Rests that a picture needs to come in after it has arrived.
+constexpr int kComingIn = 4;
 
 std::string nameOf(const ViewController& controller) {
   const auto& item = controller.navigationItem.title;
@@ -107,6 +111,7 @@ void WindowRun::happened(const PresentationChange& change) {
   }
   if (change.transition == Transition::dismissed) return;
   newToSee_ = true;
+  waiting_.invalidate();
   const char* how = change.transition == Transition::back ? "back to  " : "screen   ";
   say(how + nameOf(*change.controller));
 }
@@ -121,7 +126,7 @@ bool WindowRun::isAtRest() const {
   const FlowStage& stage = presenter_->stage();
   const auto* view = stage.activeView();
   if (!view || !stage.isSettled()) return false;
-  if (const auto* screen = qobject_cast<const qtquick::TemplateScreenItem*>(view))
+  if (const auto* screen = qobject_cast<const qtquick::ListScreenItem*>(view))
     return !screen->isBusy();
   const auto* start = qobject_cast<const qtquick::StartScreenItem*>(view);
   return !start || start->isRetryVisible();
@@ -129,15 +134,33 @@ bool WindowRun::isAtRest() const {
 
 void WindowRun::atRest() {
   if (report_ && !presenter_->stage().isShowing()) return end(report_->status);
-  if (isAtRest()) {
+  if (isAtRest() && !waitsForPictures()) {
     if (newToSee_) takePicture();
     playOn();
   }
   rest_.start();
 }
 
+bool WindowRun::waitsForPictures() {
+  if (!pictures_ || !newToSee_) return false;
+  const auto* screen =
+      qobject_cast<const qtquick::ListScreenItem*>(presenter_->stage().activeView());
+  if (!screen) return false;
+  if (!waiting_.isValid()) {
+    waiting_.start();
+    calmRests_ = screen->rows()->isLoading() ? 0 : kComingIn;
+  }
+  if (screen->rows()->isLoading()) {
+    calmRests_ = 0;
+    return !waiting_.hasExpired(kPatience);
+  }
+  return ++calmRests_ < kComingIn;
+}
+
 void WindowRun::takePicture() {
+  waiting_.invalidate();
   newToSee_ = false;
+  playedSince_ = false;
   const auto* view = presenter_->stage().activeView();
   if (!pictures_ || !view) return;
   // The drawing in memory repairs only what has changed; this makes it draw everything afresh.
@@ -146,7 +169,8 @@ void WindowRun::takePicture() {
   presenter_->overlay()->setOpacity(1);
   const auto name = view->isAlert() ? std::string("alert") : nameOf(*view->controller());
   const auto file = pictures_->take(window_, name);
-  say(file ? "picture  " + file->string() : "picture  could not be saved");
+  pictureLost_ = pictureLost_ || !file;
+  say(file ? "picture  " + file->string() : "picture  of " + name + " could not be saved");
 }
 
 void WindowRun::playOn() {
@@ -157,18 +181,25 @@ void WindowRun::playOn() {
     return;
   }
   if (player_->isDone()) {
+    const auto* screen =
+        qobject_cast<const qtquick::ListScreenItem*>(presenter_->stage().activeView());
+    if (screen && screen->isPolling()) return;
     say("result   none: the script has ended before the flow");
     return end(exit_status::kNoResult);
   }
-  if (player_->isAboutToPress()) takePicture();
+  if (player_->isAboutToPress() && playedSince_) takePicture();
+  playedSince_ = true;
   if (const auto refusal = player_->playNext()) {
     say("refused  " + *refusal);
+    say("result   none: the script cannot go on");
     end(exit_status::kNoResult);
   }
 }
 
 void WindowRun::end(int status) {
   rest_.stop();
+  // Whoever asked for pictures must hear that they are not all there.
+  if (pictureLost_ && status == exit_status::kResponse) status = exit_status::kNoResult;
   QCoreApplication::exit(status);
 }
 

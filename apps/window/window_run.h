@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QQuickWindow>
 #include <QTimer>
@@ -39,6 +40,8 @@ class WindowRun final : public QObject {
   void completed(ExitReport report);
   void atRest();
   bool isAtRest() const;
+  /// Pictures that are still on their way, within reason.
+  bool waitsForPictures();
   void takePicture();
   void playOn();
   void end(int status);
@@ -54,6 +57,12 @@ class WindowRun final : public QObject {
   /// Fires once nothing has moved for a moment.
   QTimer rest_;
   bool newToSee_ = false;
+  /// The script has acted on what the last picture shows.
+  bool playedSince_ = false;
+  bool pictureLost_ = false;
+  /// How long the screen on display has been waited for, and how long it has been complete.
+  QElapsedTimer waiting_;
+  int calmRests_ = 0;
 };
 
 }  // namespace veltrane::window

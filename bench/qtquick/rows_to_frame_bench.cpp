@@ -2,23 +2,15 @@
 // has shown screens before. Off screen unless the environment says otherwise.
 #include <benchmark/benchmark.h>
 
-#include <QEventLoop>
 #include <QGuiApplication>
 #include <QQuickItem>
-#include <QQuickWindow>
 #include <chrono>
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <string>
 
 #include "bench/document_generator.h"
+#include "bench/qtquick/flow_host.h"
 #include "bench/ratio_reporter.h"
-#include "platform/qtquick/flow_presenter.h"
-#include "platform/qtquick/flow_stage.h"
-#include "platform/qtquick/main_queue.h"
-#include "platform/sqlite/sqlite_store.h"
-#include "tests/support/fakes.h"
 #include "veltrane/engine/generic_view_model.h"
 #include "veltrane/toolkit/navigation_controller.h"
 #include "veltrane/ui/screen_template1_vc.h"
@@ -36,33 +28,8 @@ struct RowsAreThere final : ConsoleSink {
   Clock::time_point at;
 };
 
-/// Settings as a host has them: in a file.
-struct TemporaryFolder {
-  TemporaryFolder() {
-    std::string name = std::filesystem::temp_directory_path() / "rows-XXXXXX";
-    if (mkdtemp(name.data())) folder = name;
-  }
-  ~TemporaryFolder() { std::filesystem::remove_all(folder); }
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-  std::filesystem::path folder;
-};
-
 class Host {
  public:
-  Host() {
-    Platform platform = fakes_.ports();
-    platform.mainQueue = std::make_shared<qtquick::QtMainQueue>();
-    platform.console = console_;
-    platform.settings = sqlite::open(settings_.folder / "settings");
-    scope_ = std::make_unique<PlatformScope>(std::move(platform));
-    window_.resize(390, 844);
-    window_.show();
-    presenter_ = std::make_unique<qtquick::FlowPresenter>(&window_);
-    presenter_->stage().setStill(true);
-  }
-
   struct Times {
     double fromRows;
     double fromProps;
@@ -74,11 +41,11 @@ class Host {
     screen->userViewIndex = 0;
     const auto stack = NavigationController::make(screen);
     const auto start = Clock::now();
-    presenter_->hostViewController()->present(stack, false);
-    waitUntil([&] { return shows(screen->mainTableView.numberOfRows()); });
+    host_.present(stack);
+    host_.waitUntil([&] { return shows(screen->mainTableView.numberOfRows()); });
     const auto end = Clock::now();
     stack->dismiss(false);
-    waitUntil([&] { return !presenter_->stage().isShowing() && presenter_->stage().isSettled(); });
+    host_.waitUntilGone();
     return {seconds(console_->at, end), seconds(start, end)};
   }
 
@@ -87,28 +54,12 @@ class Host {
     return std::chrono::duration<double>(to - from).count();
   }
   bool shows(std::size_t rows) {
-    const auto* view = presenter_->stage().activeView();
-    if (!view || !view->content()) return false;
-    const auto* form = view->content()->findChild<QQuickItem*>(QStringLiteral("form"));
+    const auto* form = host_.rows();
     return form && form->property("count").toULongLong() == rows;
   }
-  template <typename Condition>
-  void waitUntil(Condition condition) {
-    QEventLoop loop;
-    const auto swapped = QObject::connect(&window_, &QQuickWindow::frameSwapped, &loop, [&] {
-      if (condition()) loop.quit();
-    });
-    window_.update();
-    loop.exec();
-    QObject::disconnect(swapped);
-  }
 
-  TemporaryFolder settings_;
-  testing::FakePlatform fakes_;
   std::shared_ptr<RowsAreThere> console_ = std::make_shared<RowsAreThere>();
-  std::unique_ptr<PlatformScope> scope_;
-  QQuickWindow window_;
-  std::unique_ptr<qtquick::FlowPresenter> presenter_;
+  bench::FlowHost host_{console_};
 };
 
 void add(Host& host, const std::string& name, std::size_t rows, double Host::Times::*time) {

@@ -45,13 +45,18 @@ std::unique_ptr<Cell> make(Cell::PaletteSource palette) {
   return std::make_unique<Item>(std::move(palette));
 }
 
-constexpr std::array<CellKind, 6> kKinds = {{
+/// Room for a picture when the document names none; a code in it can be scanned from an arm's
+/// length.
+constexpr double kPictureHeight = 200;
+
+constexpr std::array<CellKind, 7> kKinds = {{
     {"LabelTableViewCell", make<LabelCell>, false},
     {"ImageTableViewCell", make<ImageCell>, false},
     {"ButtonTableViewCell", make<ButtonCell>, true},
     {"TextFieldTableViewCell", make<TextFieldCell>, true},
     {"ToggleSwitchTableViewCell", make<ToggleSwitchCell>, true},
     {"DropdownTableViewCell", make<DropdownCell>, true},
+    {"MFATableViewCell", make<MethodCell>, true},
 }};
 
 const CellKind* kindOf(std::string_view className) {
@@ -64,7 +69,10 @@ const CellKind* kindOf(std::string_view className) {
 }  // namespace
 
 void Cell::attach(std::shared_ptr<TableViewCell> cell) {
+  const bool again = cell_ != nullptr;
   cell_ = std::move(cell);
+  // A cell starts as one that is seen.
+  if (again && delegates_ == 0) cell_->didEndDisplaying();
   attached_ = true;
   subscription_ = cell_->changed.subscribe([this] { emit changed(); });
   emit changed();
@@ -73,6 +81,14 @@ void Cell::attach(std::shared_ptr<TableViewCell> cell) {
 void Cell::detach() {
   subscription_.reset();
   attached_ = false;
+}
+
+void Cell::appear() {
+  if (++delegates_ == 1) cell_->willDisplay();
+}
+
+void Cell::disappear() {
+  if (--delegates_ == 0) cell_->didEndDisplaying();
 }
 
 QColor Cell::textColor(const Label& label) const {
@@ -98,7 +114,28 @@ QString LabelCell::alignment() const {
 }
 
 double ImageCell::height() const {
-  return std::max(0.0, as<ImageTableViewCell>().imageHeightConstraint.value_or(0));
+  const auto& cell = as<ImageTableViewCell>();
+  if (!cell.hasSource()) return 0;
+  return std::max(0.0, cell.imageHeightConstraint.value_or(kPictureHeight));
+}
+PictureValue ImageCell::picture() const {
+  return PictureValue(as<ImageTableViewCell>().icon);
+}
+
+QString MethodCell::title() const {
+  return toQString(row().titleLabel.text);
+}
+QColor MethodCell::titleColor() const {
+  return textColor(row().titleLabel);
+}
+QString MethodCell::subTitle() const {
+  return toQString(row().subTitleLabel.text);
+}
+QColor MethodCell::subTitleColor() const {
+  return either(row().subTitleLabel.textColor, palette().muted);
+}
+PictureValue MethodCell::icon() const {
+  return PictureValue(row().iconImage);
 }
 
 QString ButtonCell::title() const {

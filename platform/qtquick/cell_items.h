@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "platform/qtquick/palette.h"
+#include "platform/qtquick/picture_view.h"
 #include "veltrane/toolkit/controls.h"
 #include "veltrane/toolkit/signal.h"
 #include "veltrane/toolkit/table_view.h"
@@ -16,6 +17,7 @@
 #include "veltrane/ui/cells/dropdown_table_view_cell.h"
 #include "veltrane/ui/cells/image_table_view_cell.h"
 #include "veltrane/ui/cells/label_table_view_cell.h"
+#include "veltrane/ui/cells/mfa_table_view_cell.h"
 #include "veltrane/ui/cells/text_field_table_view_cell.h"
 #include "veltrane/ui/cells/toggle_switch_table_view_cell.h"
 
@@ -40,6 +42,12 @@ class Cell : public QObject {
   void detach();
   bool isAttached() const { return attached_; }
 
+  /// A delegate shows the row from now on, or no longer.
+  void appear();
+  void disappear();
+  /// Something that the row shows is still on its way to a delegate.
+  bool isLoading() const { return attached_ && delegates_ > 0 && cell_->isLoading(); }
+
  signals:
   void changed();
 
@@ -63,6 +71,7 @@ class Cell : public QObject {
   std::shared_ptr<TableViewCell> cell_;
   Subscription subscription_;
   bool attached_ = false;
+  int delegates_ = 0;
 };
 
 class LabelCell : public veltrane::qtquick::Cell {
@@ -92,12 +101,36 @@ class ImageCell : public veltrane::qtquick::Cell {
   Q_OBJECT
   QML_NAMED_ELEMENT(ImageCell)
   QML_UNCREATABLE("Rows come from the screen")
-  /// Points; 0 when the document names none.
+  /// Points that the picture has, arrived or not; 0 for a row without one.
   Q_PROPERTY(double height READ height NOTIFY changed)
+  Q_PROPERTY(veltrane::qtquick::PictureValue picture READ picture NOTIFY changed)
 
  public:
   using Cell::Cell;
   double height() const;
+  PictureValue picture() const;
+};
+
+class MethodCell : public veltrane::qtquick::Cell {
+  Q_OBJECT
+  QML_NAMED_ELEMENT(MethodCell)
+  QML_UNCREATABLE("Rows come from the screen")
+  Q_PROPERTY(QString title READ title NOTIFY changed)
+  Q_PROPERTY(QColor titleColor READ titleColor NOTIFY changed)
+  Q_PROPERTY(QString subTitle READ subTitle NOTIFY changed)
+  Q_PROPERTY(QColor subTitleColor READ subTitleColor NOTIFY changed)
+  Q_PROPERTY(veltrane::qtquick::PictureValue icon READ icon NOTIFY changed)
+
+ public:
+  using Cell::Cell;
+  QString title() const;
+  QColor titleColor() const;
+  QString subTitle() const;
+  QColor subTitleColor() const;
+  PictureValue icon() const;
+
+ private:
+  const MFATableViewCell& row() const { return as<MFATableViewCell>(); }
 };
 
 class ButtonCell : public veltrane::qtquick::Cell {

@@ -105,6 +105,11 @@ int RowModel::rowOfClass(const std::string& className) const {
   return found == rows_.end() ? -1 : static_cast<int>(found - rows_.begin());
 }
 
+bool RowModel::isLoading() const {
+  return std::any_of(rows_.begin(), rows_.end(),
+                     [](const Row& row) { return row.item && row.item->isLoading(); });
+}
+
 void RowModel::refresh() {
   for (const Row& row : rows_) {
     if (row.item) emit row.item->changed();

@@ -59,6 +59,9 @@ class RowModel : public QAbstractListModel {
   int rowOfKey(const std::string& key) const;
   int rowOfClass(const std::string& className) const;
 
+  /// Something that a row on display shows is still on its way.
+  bool isLoading() const;
+
   /// Colours have changed.
   void refresh();
 

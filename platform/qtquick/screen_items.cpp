@@ -1,13 +1,25 @@
 #include "platform/qtquick/screen_items.h"
 
+#include <utility>
+
 #include "platform/qtquick/convert.h"
 #include "platform/qtquick/flow_stage.h"
 #include "veltrane/ui/cells/cell_classes.h"
 #include "veltrane/ui/flow_screen.h"
+#include "veltrane/ui/mfa_screen1_vc.h"
 #include "veltrane/ui/screen_template1_vc.h"
 #include "veltrane/ui/start_flow_vc.h"
 
 namespace veltrane::qtquick {
+namespace {
+
+/// The registry makes an item for a controller of its class only.
+template <typename Screen>
+Screen& of(ViewController& controller) {
+  return static_cast<Screen&>(controller);
+}
+
+}  // namespace
 
 ScreenItem::ScreenItem(std::shared_ptr<ViewController> controller, FlowStage& stage)
     : ViewItem(std::move(controller), stage) {
@@ -55,40 +67,43 @@ PaletteWishes ScreenItem::wishes() const {
   return wishes;
 }
 
-TemplateScreenItem::TemplateScreenItem(std::shared_ptr<ViewController> controller, FlowStage& stage)
+ListScreenItem::ListScreenItem(std::shared_ptr<ViewController> controller, FlowStage& stage,
+                               TableView& table, RowModel::Identify identify)
     : ScreenItem(std::move(controller), stage) {
-  const auto identify = [this](std::size_t row) {
-    const CellProperties& record = screen().viewModel->records[row];
-    return RowIdentity{cellClassName(record.type), record.key};
-  };
   rows_ = std::make_unique<RowModel>(
-      screen().mainTableView, identify, [this]() -> const Palette& { return palette(); }, this);
+      table, std::move(identify), [this]() -> const Palette& { return palette(); }, this);
+}
+
+ListScreenItem::~ListScreenItem() = default;
+
+EdgeInsets ListScreenItem::margins() const {
+  return {.top = 10, .left = 20, .bottom = 10, .right = 20};
+}
+
+TemplateScreenItem::TemplateScreenItem(std::shared_ptr<ViewController> controller, FlowStage& stage)
+    : ListScreenItem(controller, stage, of<ScreenTemplate1VC>(*controller).mainTableView,
+                     [&screen = of<ScreenTemplate1VC>(*controller)](std::size_t row) {
+                       const CellProperties& record = screen.viewModel->records[row];
+                       return RowIdentity{cellClassName(record.type), record.key};
+                     }) {
   refresh();
 }
 
-TemplateScreenItem::~TemplateScreenItem() = default;
-
 ScreenTemplate1VC& TemplateScreenItem::screen() const {
-  return static_cast<ScreenTemplate1VC&>(*controller());
+  return of<ScreenTemplate1VC>(*controller());
 }
 
 bool TemplateScreenItem::isBusy() const {
   return screen().isBusy();
 }
+bool TemplateScreenItem::isPolling() const {
+  return screen().isPolling();
+}
 bool TemplateScreenItem::isLoading() const {
   return !screen().loading.isHidden;
 }
-double TemplateScreenItem::marginTop() const {
-  return screen().margins.top;
-}
-double TemplateScreenItem::marginLeft() const {
-  return screen().margins.left;
-}
-double TemplateScreenItem::marginBottom() const {
-  return screen().margins.bottom;
-}
-double TemplateScreenItem::marginRight() const {
-  return screen().margins.right;
+EdgeInsets TemplateScreenItem::margins() const {
+  return screen().margins;
 }
 double TemplateScreenItem::keyboardInset() const {
   return screen().mainTableView.contentInset.bottom;
@@ -108,8 +123,31 @@ PaletteWishes TemplateScreenItem::wishes() const {
   return wishes;
 }
 
+MethodScreenItem::MethodScreenItem(std::shared_ptr<ViewController> controller, FlowStage& stage)
+    : ListScreenItem(controller, stage, of<MfaScreen1VC>(*controller).authListTableView,
+                     [](std::size_t /*row*/) {
+                       return RowIdentity{"MFATableViewCell", std::nullopt};
+                     }) {
+  connect(this, &ViewItem::phaseChanged, this, [this] { opening_ = opening_ && !isActive(); });
+}
+
+MfaScreen1VC& MethodScreenItem::screen() const {
+  return of<MfaScreen1VC>(*controller());
+}
+
+QString MethodScreenItem::emptyText() const {
+  return toQString(screen().emptyLabel.text);
+}
+
+void MethodScreenItem::choose(int row) {
+  if (opening_ || !isActive() || row < 0 || row >= rows()->rowCount()) return;
+  // Otherwise nothing opens.
+  opening_ = screen().navigationController() != nullptr;
+  screen().didSelectRow(IndexPath{static_cast<std::size_t>(row)});
+}
+
 StartFlowVC& StartScreenItem::screen() const {
-  return static_cast<StartFlowVC&>(*controller());
+  return of<StartFlowVC>(*controller());
 }
 
 QString StartScreenItem::text() const {

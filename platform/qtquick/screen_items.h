@@ -8,6 +8,7 @@
 
 namespace veltrane {
 class FlowScreen;
+class MfaScreen1VC;
 class ScreenTemplate1VC;
 class StartFlowVC;
 }  // namespace veltrane
@@ -45,31 +46,57 @@ class ScreenItem : public veltrane::qtquick::ViewItem {
   bool barHidden_ = false;
 };
 
-/// The generic screen: a list of rows and the activity panel.
-class TemplateScreenItem : public veltrane::qtquick::ScreenItem {
+/// A screen that is a list of rows.
+class ListScreenItem : public veltrane::qtquick::ScreenItem {
   Q_OBJECT
-  QML_NAMED_ELEMENT(TemplateScreenItem)
+  QML_NAMED_ELEMENT(ListScreenItem)
   QML_UNCREATABLE("Views come from the stage")
   Q_PROPERTY(veltrane::qtquick::RowModel* rows READ rows CONSTANT)
+  /// What the user has asked for is under way.
   Q_PROPERTY(bool busy READ isBusy NOTIFY changed)
   Q_PROPERTY(double marginTop READ marginTop NOTIFY changed)
   Q_PROPERTY(double marginLeft READ marginLeft NOTIFY changed)
   Q_PROPERTY(double marginBottom READ marginBottom NOTIFY changed)
   Q_PROPERTY(double marginRight READ marginRight NOTIFY changed)
+
+ public:
+  /// The table belongs to the controller.
+  ListScreenItem(std::shared_ptr<ViewController> controller, FlowStage& stage, TableView& table,
+                 RowModel::Identify identify);
+  ~ListScreenItem() override;
+
+  RowModel* rows() const { return rows_.get(); }
+  virtual bool isBusy() const { return false; }
+  /// The screen may go on without the user.
+  virtual bool isPolling() const { return false; }
+  virtual EdgeInsets margins() const;
+  double marginTop() const { return margins().top; }
+  double marginLeft() const { return margins().left; }
+  double marginBottom() const { return margins().bottom; }
+  double marginRight() const { return margins().right; }
+
+ protected:
+  void paletteChanged() override { rows_->refresh(); }
+
+ private:
+  std::unique_ptr<RowModel> rows_;
+};
+
+/// The generic screen: a form and the activity panel.
+class TemplateScreenItem : public veltrane::qtquick::ListScreenItem {
+  Q_OBJECT
+  QML_NAMED_ELEMENT(TemplateScreenItem)
+  QML_UNCREATABLE("Views come from the stage")
   /// Points of the list's foot that a keyboard covers, with room above it.
   Q_PROPERTY(double keyboardInset READ keyboardInset NOTIFY changed)
 
  public:
   TemplateScreenItem(std::shared_ptr<ViewController> controller, FlowStage& stage);
-  ~TemplateScreenItem() override;
 
-  RowModel* rows() const { return rows_.get(); }
-  bool isBusy() const;
+  bool isBusy() const override;
+  bool isPolling() const override;
   bool isLoading() const override;
-  double marginTop() const;
-  double marginLeft() const;
-  double marginBottom() const;
-  double marginRight() const;
+  EdgeInsets margins() const override;
   double keyboardInset() const;
 
   /// An on-screen keyboard covers `height` points of the screen's foot; 0: none does.
@@ -77,12 +104,32 @@ class TemplateScreenItem : public veltrane::qtquick::ScreenItem {
 
  protected:
   PaletteWishes wishes() const override;
-  void paletteChanged() override { rows_->refresh(); }
 
  private:
   ScreenTemplate1VC& screen() const;
+};
 
-  std::unique_ptr<RowModel> rows_;
+/// The list of methods to choose from.
+class MethodScreenItem : public veltrane::qtquick::ListScreenItem {
+  Q_OBJECT
+  QML_NAMED_ELEMENT(MethodScreenItem)
+  QML_UNCREATABLE("Views come from the stage")
+  /// What stands in place of the list; empty while there is one.
+  Q_PROPERTY(QString emptyText READ emptyText NOTIFY changed)
+
+ public:
+  MethodScreenItem(std::shared_ptr<ViewController> controller, FlowStage& stage);
+
+  QString emptyText() const;
+  bool isBusy() const override { return opening_; }
+
+  /// The user has chosen this row. Until what it opens has come and gone, other choices do nothing.
+  Q_INVOKABLE void choose(int row);
+
+ private:
+  MfaScreen1VC& screen() const;
+
+  bool opening_ = false;
 };
 
 /// The screen that waits for the flow.

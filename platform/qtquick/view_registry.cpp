@@ -27,6 +27,7 @@ Kinds& kinds() {
   static Kinds kinds = {
       {"StartFlowVC", {make<StartScreenItem>, moduleFile("StartFlowVC.qml")}},
       {"ScreenTemplate1VC", {make<TemplateScreenItem>, moduleFile("ScreenTemplate1VC.qml")}},
+      {"MfaScreen1VC", {make<MethodScreenItem>, moduleFile("MfaScreen1VC.qml")}},
       {"AlertController", {makeAlert, moduleFile("AlertController.qml")}},
   };
   return kinds;

@@ -161,7 +161,7 @@ TEST_F(Pictures, theLastWhoLosesInterestEndsTheTransfer) {
 
 TEST(PictureCacheOfBytes, dropsTheLeastRecentlyUsedAndNeverHoldsMoreThanItsLimit) {
   const auto picture = [](std::size_t bytes) {
-    return std::make_shared<Picture>(Picture{{}, std::vector<std::uint8_t>(bytes), true});
+    return std::make_shared<Picture>(Picture{{}, Pixels(bytes, 0), true});
   };
   PictureCache cache(100);
   cache.insert("a", picture(40));
@@ -208,6 +208,7 @@ TEST_F(ImageRows, withoutAKindShowNothingAndABrokenPictureLeavesTheRowEmpty) {
     const auto row = show(component("image", "pic", "\"bm90aGluZw==\"", attributes));
     settle();
     EXPECT_EQ(row->icon.image, nullptr) << attributes;
+    EXPECT_FALSE(row->isLoading()) << attributes;
     screen()->cancelPressed();
     platform.mainQueue->run();
   }
@@ -218,6 +219,8 @@ TEST_F(ImageRows, outOfSightLetTheirPictureGoAndFetchItAgain) {
   open(document(R"("bodyIcon0LinkPng":{"value":"https://pictures.example/body.png"})"));
   const auto row = cell<ImageTableViewCell>(0);
   EXPECT_EQ(platform.transport->last().request.url, "https://pictures.example/body@2x.png");
+  EXPECT_EQ(row->icon.scale, 2);
+  EXPECT_TRUE(row->hasSource() && row->isLoading());
   row->didEndDisplaying();
   EXPECT_THAT(platform.transport->tasks(), IsEmpty());
   row->willDisplay();

@@ -106,6 +106,15 @@ TemplateScreenItem* FrontEnd::screen() {
   return qobject_cast<TemplateScreenItem*>(stage().activeView());
 }
 
+ListScreenItem* FrontEnd::listScreen() {
+  return qobject_cast<ListScreenItem*>(stage().activeView());
+}
+
+void FrontEnd::settlePictures() {
+  platform_.pictureQueue->run();
+  settle();
+}
+
 ScreenTemplate1VC& FrontEnd::controller() {
   std::shared_ptr<ViewController> found;
   for (int row = 0; row < stage().rowCount(); ++row) {

@@ -43,15 +43,18 @@ class FrontEnd : public ::testing::Test {
 
   FlowStage& stage() { return presenter_.stage(); }
   TemplateScreenItem* screen();
+  ListScreenItem* listScreen();
   /// The topmost generic screen, under an alert or not.
   ScreenTemplate1VC& controller();
-  QQuickItem* form() { return item("form"); }
+  QQuickItem* form() { return item("rows"); }
   /// What the user sees under that name on the topmost view; null when it is not there.
   QQuickItem* item(const char* name);
   std::vector<QQuickItem*> items(const char* name);
   /// The control of the row of that key, scrolled into view.
   QQuickItem* control(const std::string& key);
   QQuickItem* controlAt(int row);
+  /// Lets pictures be decoded and shown as well.
+  void settlePictures();
   QQuickItem* focused() { return window_.activeFocusItem(); }
   std::string entered(const std::string& key);
 
@@ -61,6 +64,24 @@ class FrontEnd : public ::testing::Test {
   std::shared_ptr<RecordingDelegate> delegate_ = std::make_shared<RecordingDelegate>();
   std::shared_ptr<VTFlow> flow_;
 };
+
+/// A connector of a method list; `members` follow its identifier, "iconUrlPng" is `icon`.
+inline std::string method(const std::string& title, const std::string& subTitle,
+                          const std::string& icon = "", const std::string& members = "") {
+  return R"({"properties":{"title":{"value":")" + title + R"("},"authDescription":{"value":")" +
+         subTitle + R"("},"iconUrlPng":{"value":")" + icon + R"("}},"connectorId":"c")" + members +
+         "}";
+}
+/// The members of a method whose one screen is the form "own".
+inline constexpr const char* kOwnScreen =
+    R"(,"userViews":[{"screenTemplateName":"ScreenTemplate1","screenConfigName":"own"}])";
+/// A flow that opens with these methods, separated by commas.
+inline std::string methodList(const std::string& methods) {
+  return document(
+      R"("navTitle":{"value":"Verify"},"mfaList":{"constructType":"vtConnectorList","value":[)" +
+          methods + "]}," + config("own", std::string(kPostEvent) + "," + kButton),
+      {R"({"screenTemplateName":"MfaScreen1","items":[{"propertyName":"mfaList"}]})"});
+}
 
 inline std::string field(const std::string& key, const std::string& attributes = "") {
   return component("textField", key, R"("")",

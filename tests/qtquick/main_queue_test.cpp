@@ -57,6 +57,17 @@ TEST(QtMainQueue, ADroppedTimerIsSilentEvenWhenItDropsItself) {
   EXPECT_EQ(ticks, 3);
 }
 
+TEST(QtMainQueue, ATimeBeyondWhatQtCountsIsStillFarAwayAndOneThatHasPassedIsNow) {
+  QtMainQueue queue;
+  int early = 0;
+  queue.asyncAfter(Interval::max(), [&] { ++early; });
+  const auto timer = queue.repeatingTimer(Interval(1LL << 32), [&] { ++early; });
+  bool now = false;
+  queue.asyncAfter(Interval(-1), [&] { now = true; });
+  waitFor([&] { return now; });
+  EXPECT_EQ(early, 0);
+}
+
 TEST(QtMainQueue, WorkOfAQueueThatHasGoneNeverRuns) {
   bool ran = false;
   auto queue = std::make_unique<QtMainQueue>();

@@ -72,9 +72,29 @@ TEST_F(WindowProgram, PlaysEveryShippedFlowToItsEnd) {
                                                                  << output.toStdString();
     EXPECT_EQ(errors.toStdString(), "") << id;
     EXPECT_TRUE(output.contains("result")) << id;
-    const bool hasScreen = output.contains("typed");
+    const bool hasScreen = output.contains("pressed");
     EXPECT_EQ(QDir(pictures).entryList({"*.png"}).isEmpty(), !hasScreen) << id;
     EXPECT_FALSE(output.contains("correct horse")) << "a secret was printed";
+  }
+}
+
+TEST_F(WindowProgram, AQRCodeCanBeScannedFromItsScreen) {
+  const auto file = flowFile("qr-code");
+  const auto script = write("script.json", QJsonDocument(file["demo"].toArray()).toJson());
+  const auto text = file["qrCodes"].toObject()["enrol"].toString();
+  for (const char* look : {"--rtl", "--dark"}) {
+    const auto pictures = folder.filePath(look);
+    run(serverArguments("qr-code") +
+        QStringList{"--script", script, "--pictures", pictures, look, "--text-scale", "1.5"});
+    QStringList read;
+    const QDir taken(pictures);
+    for (const auto& name : taken.entryList({"*.png"})) {
+      QProcess scanner;
+      scanner.start("zbarimg", {"--quiet", "--raw", taken.filePath(name)});
+      ASSERT_TRUE(scanner.waitForFinished(kPatience)) << "zbarimg (Debian: zbar-tools) is needed";
+      read << QString::fromUtf8(scanner.readAllStandardOutput()).trimmed();
+    }
+    EXPECT_TRUE(read.contains(text)) << look << read.join('|').toStdString();
   }
 }
 
@@ -85,6 +105,9 @@ TEST_F(WindowProgram, SaysWhatAScriptCannotDo) {
   };
   EXPECT_EQ(run(with(R"([{"do":"input","key":"nothing","text":"x"}])")), 4);
   EXPECT_TRUE(output.contains("refused")) << output.toStdString();
+  EXPECT_TRUE(output.contains("result   none")) << output.toStdString();
+  EXPECT_EQ(run(with(R"([{"do":"select","row":0}])")), 4) << "there is no method list";
+  EXPECT_EQ(run(with(R"([{"do":"select","key":"push"}])")), 2);
   EXPECT_EQ(run(with(R"([{"do":"cancel"}])")), 3);
   EXPECT_EQ(run(with("[]")), 4);
   EXPECT_EQ(run(with(R"([{"do":"dance"}])")), 2);

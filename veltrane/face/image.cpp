@@ -80,6 +80,10 @@ std::string Image::getScaledImageURL(const std::string& urlString) {
          urlString.substr(range.end);
 }
 
+double Image::scaleOfVariant(const std::string& urlString) {
+  return getScaledImageURL(urlString) == urlString ? 1 : wholeScale();
+}
+
 PicturePtr Image::resize(const Picture& picture, PixelSize to, ResizeFramework framework) {
   const auto& codec = Platform::current().pictureCodec;
   return codec && isBearable(to) ? codec->resize(picture, to, framework) : nullptr;

@@ -19,6 +19,8 @@ struct Image {
   /// pixels a point, ".../icon.png" becomes ".../icon@3x.png". Text that is no URL stays as it is.
   /// Main thread.
   static std::string getScaledImageURL(const std::string& urlString);
+  /// Pixels a point of that variant; 1 for text that stays as it is.
+  static double scaleOfVariant(const std::string& urlString);
 
   // Scaled to exactly `to`, whatever the proportions. Not on the main thread.
   static PicturePtr resizeWithUIKit(const Picture& picture, PixelSize to);

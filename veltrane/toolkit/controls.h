@@ -72,6 +72,8 @@ enum class ContentMode : std::uint8_t {
 struct ImageView {
   /// Null while there is none.
   PicturePtr image;
+  /// Pixels of the picture a point, where it is drawn at its own size.
+  double scale = 1;
   std::optional<ContentMode> contentMode;
 };
 

@@ -29,6 +29,8 @@ class TableViewCell : public std::enable_shared_from_this<TableViewCell> {
   /// A front end starts or stops showing the row. Rows show from the start unless told otherwise.
   virtual void willDisplay() {}
   virtual void didEndDisplaying() {}
+  /// Something that the row shows is still on its way.
+  virtual bool isLoading() const { return false; }
 
   /// What the row draws has changed.
   Signal<> changed;

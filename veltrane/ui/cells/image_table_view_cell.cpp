@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "veltrane/base/console.h"
+#include "veltrane/face/image.h"
 
 namespace veltrane {
 
@@ -25,6 +26,7 @@ void ImageTableViewCell::configure(const JSON& iconValue, std::optional<CellValu
     outlet_.loadBase64(iconValue);
   } else if (form == rawValue(CellValueKind::pngURLImage)) {
     console::print("downloading image from URL .............");
+    icon.scale = Image::scaleOfVariant(iconValue.textValue());
     outlet_.loadURL(iconValue.textValue());
   }
   changed();

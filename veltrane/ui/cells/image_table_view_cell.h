@@ -25,8 +25,12 @@ class ImageTableViewCell final : public BaseCell {
                  const std::optional<JSON>& props,
                  const std::weak_ptr<ViewController>& fromViewController);
 
+  /// The record names a picture, be it there yet or not.
+  bool hasSource() const { return outlet_.hasSource(); }
+
   void willDisplay() override { outlet_.willDisplay(); }
   void didEndDisplaying() override { outlet_.didEndDisplaying(); }
+  bool isLoading() const override { return outlet_.isLoading(); }
 
  private:
   PictureOutlet outlet_;

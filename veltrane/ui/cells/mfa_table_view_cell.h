@@ -22,6 +22,7 @@ class MFATableViewCell final : public TableViewCell {
 
   void willDisplay() override { outlet_.willDisplay(); }
   void didEndDisplaying() override { outlet_.didEndDisplaying(); }
+  bool isLoading() const override { return outlet_.isLoading(); }
 
  private:
   PictureOutlet outlet_;

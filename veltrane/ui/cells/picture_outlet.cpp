@@ -15,12 +15,15 @@ namespace veltrane {
 struct PictureOutlet::Loading {
   std::function<void(PicturePtr)> show;
   std::unique_ptr<ImageDownload> download;
+  bool ended = false;
 
   /// Any thread.
   static void arrived(const std::weak_ptr<Loading>& weak, PicturePtr picture) {
-    if (!picture) return;
     MainQueue::current().async([weak, picture = std::move(picture)] {
-      if (const auto loading = weak.lock()) loading->show(picture);
+      const auto loading = weak.lock();
+      if (!loading) return;
+      loading->ended = true;
+      if (picture) loading->show(picture);
     });
   }
 };
@@ -41,8 +44,9 @@ void PictureOutlet::loadURL(const std::string& urlString) {
 void PictureOutlet::loadBase64(const JSON& text) {
   load([text](const std::shared_ptr<Loading>& loading) {
     Platform::current().pictureQueue->async([text, weak = std::weak_ptr(loading)] {
+      if (weak.expired()) return;
       const auto base64 = text.text();
-      if (base64 && !weak.expired()) Loading::arrived(weak, Image::base64ToUIImage(*base64));
+      Loading::arrived(weak, base64 ? Image::base64ToUIImage(*base64) : nullptr);
     });
   });
 }
@@ -58,9 +62,13 @@ void PictureOutlet::didEndDisplaying() {
   show_(nullptr);
 }
 
+bool PictureOutlet::isLoading() const {
+  return loading_ && !loading_->ended;
+}
+
 void PictureOutlet::willDisplay() {
   if (loading_ || !start_) return;
-  loading_ = std::make_shared<Loading>(Loading{show_, nullptr});
+  loading_ = std::make_shared<Loading>(Loading{show_, nullptr, false});
   start_(loading_);
 }
 

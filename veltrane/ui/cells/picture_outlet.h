@@ -29,6 +29,10 @@ class PictureOutlet {
   void didEndDisplaying();
   /// Loads again what was let go.
   void willDisplay();
+  /// There is a picture to load, loaded or not.
+  bool hasSource() const { return start_ != nullptr; }
+  /// Under way: neither has the picture arrived nor is it known that it will not.
+  bool isLoading() const;
 
  private:
   struct Loading;

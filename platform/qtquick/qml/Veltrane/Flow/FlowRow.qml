@@ -9,7 +9,7 @@ FocusScope {
     property real gapAbove: 0
     required property int index
     readonly property bool ringVisible: row.screen.stage.keyboardInUse
-    required property TemplateScreenItem screen
+    required property ListScreenItem screen
     // In the order of Tab.
     property list<Item> stops
     readonly property real textScale: row.screen.stage.textScale

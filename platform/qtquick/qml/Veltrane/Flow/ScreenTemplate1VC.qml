@@ -33,7 +33,7 @@ ScreenFrame {
         anchors.bottomMargin: Math.max(0, screen.template.keyboardInset)
         anchors.fill: parent
         focus: true
-        objectName: "form"
+        objectName: "rows"
         screen: screen.template
     }
     ActivityPanel {
