@@ -99,6 +99,10 @@ std::vector<std::shared_ptr<HTTPTask>> CurlTransport::tasks() const {
   return worker_->tasks();
 }
 
+void CurlTransport::hurry() {
+  worker_->hurry();
+}
+
 std::shared_ptr<CurlTransport> make(Options options) {
   return std::make_shared<CurlTransport>(std::move(options));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -22,6 +23,11 @@ struct Options {
   /// server's scheme, host and port, never with anything that was sent. On the transport's thread;
   /// must not block. Not told of requests that were cancelled or dropped.
   std::function<void(const std::string&)> report;
+
+  /// How long the thread waits before it loads libcurl, unless `CurlTransport::hurry` comes first.
+  /// The system's loader serves one thread at a time: a program that loads libraries of its own for
+  /// its first frame gets them sooner. Requests wait that long at most.
+  std::chrono::milliseconds headStart{0};
 };
 
 /// The HTTP port on libcurl, with one thread of its own for all exchanges.
@@ -57,6 +63,9 @@ class CurlTransport final : public HTTPTransport {
   [[nodiscard]] std::unique_ptr<HTTPRequestHandle> send(HTTPRequest request,
                                                         Completion completion) override;
   std::vector<std::shared_ptr<HTTPTask>> tasks() const override;
+
+  /// Ends the program's head start. Any thread.
+  void hurry();
 
  private:
   std::shared_ptr<Worker> worker_;

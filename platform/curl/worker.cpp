@@ -73,11 +73,27 @@ void Worker::wake() {
   }
 }
 
+void Worker::hurry() {
+  {
+    std::lock_guard lock(mutex_);
+    hurried_ = true;
+  }
+  woken_.notify_one();
+}
+
+bool Worker::waitForTurn() {
+  std::unique_lock lock(mutex_);
+  woken_.wait_for(lock, options_.headStart, [this] { return hurried_ || stopped_; });
+  return !stopped_;
+}
+
 void Worker::run(void (*whenLoaded)()) {
-  if (const auto trouble = startEngine(whenLoaded); trouble.empty()) {
-    serve();
-  } else {
-    refuseAll(trouble);
+  if (waitForTurn()) {
+    if (const auto trouble = startEngine(whenLoaded); trouble.empty()) {
+      serve();
+    } else {
+      refuseAll(trouble);
+    }
   }
   abandonAll();
 }

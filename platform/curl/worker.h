@@ -27,6 +27,8 @@ class Worker : public std::enable_shared_from_this<Worker> {
   std::vector<std::shared_ptr<HTTPTask>> tasks() const;
   void wake();
 
+  /// Ends the wait before libcurl is loaded.
+  void hurry();
   /// Makes the thread end every exchange in silence, let go of libcurl and return.
   void stop();
   /// Stops and waits, except on the thread itself. Called once, at the latest when the program
@@ -40,6 +42,8 @@ class Worker : public std::enable_shared_from_this<Worker> {
   using Exchanges = std::map<std::uint64_t, std::shared_ptr<Exchange>>;  // oldest first
 
   void run(void (*whenLoaded)());
+  /// False when the thread is to end before its turn has come.
+  bool waitForTurn();
   /// Why it cannot be; empty when it is.
   std::string startEngine(void (*whenLoaded)());
   void serve();
@@ -60,6 +64,7 @@ class Worker : public std::enable_shared_from_this<Worker> {
 
   mutable std::mutex mutex_;
   std::condition_variable woken_;  // while there is no engine to wake
+  bool hurried_ = false;
   bool stopped_ = false;
   bool ended_ = false;
   std::uint64_t lastNumber_ = 0;

@@ -1,5 +1,12 @@
 #include "platform/qtquick/install.h"
 
+#include <QCoreApplication>
+#include <QEvent>
+#include <QQuickWindow>
+#include <chrono>
+#include <memory>
+#include <utility>
+
 // The one file of this folder that knows the other adapters: it puts the usual set together.
 #include "platform/curl/curl_transport.h"
 #include "platform/pictures/codec.h"
@@ -15,6 +22,40 @@
 void qml_register_types_Veltrane_Flow();
 
 namespace veltrane::qtquick {
+namespace {
+
+/// Lets the network's libraries be loaded once the first window has been drawn: until then the
+/// loader is busy with those of its views.
+class FirstFrame final : public QObject {
+ public:
+  FirstFrame(std::weak_ptr<curl::CurlTransport> transport, QObject* parent)
+      : QObject(parent), transport_(std::move(transport)) {
+    QCoreApplication::instance()->installEventFilter(this);
+  }
+
+  bool eventFilter(QObject* watched, QEvent* event) override {
+    auto* window = event->type() == QEvent::Expose ? qobject_cast<QQuickWindow*>(watched) : nullptr;
+    if (window) {
+      QCoreApplication::instance()->removeEventFilter(this);
+      // On the thread that draws.
+      connect(
+          window, &QQuickWindow::frameSwapped, this,
+          [transport = transport_] {
+            if (const auto waiting = transport.lock()) waiting->hurry();
+          },
+          static_cast<Qt::ConnectionType>(Qt::DirectConnection | Qt::SingleShotConnection));
+    }
+    return QObject::eventFilter(watched, event);
+  }
+
+ private:
+  std::weak_ptr<curl::CurlTransport> transport_;
+};
+
+/// For hosts that draw nothing for a while.
+constexpr std::chrono::milliseconds kHeadStart{100};
+
+}  // namespace
 
 void registerTypes() {
   qml_register_types_Veltrane_Flow();
@@ -30,7 +71,10 @@ Platform makePlatform(const Options& options) {
   const auto report = [queue = std::weak_ptr(platform.mainQueue)](const std::string& line) {
     if (const auto main = queue.lock()) main->async([line] { console::print(line); });
   };
-  platform.transport = curl::make({.authorityFile = options.authorityFile, .report = report});
+  const auto transport = curl::make(
+      {.authorityFile = options.authorityFile, .report = report, .headStart = kHeadStart});
+  new FirstFrame(transport, QCoreApplication::instance());
+  platform.transport = transport;
   platform.pictureCodec = std::make_shared<pictures::Codec>();
   platform.device = std::make_shared<ScreenDevice>(options.idiom);
   return platform;

@@ -253,5 +253,19 @@ TEST_F(Lifecycle, ManyThreadsMaySendListAndCancelAtOnce) {
   EXPECT_TRUE(transport->tasks().empty());
 }
 
+TEST(Lifecycle, WaitsOutItsHeadStartUnlessHurriedOrDropped) {
+  TlsTestServer server;
+  server.answer("/", 200, "here");
+  const curl::Options patient{.authorityFile = server.authorityFile(),
+                              .headStart = std::chrono::hours(1)};
+  auto transport = curl::make(patient);
+  auto waiting = start(*transport, getFrom(server.url("/")));
+  EXPECT_EQ(waiting.answer.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+  transport->hurry();
+  EXPECT_EQ(resultOf(std::move(waiting.answer))->body, "here");
+  auto dropped = start(*curl::make(patient), getFrom(server.url("/")));
+  EXPECT_EQ(server.requests().size(), 1u);
+}
+
 }  // namespace
 }  // namespace veltrane::testing
