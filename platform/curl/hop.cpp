@@ -58,6 +58,7 @@ bool Origin::isLoopback() const {
 }
 
 std::optional<Origin> originOf(const std::string& url) {
+  load();
   const std::unique_ptr<CURLU, decltype(api().url_cleanup)> parsed(api().url(), api().url_cleanup);
   if (!parsed || api().url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) != CURLUE_OK) return {};
   return Origin{urlPart(parsed.get(), CURLUPART_SCHEME), urlPart(parsed.get(), CURLUPART_HOST),
