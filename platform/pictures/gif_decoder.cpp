@@ -18,6 +18,14 @@ using Gif = std::unique_ptr<GifFileType, Close>;
 
 /// No GIF stream grows by more than this: a code of 12 bits stands for at most 4,096 pixels.
 constexpr std::int64_t kMaxGrowth = 4096;
+/// A canvas costs its file nothing, and a frame need not fill it: a small file is believed as many
+/// pixels as one of this size would be, which take 16 MiB.
+constexpr std::size_t kSmallestFile = 1024;
+
+/// Whether so many pixels are likely in a file of this size: a few bytes need not cost 256 MiB.
+bool isPlausible(PixelSize size, std::size_t fileSize) {
+  return std::int64_t{size.width} * size.height / kMaxGrowth <= static_cast<std::int64_t>(fileSize);
+}
 
 int readBytes(GifFileType* gif, GifByteType* data, int size) {
   auto& left = *static_cast<std::string_view*>(gif->UserData);
@@ -68,9 +76,7 @@ class Frame {
 
   bool isBearable(std::size_t fileSize) const {
     const PixelSize size{gif_->Image.Width, gif_->Image.Height};
-    return colors_ && veltrane::isBearable(size) &&
-           std::int64_t{size.width} * size.height / kMaxGrowth <=
-               static_cast<std::int64_t>(fileSize);
+    return colors_ && veltrane::isBearable(size) && isPlausible(size, fileSize);
   }
 
   bool read(Picture& picture) {
@@ -120,7 +126,8 @@ std::optional<Decoded> decodeGIF(std::string_view bytes) {
   if (!gif || !findFrame(gif.get(), transparent)) return std::nullopt;
   Frame frame(gif.get(), transparent);
   const PixelSize size{gif->SWidth, gif->SHeight};
-  if (!isBearable(size) || !frame.isBearable(bytes.size())) return std::nullopt;
+  const bool fits = isBearable(size) && isPlausible(size, std::max(bytes.size(), kSmallestFile));
+  if (!fits || !frame.isBearable(bytes.size())) return std::nullopt;
   Decoded decoded{.picture = blank(size), .isPremultiplied = true};
   // Something follows a frame, the end mark if nothing else.
   GifRecordType next = UNDEFINED_RECORD_TYPE;

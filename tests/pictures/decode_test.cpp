@@ -12,7 +12,6 @@ std::string fieldsOf(std::string_view bytes) {
   return testing::fieldsOf(Codec().decode(bytes).get());
 }
 
-/// Quick to decode and not too small; damage is tried on every one of its bytes.
 bool isSound(const Picture& picture) {
   return isBearable(picture.size) &&
          picture.pixels.size() == std::size_t(picture.size.width) * picture.size.height * 4;
@@ -123,6 +122,19 @@ TEST(Decode, RefusesAPictureTooLargeBeforeTakingMemoryForIt) {
   std::string webp = asWebP(small);
   put(webp, 21, {0xFF, 0xFF, 0xFF, 0x0F});
   for (const auto& bytes : {png, jpeg, gif, frame, webp}) EXPECT_FALSE(Codec().decode(bytes));
+}
+
+/// A frame may be a small part of its canvas, but hardly a speck of it.
+TEST(Decode, HoldsACanvasAgainstTheSizeOfItsFile) {
+  std::string gif = asGIF(painted("RG"));
+  ASSERT_LT(gif.size(), 500U);
+  put(gif, 6, {0x00, 0x08, 0x00, 0x08});  // 2,048 x 2,048
+  const PicturePtr large = Codec().decode(gif);
+  ASSERT_TRUE(large);
+  EXPECT_EQ(large->size, (PixelSize{2048, 2048}));
+  EXPECT_FALSE(large->isOpaque);
+  put(gif, 6, {0x00, 0x20, 0x00, 0x20});  // 8,192 x 8,192, which takes 256 MiB
+  EXPECT_FALSE(Codec().decode(gif));
 }
 
 TEST(Decode, DoesNotUnpackTextNobodyReads) {
