@@ -53,6 +53,7 @@ struct Challenges::Entry {
   std::string name;
   std::shared_ptr<const Flow> flow;  // keeps `plan` alive
   const ChallengePlan* plan = nullptr;
+  PlaceholderValues values;
   Clock::time_point begin;
   std::size_t questions = 0;
 };
@@ -90,6 +91,7 @@ std::string Challenges::open(const std::shared_ptr<const Flow>& flow, const std:
                              .name = name,
                              .flow = flow,
                              .plan = &plan,
+                             .values = values,
                              .begin = now_()});
   if (order_.size() > kRemembered) forgetOldest();
   return id;
@@ -160,14 +162,15 @@ Challenges::Outcome Challenges::answer(const std::string& id, const std::string&
   return Outcome::taken;
 }
 
-std::shared_ptr<const Reply> Challenges::nextStatus(const std::string& id) {
+std::optional<Challenges::StatusAnswer> Challenges::nextStatus(const std::string& id) {
   const std::lock_guard lock(mutex_);
   const auto found = entries_.find(id);
-  if (found == entries_.end()) return nullptr;
+  if (found == entries_.end()) return std::nullopt;
   Entry& entry = found->second;
   const StatusStep* step = stepFor(entry.plan->status, entry.questions++);
-  if (step && step->reply) return {entry.flow, &*step->reply};
-  return std::make_shared<const Reply>(truth(seen(entry).state));
+  auto reply = step && step->reply ? std::shared_ptr<const Reply>(entry.flow, &*step->reply)
+                                   : std::make_shared<const Reply>(truth(seen(entry).state));
+  return StatusAnswer{.flow = entry.flow, .reply = std::move(reply), .values = entry.values};
 }
 
 }  // namespace veltrane::sandbox

@@ -59,9 +59,16 @@ class Challenges {
 
   Outcome answer(const std::string& id, const std::string& token, bool approve);
 
-  /// What the next question for this challenge's status is answered with. Counts the question.
-  /// Null when there is no such challenge.
-  std::shared_ptr<const Reply> nextStatus(const std::string& id);
+  /// What a question for a status is answered with.
+  struct StatusAnswer {
+    std::shared_ptr<const Flow> flow;
+    std::shared_ptr<const Reply> reply;
+    PlaceholderValues values;  ///< Those of the answer that opened the challenge.
+  };
+
+  /// The answer to the next question for this challenge's status; nothing when there is no such
+  /// challenge. Counts the question.
+  std::optional<StatusAnswer> nextStatus(const std::string& id);
 
  private:
   struct Entry;

@@ -1,6 +1,7 @@
 #include "apps/sandbox/flow.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 namespace veltrane::sandbox {
 namespace {
@@ -27,15 +28,15 @@ bool Condition::holds(const nlohmann::json& body) const {
   const nlohmann::json* node = find(body, path);
   switch (test) {
     case Test::equals:
-      return node && *node == value;
+      return node && *node == *value;
     case Test::differs:
-      return !node || *node != value;
+      return !node || *node != *value;
     case Test::missing:
       return !node;
     case Test::present:
       return node;
     case Test::startsWith:
-      return node && startsWith(*node, value);
+      return node && startsWith(*node, *value);
   }
   return false;
 }

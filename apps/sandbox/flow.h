@@ -5,7 +5,7 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <utility>
@@ -60,7 +60,7 @@ struct Condition {
 
   std::vector<std::string> path;
   Test test = Test::equals;
-  nlohmann::json value;
+  std::shared_ptr<const nlohmann::json> value;  ///< Empty for missing and present.
 
   bool holds(const nlohmann::json& body) const;
 };

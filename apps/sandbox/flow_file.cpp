@@ -41,9 +41,9 @@ std::vector<std::string> readPath(const std::string& dotted, const Node& when) {
   return path;
 }
 
-const json& readScalar(const Node& node) {
+std::shared_ptr<const json> readScalar(const Node& node) {
   if (node.value().is_structured()) node.fail("must be a text, a number, true, false or null");
-  return node.value();
+  return std::make_shared<const json>(node.value());
 }
 
 void readTest(const Node& node, Condition& condition) {
@@ -60,14 +60,14 @@ void readTest(const Node& node, Condition& condition) {
     condition.value = readScalar(node["not"]);
   } else {
     condition.test = Condition::Test::startsWith;
-    condition.value = node["startsWith"].text();
+    condition.value = std::make_shared<const json>(node["startsWith"].text());
   }
 }
 
 std::vector<Condition> readWhen(const Node& when) {
   std::vector<Condition> conditions;
   when.eachEntry([&](const std::string& path, const Node& node) {
-    Condition condition{.path = readPath(path, when)};
+    Condition condition{.path = readPath(path, when), .value = nullptr};
     readTest(node, condition);
     conditions.push_back(std::move(condition));
   });
@@ -202,6 +202,7 @@ StatusStep readStatusStep(const Node& node, const PlaceholderNames& names) {
   Reply reply;
   if (readReply(node, names, reply)) {
     if (!reply.opens.empty()) node.fail("cannot open a challenge");
+    if (!reply.documents.empty()) node.fail("cannot hold a flow document");
     step.reply = std::move(reply);
   } else if (node.has("status") || node.has("headers") || node.has("trouble")) {
     node.fail("has no answer");

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -175,7 +176,7 @@ StartRequest readStart(const Target& target, const RecordedRequest& request) {
   checkNotEmpty(target.segments[3], "flow or policy id");
   return {.companyId = target.segments[1],
           .flowId = target.segments[3],
-          .body = request.body.empty() ? json() : readBody(request)};
+          .body = std::make_shared<const json>(request.body.empty() ? json() : readBody(request))};
 }
 
 EventRequest readEvent(const Target& target, const RecordedRequest& request) {
@@ -188,7 +189,7 @@ EventRequest readEvent(const Target& target, const RecordedRequest& request) {
           .capabilityName = target.segments[5],
           .interactionId = interactionId,
           .eventName = std::move(eventName),
-          .body = std::move(body)};
+          .body = std::make_shared<const json>(std::move(body))};
 }
 
 StatusRequest readStatus(const Target& target, const RecordedRequest& request) {
@@ -255,9 +256,9 @@ void checkIds(const StatusRequest& request, const Challenge& challenge) {
 }
 
 void checkIds(const EventRequest& event, const Run& run) {
-  const std::string connectionId = event.body["connectionId"].get<std::string>();
-  const std::string capabilityName = event.body["capabilityName"].get<std::string>();
-  const std::string id = event.body["id"].get<std::string>();
+  const std::string connectionId = (*event.body)["connectionId"].get<std::string>();
+  const std::string capabilityName = (*event.body)["capabilityName"].get<std::string>();
+  const std::string id = (*event.body)["id"].get<std::string>();
   checkSame(connectionId, event.connectionId, "connectionId");
   checkSame(capabilityName, event.capabilityName, "capabilityName");
   const auto document = std::find_if(run.documents.rbegin(), run.documents.rend(),

@@ -1,14 +1,15 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <stdexcept>
 #include <string>
 #include <variant>
 #include <vector>
 
 #include "apps/sandbox/challenges.h"
+#include "apps/sandbox/request_log.h"
 #include "apps/sandbox/runs.h"
-#include "apps/sandbox/server.h"
 
 namespace veltrane::sandbox {
 
@@ -27,8 +28,8 @@ class Refusal : public std::runtime_error {
 
 struct StartRequest {
   std::string companyId;
-  std::string flowId;   ///< Or the policy's id.
-  nlohmann::json body;  ///< Null when there is none.
+  std::string flowId;                          ///< Or the policy's id.
+  std::shared_ptr<const nlohmann::json> body;  ///< Never empty; JSON's null when none came.
 };
 
 struct EventRequest {
@@ -37,7 +38,7 @@ struct EventRequest {
   std::string capabilityName;
   std::string interactionId;
   std::string eventName;
-  nlohmann::json body;
+  std::shared_ptr<const nlohmann::json> body;  ///< Never empty.
 };
 
 struct StatusRequest {

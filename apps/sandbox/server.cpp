@@ -2,32 +2,23 @@
 
 #include <httplib.h>
 #include <openssl/ssl.h>
-#include <strings.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <chrono>
-#include <deque>
 #include <fstream>
 #include <future>
 #include <iterator>
-#include <map>
-#include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <thread>
-#include <variant>
 
 #include "apps/sandbox/approve/approve_page.h"
 #include "apps/sandbox/certificates.h"
-#include "apps/sandbox/challenges.h"
 #include "apps/sandbox/connections.h"
-#include "apps/sandbox/documents.h"
-#include "apps/sandbox/flow.h"
-#include "apps/sandbox/pictures/picture_route.h"
+#include "apps/sandbox/decider.h"
 #include "apps/sandbox/reply_writer.h"
 #include "apps/sandbox/request_check.h"
-#include "apps/sandbox/runs.h"
 
 namespace veltrane::sandbox {
 namespace {
@@ -38,7 +29,6 @@ constexpr const char* kHost = "127.0.0.1";
 // Also the number of requests that may hang on purpose before others have to wait.
 constexpr std::size_t kThreads = 32;
 constexpr std::size_t kMaxRequestBytes = std::size_t{64} * 1024 * 1024;
-constexpr std::size_t kRecorded = 10'000;
 constexpr int kBacklog = 512;
 constexpr const char* kFlowSuffix = ".json";
 
@@ -84,28 +74,15 @@ std::string pathForLog(const std::string& target) {
   return path;
 }
 
-/// What is to be done for a request: which reply, and for whom.
-struct Decision {
-  std::shared_ptr<const Flow> flow;  // null where there is none
-  std::shared_ptr<const Reply> reply;
-  PlaceholderValues values;
-};
-
 }  // namespace
-
-std::string RecordedRequest::header(const std::string& name) const {
-  const auto entry = std::find_if(headers.begin(), headers.end(), [&](const auto& header) {
-    return ::strcasecmp(header.first.c_str(), name.c_str()) == 0;
-  });
-  return entry == headers.end() ? std::string() : entry->second;
-}
 
 class Server::Impl {
  public:
   explicit Impl(ServerOptions options)
       : options_(std::move(options)),
         certificates_(certificatesIn(options_.stateFolder)),
-        server_([this](SSL_CTX& context) { return prepare(context); }) {
+        server_([this](SSL_CTX& context) { return prepare(context); }),
+        requests_(options_.recordedBytes) {
     if (!server_.is_valid()) throw std::runtime_error("Cannot use the server's certificate.");
     loadFlows();
     configure();
@@ -123,32 +100,15 @@ class Server::Impl {
   Impl& operator=(const Impl&) = delete;
 
   int port() const { return port_; }
-  std::string serverURL() const { return "https://localhost:" + std::to_string(port_); }
   const fs::path& authorityFile() const { return certificates_.authority; }
 
   void addFlow(std::string id, const std::string& jsonText) {
-    if (id.empty()) throw std::invalid_argument("a flow needs an id");
-    auto flow = readFlow(jsonText);
-    const std::lock_guard lock(mutex_);
-    flows_[std::move(id)] = std::move(flow);
+    decider_.addFlow(std::move(id), jsonText);
   }
 
-  std::vector<std::string> flowIds() const {
-    const std::lock_guard lock(mutex_);
-    std::vector<std::string> ids;
-    for (const auto& [id, flow] : flows_) ids.push_back(id);
-    return ids;
-  }
-
-  std::vector<RecordedRequest> requests() const {
-    const std::lock_guard lock(mutex_);
-    return {requests_.begin(), requests_.end()};
-  }
-
-  void clearRequests() {
-    const std::lock_guard lock(mutex_);
-    requests_.clear();
-  }
+  std::vector<std::string> flowIds() const { return decider_.flowIds(); }
+  std::vector<RecordedRequest> requests() const { return requests_.all(); }
+  void clearRequests() { requests_.clear(); }
 
  private:
   // ---- starting
@@ -227,21 +187,15 @@ class Server::Impl {
     const auto begin = std::chrono::steady_clock::now();
     if (ApprovePage::isItsPath(request.path)) return answerPage(request, response, begin);
     const RecordedRequest record = recorded(request);
-    remember(record);
+    requests_.add(record);
     std::string outcome;
     try {
-      outcome = answer(decide(record), request.ssl, response);
+      outcome = answer(decider_.decide(record, port_), request.ssl, response);
     } catch (const Refusal& refusal) {
       writeError(refusal.code(), refusal.what(), refusal.status(), response);
       outcome = std::to_string(refusal.status()) + " (" + refusal.code() + ")";
     }
     log(record, outcome, std::chrono::steady_clock::now() - begin);
-  }
-
-  void remember(const RecordedRequest& record) {
-    const std::lock_guard lock(mutex_);
-    if (requests_.size() == kRecorded) requests_.pop_front();
-    requests_.push_back(record);
   }
 
   void answerPage(const httplib::Request& request, httplib::Response& response,
@@ -254,67 +208,9 @@ class Server::Impl {
         std::chrono::steady_clock::now() - begin);
   }
 
-  Decision decide(const RecordedRequest& record) {
-    const auto request = checkedRequest(record);
-    if (const auto* start = std::get_if<StartRequest>(&request)) return decideStart(*start);
-    if (const auto* status = std::get_if<StatusRequest>(&request)) return decideStatus(*status);
-    if (const auto* event = std::get_if<EventRequest>(&request)) return decideEvent(*event);
-    return {.reply = std::make_shared<const Reply>(
-                pictureReply(std::get<PictureRequest>(request).segments, port_))};
-  }
-
-  Decision decideStart(const StartRequest& start) {
-    auto flow = flowOf(start.flowId);
-    if (!flow) throw Refusal("unknownFlow", "There is no flow \"" + start.flowId + "\".", 404);
-    return decision(flow, flow->start, start.body,
-                    {.interactionId = Runs::newInteractionId(),
-                     .companyId = start.companyId,
-                     .flowId = start.flowId});
-  }
-
-  Decision decideEvent(const EventRequest& event) {
-    const auto run = runs_.find(event.interactionId);
-    if (!run) throw Refusal("unknownInteraction", "There is no interaction of this id.");
-    checkIds(event, *run);
-    const auto rules = run->flow->events.find(event.eventName);
-    if (rules == run->flow->events.end()) {
-      throw Refusal("unknownEvent", "This flow has no event \"" + event.eventName + "\".");
-    }
-    return decision(run->flow, rules->second, event.body,
-                    {.interactionId = event.interactionId,
-                     .companyId = event.companyId,
-                     .flowId = run->flowId});
-  }
-
-  Decision decideStatus(const StatusRequest& request) {
-    const auto challenge = challenges_.find(request.challengeId);
-    if (!challenge) throw Refusal("unknownChallenge", "There is no challenge of this id.", 404);
-    checkIds(request, *challenge);
-    return {.reply = challenges_.nextStatus(request.challengeId)};
-  }
-
-  Decision decision(std::shared_ptr<const Flow> flow, const Rules& rules,
-                    const nlohmann::json& body, PlaceholderValues values) const {
-    const Rule* rule = firstMatch(rules, body, [&](const std::string& name) {
-      return challenges_.stateOf(values.interactionId, name);
-    });
-    if (!rule) throw Refusal("noMatchingRule", "No rule of the flow fits this body.");
-    values.serverURL = serverURL();
-    return {.flow = flow,
-            .reply = std::shared_ptr<const Reply>(flow, &rule->reply),
-            .values = std::move(values)};
-  }
-
-  std::shared_ptr<const Flow> flowOf(const std::string& id) const {
-    const std::lock_guard lock(mutex_);
-    const auto entry = flows_.find(id);
-    return entry == flows_.end() ? nullptr : entry->second;
-  }
-
   /// Answers the outcome, for the log.
-  std::string answer(Decision decision, const SSL* connection, httplib::Response& response) {
+  std::string answer(const Decision& decision, const SSL* connection, httplib::Response& response) {
     const Reply& reply = *decision.reply;
-    PlaceholderValues& values = decision.values;
     bool there = reply.delay.count() == 0 || connections_.wait(connection, reply.delay);
     if (there && reply.noAnswer) there = connections_.wait(connection, std::nullopt);
     if (!there || reply.closeConnection) {
@@ -322,13 +218,7 @@ class Server::Impl {
       return reply.closeConnection ? "closed without an answer" : "no answer";
     }
     // Before the answer is out, for the client may be quick.
-    for (const std::string& name : reply.opens) {
-      values.challenges[name] = challenges_.open(decision.flow, name, values);
-    }
-    for (const DocumentIds& document : reply.documents) {
-      runs_.add(values.flowId, decision.flow, filled(document, values));
-    }
-    writeReply(reply, reply.verbatim ? reply.text : filled(reply.text, values), response);
+    writeReply(reply, decider_.issue(decision), response);
     return std::to_string(reply.status);
   }
 
@@ -347,13 +237,9 @@ class Server::Impl {
   socket_t listening_ = INVALID_SOCKET;
   int port_ = 0;
   std::thread thread_;
-  Runs runs_;
-  Challenges challenges_;
-  ApprovePage approvePage_{challenges_};
-
-  mutable std::mutex mutex_;  // guards what follows
-  std::map<std::string, std::shared_ptr<const Flow>> flows_;
-  std::deque<RecordedRequest> requests_;
+  Decider decider_;
+  ApprovePage approvePage_{decider_.challenges()};
+  RequestLog requests_;
 };
 
 Server::Server(ServerOptions options) : impl_(std::make_unique<Impl>(std::move(options))) {}
@@ -364,11 +250,11 @@ int Server::port() const {
 }
 
 std::string Server::baseURL() const {
-  return impl_->serverURL() + "/v1";
+  return serverURL(port()) + "/v1";
 }
 
 std::string Server::approveURL() const {
-  return impl_->serverURL() + "/approve";
+  return serverURL(port()) + "/approve";
 }
 
 fs::path Server::authorityFile() const {

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
+
+#include "apps/sandbox/request_log.h"
 
 namespace veltrane::sandbox {
 
@@ -28,21 +30,13 @@ struct ServerOptions {
   /// 0: a free one. The server only ever listens on a loopback address.
   int port = 0;
 
+  /// How many bytes the requests may take up that requests() tells; 0: none is kept, and with none
+  /// of them a token or a password.
+  std::size_t recordedBytes = std::size_t{64} << 20;
+
   /// Called with one line a request: method, path, status and time; never a body or a token. Called
   /// on the server's threads, several at once; must not block for long and must not throw.
   std::function<void(const std::string&)> log;
-};
-
-/// A request as it came in, before it was judged: wrong ones are recorded as well.
-struct RecordedRequest {
-  std::string method;
-  std::string path;  ///< With its query, as sent.
-  std::string body;
-  std::vector<std::pair<std::string, std::string>>
-      headers;  ///< Ordered by name, without regard to case.
-
-  /// The value of the first header of that name, without regard to case; empty when there is none.
-  std::string header(const std::string& name) const;
 };
 
 /// An orchestration server to develop and test against, on a loopback address and over TLS.
@@ -77,8 +71,8 @@ class Server {
   /// In alphabetical order.
   std::vector<std::string> flowIds() const;
 
-  /// The requests since the start or the last clearRequests(), the latest ten thousand of them, in
-  /// the order in which they arrived; without those of the approval page.
+  /// The requests since the start or the last clearRequests(), in the order in which they arrived
+  /// and without those of the approval page: the latest that fit into `recordedBytes`.
   std::vector<RecordedRequest> requests() const;
   void clearRequests();
 

@@ -74,15 +74,27 @@ TEST_F(ChallengesTest, whatAnswersItselfCanBeAnsweredBefore) {
 TEST_F(ChallengesTest, stepsComeInTurnAndThenTheTruth) {
   const auto id = open(R"({"for": "x", "status": [
       {"times": 2}, {"answer": {"status": "Approved"}}, {"status": 503, "answer": {}}]})");
-  const auto next = [&] { return challenges.nextStatus(id)->text; };
+  const auto next = [&] { return challenges.nextStatus(id)->reply->text; };
   EXPECT_EQ(next(), R"({"status":"inProgress"})");
   answer(id, true);
   EXPECT_EQ(next(), R"({"status":"approved"})");
   EXPECT_EQ(next(), R"({"status":"Approved"})");
-  EXPECT_EQ(challenges.nextStatus(id)->status, 503);
+  EXPECT_EQ(challenges.nextStatus(id)->reply->status, 503);
   EXPECT_EQ(next(), R"({"status":"approved"})");
   EXPECT_EQ(next(), R"({"status":"approved"})");
-  EXPECT_EQ(challenges.nextStatus("none"), nullptr);
+  EXPECT_FALSE(challenges.nextStatus("none"));
+}
+
+TEST_F(ChallengesTest, aStatusComesWithItsFlowAndTheIdsOfItsRun) {
+  const auto id = open(R"({"for": "x", "status": [{"answer": {"status": "${companyId}"}}]})");
+  for (const char* text : {R"({"status":"${companyId}"})", R"({"status":"inProgress"})"}) {
+    const auto answer = challenges.nextStatus(id);
+    EXPECT_EQ(answer->reply->text, text);
+    ASSERT_TRUE(answer->flow);
+    EXPECT_TRUE(answer->flow->challenges.contains("push"));
+    EXPECT_EQ(answer->values.interactionId, "i-1");
+    EXPECT_EQ(answer->values.companyId, "acme");
+  }
 }
 
 TEST_F(ChallengesTest, theLatestOfANameCountsForItsInteraction) {

@@ -60,6 +60,15 @@ TEST(FlowFile, saysWhatIsWrongAndWhere) {
        "answersItself.answer: must be approved or denied"},
       {R"({"start": {}, "challenges": {"x": {"for": "y", "status": [{"status": 503}]}}})",
        "challenges.x.status[0]: has no answer"},
+      {R"({"start": {}, "challenges": {"x": {"for": "y", "status": [{"answer": {
+           "a": "${challenge:x}"}}]}}})",
+       "challenges.x.status[0]: cannot open a challenge"},
+      {R"({"start": {}, "challenges": {"x": {"for": "y", "status": [{}, {"answer": {
+           "interactionId": "i", "id": "d", "connectionId": "c", "capabilityName": "k"}}]}}})",
+       "challenges.x.status[1]: cannot hold a flow document"},
+      {R"({"start": {}, "challenges": {"x": {"for": "y", "status": [{"answer": {
+           "screen": {"interactionId": "${interactionId}"}}}]}}})",
+       "challenges.x.status[0]: cannot hold a flow document"},
       {R"({"start": {}, "demo": [{"press": 1}]})", "demo[0]: has no \"do\""},
       {R"({"start": {}, "look": {"rtl": true}})", "look: unknown key \"rtl\""},
       {R"({"start": {}, "look": {"dark": 1}})", "look.dark: must be true or false"},

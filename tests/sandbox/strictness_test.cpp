@@ -181,5 +181,27 @@ TEST_F(StrictnessTest, recordsRequestsAndLogsNoSecrets) {
   EXPECT_THAT(lines[1], testing::MatchesRegex("POST .*/buy 400 .badBody. [0-9]+ ms"));
 }
 
+TEST_F(StrictnessTest, keepsAsManyRequestsAsItMayAndNoneUnlessAsked) {
+  server.reset();
+  start({.recordedBytes = 100'000});
+  const auto sendBody = [&](char letter, std::size_t size) {
+    return send(startOf("shop", R"({"a": ")" + std::string(size, letter) + "\"}"))->status;
+  };
+  for (const char letter : {'p', 'q', 'r'}) EXPECT_EQ(sendBody(letter, 40'000), 200);
+  const auto recorded = server->requests();
+  ASSERT_EQ(recorded.size(), 2U);
+  EXPECT_THAT(recorded[0].body, testing::HasSubstr("qqq"));
+  EXPECT_THAT(recorded[1].body, testing::HasSubstr("rrr"));
+  server->clearRequests();
+  EXPECT_EQ(sendBody('s', 90'000), 200);
+  EXPECT_EQ(server->requests().size(), 1U) << "what was cleared takes up nothing";
+  EXPECT_EQ(sendBody('t', 200'000), 200) << "answered, though too large to keep";
+  EXPECT_TRUE(server->requests().empty());
+  server.reset();
+  start({.recordedBytes = 0});
+  EXPECT_EQ(sendBody('u', 10), 200);
+  EXPECT_TRUE(server->requests().empty());
+}
+
 }  // namespace
 }  // namespace veltrane::sandbox::test

@@ -66,6 +66,7 @@ int serve(const ServeOptions& options, std::ostream& ready, std::ostream& log) {
       {.stateFolder = options.state.empty() ? defaultStateFolder() : options.state,
        .flowsFolder = options.flows.empty() ? sandbox::shippedFlowsFolder() : options.flows,
        .port = options.port,
+       .recordedBytes = 0,
        .log = [&](const std::string& line) {
          const std::lock_guard lock(logMutex);
          log << line + '\n' << std::flush;

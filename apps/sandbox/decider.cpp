@@ -1,0 +1,116 @@
+#include "apps/sandbox/decider.h"
+
+#include <stdexcept>
+#include <utility>
+#include <variant>
+
+#include "apps/sandbox/documents.h"
+#include "apps/sandbox/pictures/picture_route.h"
+
+namespace veltrane::sandbox {
+namespace {
+
+Refusal unknownChallenge() {
+  return {"unknownChallenge", "There is no challenge of this id.", 404};
+}
+
+}  // namespace
+
+std::string serverURL(int port) {
+  return "https://localhost:" + std::to_string(port);
+}
+
+void Decider::addFlow(std::string id, const std::string& jsonText) {
+  if (id.empty()) throw std::invalid_argument("a flow needs an id");
+  auto flow = readFlow(jsonText);
+  const std::lock_guard lock(mutex_);
+  flows_[std::move(id)] = std::move(flow);
+}
+
+std::vector<std::string> Decider::flowIds() const {
+  const std::lock_guard lock(mutex_);
+  std::vector<std::string> ids;
+  for (const auto& [id, flow] : flows_) ids.push_back(id);
+  return ids;
+}
+
+std::shared_ptr<const Flow> Decider::flowOf(const std::string& id) const {
+  const std::lock_guard lock(mutex_);
+  const auto entry = flows_.find(id);
+  return entry == flows_.end() ? nullptr : entry->second;
+}
+
+Decision Decider::decide(const RecordedRequest& request, int port) {
+  const auto checked = checkedRequest(request);
+  if (const auto* start = std::get_if<StartRequest>(&checked)) return decideStart(*start, port);
+  if (const auto* status = std::get_if<StatusRequest>(&checked)) return decideStatus(*status);
+  if (const auto* event = std::get_if<EventRequest>(&checked)) return decideEvent(*event, port);
+  const auto& segments = std::get<PictureRequest>(checked).segments;
+  return {.flow = nullptr,
+          .reply = std::make_shared<const Reply>(pictureReply(segments, port)),
+          .values = {}};
+}
+
+Decision Decider::decideStart(const StartRequest& start, int port) const {
+  auto flow = flowOf(start.flowId);
+  if (!flow) throw Refusal("unknownFlow", "There is no flow \"" + start.flowId + "\".", 404);
+  return byRules(flow, flow->start, *start.body,
+                 {.interactionId = Runs::newInteractionId(),
+                  .companyId = start.companyId,
+                  .flowId = start.flowId,
+                  .serverURL = serverURL(port),
+                  .challenges = {}});
+}
+
+Decision Decider::decideEvent(const EventRequest& event, int port) const {
+  const auto run = runs_.find(event.interactionId);
+  if (!run) throw Refusal("unknownInteraction", "There is no interaction of this id.");
+  checkIds(event, *run);
+  const auto rules = run->flow->events.find(event.eventName);
+  if (rules == run->flow->events.end()) {
+    throw Refusal("unknownEvent", "This flow has no event \"" + event.eventName + "\".");
+  }
+  return byRules(run->flow, rules->second, *event.body,
+                 {.interactionId = event.interactionId,
+                  .companyId = event.companyId,
+                  .flowId = run->flowId,
+                  .serverURL = serverURL(port),
+                  .challenges = {}});
+}
+
+Decision Decider::decideStatus(const StatusRequest& request) {
+  const auto challenge = challenges_.find(request.challengeId);
+  if (!challenge) throw unknownChallenge();
+  checkIds(request, *challenge);
+  auto answer = challenges_.nextStatus(request.challengeId);
+  // Others may have opened so many in between that this one is forgotten.
+  if (!answer) throw unknownChallenge();
+  return {.flow = std::move(answer->flow),
+          .reply = std::move(answer->reply),
+          .values = std::move(answer->values)};
+}
+
+Decision Decider::byRules(std::shared_ptr<const Flow> flow, const Rules& rules,
+                          const nlohmann::json& body, PlaceholderValues values) const {
+  const Rule* rule = firstMatch(rules, body, [&](const std::string& name) {
+    return challenges_.stateOf(values.interactionId, name);
+  });
+  if (!rule) throw Refusal("noMatchingRule", "No rule of the flow fits this body.");
+  return {.flow = flow,
+          .reply = std::shared_ptr<const Reply>(flow, &rule->reply),
+          .values = std::move(values)};
+}
+
+std::string Decider::issue(Decision decision) {
+  const Reply& reply = *decision.reply;
+  PlaceholderValues& values = decision.values;
+  for (const std::string& name : reply.opens) {
+    values.challenges[name] = challenges_.open(decision.flow, name, values);
+  }
+  for (const DocumentIds& document : reply.documents) {
+    runs_.add(values.flowId, decision.flow, filled(document, values));
+  }
+  return reply.verbatim ? reply.text : filled(reply.text, values);
+}
+
+}  // namespace veltrane::sandbox
