@@ -149,6 +149,30 @@ TEST_F(ApproveTest, thePageIsForThisMachineAloneAndForNobodysFrame) {
   }
 }
 
+/// Without a server: the port belongs to the machine.
+TEST(ApprovePage, namesWithoutAPortAreItsOwnAtThePortOfHttpsAlone) {
+  Challenges challenges;
+  ApprovePage page(challenges);
+  const auto statusAt = [&](int port, const std::string& host) {
+    httplib::Request request;
+    request.method = "GET";
+    request.path = "/approve";
+    request.remote_addr = "127.0.0.1";
+    request.headers = {{"Host", host}};
+    httplib::Response response;
+    page.answer(request, port, response);
+    // httplib's own word for a response that nobody gave a status.
+    return response.status == -1 ? 200 : response.status;
+  };
+  for (const std::string name : {"localhost", "127.0.0.1", "[::1]"}) {
+    EXPECT_EQ(statusAt(443, name), 200) << name;
+    EXPECT_EQ(statusAt(443, name + ":443"), 200) << name;
+    EXPECT_EQ(statusAt(8443, name), 403) << name;
+    EXPECT_EQ(statusAt(443, name + ":8443"), 403) << name;
+  }
+  EXPECT_EQ(statusAt(443, "evil.example"), 403);
+}
+
 TEST_F(ApproveTest, aStatusIsAskedForExactlySo) {
   const json document = startPush();
   const Request good = statusOf(document);
@@ -190,6 +214,14 @@ TEST_F(ApproveTest, askingForAStatusCanGoWrongInEveryWay) {
   auto impatient = client();
   impatient->set_read_timeout(0, 50'000);
   EXPECT_FALSE(impatient->Post(status.path, status.headers, "", ""));
+}
+
+TEST_F(ApproveTest, placeholdersOfAStatusStandForThoseOfTheRun) {
+  addPush(R"({"for": "x", "status": [{"answer": {
+    "status": "${companyId}, ${flowId} of ${interactionId} at ${serverURL}"}}]})");
+  const json document = startPush();
+  const std::string interaction = document["interactionId"];
+  EXPECT_EQ(statusText(document), "acme, push of " + interaction + " at " + origin());
 }
 
 TEST_F(ApproveTest, thePageIsNotRecordedAndLogsNoToken) {

@@ -35,11 +35,15 @@ void setHeaders(httplib::Response& response) {
   response.set_header("Referrer-Policy", "same-origin");
 }
 
-/// Against names of other sites that lead here.
+constexpr int kPortOfHttps = 443;
+
+/// Against names of other sites that lead here. Who asks at the port that HTTPS has anyway leaves
+/// it out.
 bool isOwnHost(const std::string& host, int port) {
   static constexpr std::array<std::string_view, 3> names{"localhost", "127.0.0.1", "[::1]"};
   return std::any_of(names.begin(), names.end(), [&](std::string_view name) {
-    return host == std::string(name) + ":" + std::to_string(port);
+    return host == std::string(name) + ":" + std::to_string(port) ||
+           (port == kPortOfHttps && host == name);
   });
 }
 
