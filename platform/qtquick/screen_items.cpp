@@ -127,8 +127,10 @@ MethodScreenItem::MethodScreenItem(std::shared_ptr<ViewController> controller, F
     : ListScreenItem(controller, stage, of<MfaScreen1VC>(*controller).authListTableView,
                      [](std::size_t /*row*/) {
                        return RowIdentity{"MFATableViewCell", std::nullopt};
-                     }) {
-  connect(this, &ViewItem::phaseChanged, this, [this] { opening_ = opening_ && !isActive(); });
+                     }) {}
+
+bool MethodScreenItem::isBusy() const {
+  return screen().isOpening();
 }
 
 MfaScreen1VC& MethodScreenItem::screen() const {
@@ -140,9 +142,7 @@ QString MethodScreenItem::emptyText() const {
 }
 
 void MethodScreenItem::choose(int row) {
-  if (opening_ || !isActive() || row < 0 || row >= rows()->rowCount()) return;
-  // Otherwise nothing opens.
-  opening_ = screen().navigationController() != nullptr;
+  if (!isActive() || row < 0 || row >= rows()->rowCount()) return;
   screen().didSelectRow(IndexPath{static_cast<std::size_t>(row)});
 }
 

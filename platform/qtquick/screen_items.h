@@ -121,15 +121,13 @@ class MethodScreenItem : public veltrane::qtquick::ListScreenItem {
   MethodScreenItem(std::shared_ptr<ViewController> controller, FlowStage& stage);
 
   QString emptyText() const;
-  bool isBusy() const override { return opening_; }
+  bool isBusy() const override;
 
-  /// The user has chosen this row. Until what it opens has come and gone, other choices do nothing.
+  /// The user has chosen this row.
   Q_INVOKABLE void choose(int row);
 
  private:
   MfaScreen1VC& screen() const;
-
-  bool opening_ = false;
 };
 
 /// The screen that waits for the flow.

@@ -158,8 +158,10 @@ TEST_F(ConsoleTest, masksSecretsAtAnyDepth) {
 
 TEST_F(ConsoleTest, masksWhatIsFilledIntoMaskedFields) {
   const JSON field =
-      parsed(R"([{"attributes":{"hashedVisibility":true},"value":"filled-in"},{"value":"shown"}])");
+      parsed(R"([{"attributes":{"hashedVisibility":true},"value":"filled-in"},{"value":"shown"},)"
+             R"({"attributes":{"imageType":"pngBase64Image"},"value":"p1cture"}])");
   console::print("rows ", field);
+  EXPECT_FALSE(platform_.console->mentions("p1cture"));
   EXPECT_FALSE(platform_.console->mentions("filled-in"));
   EXPECT_TRUE(platform_.console->mentions("shown"));
   EXPECT_EQ(console::masked(field)[0]["value"].text(), "•••");

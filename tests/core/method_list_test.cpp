@@ -96,9 +96,12 @@ TEST_F(MethodList, aChosenMethodRunsItsOwnScreensAndItsEventsGoToIt) {
   open(document(R"("mfaList":{"constructType":"vtConnectorList","value":[{"connectorId":"p")" +
                     event + "}]}," + config("pushScreen", std::string(kPostEvent) + "," + kButton),
                 {R"({"screenTemplateName":"MfaScreen1","items":[{"propertyName":"mfaList"}]})"}));
-  methods()->didSelectRow(IndexPath{0});
+  const auto list = methods();
+  list->didSelectRow(IndexPath{0});
+  list->didSelectRow(IndexPath{0});
   platform.mainQueue->run();
   EXPECT_EQ(shown.back(), "push ScreenTemplate1VC");
+  EXPECT_EQ(stack()->viewControllers().size(), 2u) << "a second tap opened it again";
   ASSERT_NE(screen(), nullptr);
   EXPECT_EQ(screen()->userViewIndex, 0u);
   press();

@@ -159,6 +159,25 @@ TEST_F(Pictures, theLastWhoLosesInterestEndsTheTransfer) {
   EXPECT_EQ(platform.codec->decoded, 1) << "a picture that nobody wants was decoded";
 }
 
+TEST_F(Pictures, onlySoManyTravelAtATimeAndTheOthersFollowInTheirOrder) {
+  std::vector<std::unique_ptr<ImageDownload>> downloads;
+  const auto url = [](int i) { return "https://pictures.example/" + std::to_string(i) + ".png"; };
+  for (int i = 0; i < 10; ++i) downloads.push_back(download(url(i)));
+  EXPECT_EQ(requests(), 6u);
+  downloads[6].reset();
+  platform.transport->exchanges[0]->finish(HTTPResponse{200, "picture 1x1"});
+  EXPECT_EQ(requests(), 6u) << "its body is still in memory";
+  settle();
+  ASSERT_EQ(requests(), 7u);
+  EXPECT_EQ(platform.transport->last().request.url, url(7));
+  downloads[1].reset();
+  EXPECT_EQ(platform.transport->last().request.url, url(8));
+  for (std::size_t i = 2; i < platform.transport->exchanges.size(); ++i) {
+    platform.transport->exchanges[i]->finish(std::nullopt);
+  }
+  EXPECT_EQ(came.size(), 8u) << "one of ten was dropped while it travelled, one before";
+}
+
 TEST(PictureCacheOfBytes, dropsTheLeastRecentlyUsedAndNeverHoldsMoreThanItsLimit) {
   const auto picture = [](std::size_t bytes) {
     return std::make_shared<Picture>(Picture{{}, Pixels(bytes, 0), true});
@@ -236,6 +255,54 @@ TEST_F(ImageRows, outOfSightLetTheirPictureGoAndFetchItAgain) {
   EXPECT_NE(row->icon.image, nullptr);
 }
 
+TEST_F(ImageRows, togetherHoldNoMoreThanTheLargestPictureMay) {
+  const auto picture = component("image", "p", "\"cGljdHVyZSA4MTkyeDQwOTY=\"",  // 8192x4096
+                                 R"({"imageType":"pngBase64Image"})");
+  const auto first = show(picture + "," + picture + "," + picture);
+  const auto second = cell<ImageTableViewCell>(1);
+  const auto third = cell<ImageTableViewCell>(2);
+  settle();
+  EXPECT_TRUE(first->icon.image && second->icon.image);
+  EXPECT_EQ(third->icon.image, nullptr);
+  EXPECT_FALSE(third->isLoading());
+  first->didEndDisplaying();
+  third->didEndDisplaying();
+  third->willDisplay();
+  settle();
+  EXPECT_NE(third->icon.image, nullptr);
+}
+
+/// Decodes only when the test lets it.
+struct BlockingCodec final : PictureCodec {
+  PicturePtr decode(std::string_view bytes) const override {
+    started = true;
+    started.notify_all();
+    mayGoOn.wait(false);
+    return FakeCodec().decode(bytes);
+  }
+  std::optional<std::string> encodePNG(const Picture&) const override { return std::nullopt; }
+  PicturePtr resize(const Picture&, PixelSize, ResizeFramework) const override { return nullptr; }
+  mutable std::atomic<bool> started = false;
+  std::atomic<bool> mayGoOn = false;
+};
+
+TEST_F(ImageRows, theProgramMayEndWhileAPictureIsDecoded) {
+  const auto codec = std::make_shared<BlockingCodec>();
+  Platform ports = platform.ports();
+  ports.pictureCodec = codec;
+  ports.pictureQueue = std::make_shared<ThreadWorkQueue>();
+  auto scope = std::make_unique<PlatformScope>(std::move(ports));
+  show(component("image", "p", "\"cGljdHVyZSA0eDM=\"", R"({"imageType":"pngBase64Image"})"));
+  codec->started.wait(false);
+  std::thread later([codec] {
+    codec->mayGoOn = true;
+    codec->mayGoOn.notify_all();
+  });
+  scope.reset();
+  later.join();
+  platform.mainQueue->run();
+}
+
 TEST_F(Pictures, scalingGoesToTheLibraryOfItsNameAndNeverBeyondWhatMemoryBears) {
   const auto picture = Image::base64ToUIImage("cGljdHVyZSA0eDM=");
   ASSERT_NE(picture, nullptr);
@@ -253,25 +320,40 @@ TEST_F(Pictures, scalingGoesToTheLibraryOfItsNameAndNeverBeyondWhatMemoryBears) 
   }
 }
 
-TEST(ThreadWorkQueue, keepsTheOrderFromManyThreadsAndWaitsForWhatRunsAtItsEnd) {
+TEST(ThreadWorkQueue, keepsTheOrderAndItsEndWaitsForWhatRunsAndDropsTheRest) {
   std::vector<int> done;
   std::atomic<bool> running = false;
-  std::atomic<int> ended = 0;
-  {
-    ThreadWorkQueue queue;
-    std::thread other([&] {
-      for (int i = 0; i < 100; ++i) queue.async([&, i] { done.push_back(i); });
-    });
-    other.join();
-    queue.async([&] {
-      running = true;
-      running.notify_all();
-      ++ended;
-    });
-    running.wait(false);
-  }
-  EXPECT_EQ(ended, 1);
-  ASSERT_EQ(done.size(), 100u);
+  std::atomic<bool> mayGoOn = false;
+  auto queue = std::make_unique<ThreadWorkQueue>();
+  std::thread([&] {
+    for (int i = 0; i < 100; ++i) queue->async([&, i] { done.push_back(i); });
+  }).join();
+  queue->async({});
+  queue->async([&] {
+    running = true;
+    running.notify_all();
+    mayGoOn.wait(false);
+    done.push_back(100);
+  });
+  running.wait(false);
+  std::atomic<bool> ended = false;
+  std::thread end([&] {
+    queue.reset();
+    ended = true;
+  });
+  EXPECT_FALSE(ended);
+  mayGoOn = true;
+  mayGoOn.notify_all();
+  end.join();
+  auto own = std::make_shared<ThreadWorkQueue>();
+  std::atomic<bool> dropped = false;
+  own->async([&dropped, last = std::move(own)]() mutable {
+    last.reset();
+    dropped = true;
+    dropped.notify_all();
+  });
+  dropped.wait(false);
+  ASSERT_EQ(done.size(), 101u);
   EXPECT_TRUE(std::is_sorted(done.begin(), done.end()));
 }
 

@@ -253,7 +253,7 @@ TEST_F(Lifecycle, ManyThreadsMaySendListAndCancelAtOnce) {
   EXPECT_TRUE(transport->tasks().empty());
 }
 
-TEST(Lifecycle, WaitsOutItsHeadStartUnlessHurriedOrDropped) {
+TEST(HeadStart, IsWaitedOutUnlessHurriedOrDropped) {
   TlsTestServer server;
   server.answer("/", 200, "here");
   const curl::Options patient{.authorityFile = server.authorityFile(),

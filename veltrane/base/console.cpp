@@ -33,9 +33,12 @@ bool isSecret(std::string_view name, const SecretNames& secrets) {
          std::any_of(secrets.begin(), secrets.end(), is);
 }
 
-/// A form's field whose entry is masked: what the server fills in is a secret like what is typed.
+/// A row whose value is a secret: a field whose entry is masked, be it filled in by the server, or
+/// a picture, which may be a code that carries a secret.
 bool isMaskedField(const JSON& component) {
-  return component["attributes"]["hashedVisibility"].boolean() == true;
+  const JSON attributes = component["attributes"];
+  return attributes["hashedVisibility"].boolean() == true ||
+         attributes["imageType"].text() == "pngBase64Image";
 }
 
 /// Writes values as compact JSON, secrets masked, and stops once the line is long enough.

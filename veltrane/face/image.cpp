@@ -53,13 +53,17 @@ std::size_t extensionDot(std::string_view path) {
 }  // namespace
 
 PicturePtr Image::base64ToUIImage(std::string_view base64String) {
+  const auto& codec = Platform::current().pictureCodec;
+  return codec ? base64ToUIImage(base64String, *codec) : nullptr;
+}
+
+PicturePtr Image::base64ToUIImage(std::string_view base64String, const PictureCodec& codec) {
   if (const std::size_t comma = base64String.find(','); comma != std::string_view::npos) {
     base64String.remove_prefix(comma + 1);
     base64String = base64String.substr(0, base64String.find(','));
   }
-  const auto& codec = Platform::current().pictureCodec;
   const auto bytes = base64Decoded(base64String);
-  return codec && bytes ? codec->decode(*bytes) : nullptr;
+  return bytes ? codec.decode(*bytes) : nullptr;
 }
 
 std::string Image::getScaledImageURL(const std::string& urlString) {

@@ -14,6 +14,8 @@ struct Image {
   /// The picture that Base64 text stands for; of a data URL, or any text with commas, what lies
   /// between the first comma and the second. Not on the main thread.
   static PicturePtr base64ToUIImage(std::string_view base64String);
+  /// The same for a thread that must not look at what is installed.
+  static PicturePtr base64ToUIImage(std::string_view base64String, const PictureCodec& codec);
 
   /// The URL of the picture's variant for the density of the main screen: on a screen of three
   /// pixels a point, ".../icon.png" becomes ".../icon@3x.png". Text that is no URL stays as it is.

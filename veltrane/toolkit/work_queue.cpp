@@ -30,7 +30,7 @@ struct ThreadWorkQueue::State {
   }
 };
 
-ThreadWorkQueue::ThreadWorkQueue() : state_(std::make_unique<State>()) {}
+ThreadWorkQueue::ThreadWorkQueue() : state_(std::make_shared<State>()) {}
 
 ThreadWorkQueue::~ThreadWorkQueue() {
   std::deque<Work> dropped;
@@ -40,15 +40,22 @@ ThreadWorkQueue::~ThreadWorkQueue() {
     dropped.swap(state_->waiting);
   }
   state_->wake.notify_all();
-  if (state_->thread.joinable()) state_->thread.join();
+  if (state_->thread.get_id() == std::this_thread::get_id()) {
+    state_->thread.detach();
+  } else if (state_->thread.joinable()) {
+    state_->thread.join();
+  }
 }
 
 void ThreadWorkQueue::async(Work work) {
+  if (!work) return;
   {
     const std::lock_guard lock(state_->mutex);
     if (state_->closing) return;
     state_->waiting.push_back(std::move(work));
-    if (!state_->thread.joinable()) state_->thread = std::thread([this] { state_->run(); });
+    if (!state_->thread.joinable()) {
+      state_->thread = std::thread([state = state_] { state->run(); });
+    }
   }
   state_->wake.notify_one();
 }

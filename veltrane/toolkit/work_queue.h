@@ -16,7 +16,7 @@ class WorkQueue {
 };
 
 /// A queue with a thread of its own, which is started with the first piece of work. Destroying it
-/// drops what is still waiting and waits for what is running; it is not destroyed by its own work.
+/// drops what is still waiting and waits for what is running, unless that is what destroys it.
 class ThreadWorkQueue final : public WorkQueue {
  public:
   ThreadWorkQueue();
@@ -28,7 +28,7 @@ class ThreadWorkQueue final : public WorkQueue {
 
  private:
   struct State;
-  std::unique_ptr<State> state_;
+  std::shared_ptr<State> state_;
 };
 
 }  // namespace veltrane

@@ -1,5 +1,7 @@
 #include "veltrane/ui/mfa_screen1_vc.h"
 
+#include <utility>
+
 #include "veltrane/base/fatal.h"
 #include "veltrane/toolkit/navigation_controller.h"
 #include "veltrane/ui/alert.h"
@@ -35,12 +37,17 @@ void MfaScreen1VC::setupTablewView() {
 // Of the screens on one stack the one on display answers the end of the flow.
 void MfaScreen1VC::viewWillAppear(bool animated) {
   FlowScreen::viewWillAppear(animated);
+  setOpening(false);
   observeFlowNotification();
 }
 
 void MfaScreen1VC::viewWillDisappear(bool animated) {
   FlowScreen::viewWillDisappear(animated);
   removeObservers();
+}
+
+void MfaScreen1VC::setOpening(bool opening) {
+  if (std::exchange(opening_, opening) != opening) changed();
 }
 
 std::shared_ptr<TableViewCell> MfaScreen1VC::cellForRow(IndexPath indexPath) {
@@ -53,13 +60,14 @@ std::shared_ptr<TableViewCell> MfaScreen1VC::cellForRow(IndexPath indexPath) {
 
 void MfaScreen1VC::openSelectedScreen(std::size_t index) {
   const auto navigation = navigationController();
-  if (!navigation) return;
+  if (!navigation || opening_) return;
   if (index >= records.size()) fatal("The row is outside the list of methods.");
   if (!vtFlow || !flow) fatal("The method screen was opened without a flow.");
   const AuthMethod& method = records[index];
   if (method.userViewProps.empty()) {
     return Alert::showAlert(shared_from_this(), "This method is not available.", "Veltrane Flow");
   }
+  setOpening(true);
   Open::screenTemplate1VC({.vtFlow = vtFlow,
                            .from = navigation,
                            .flow = *flow,

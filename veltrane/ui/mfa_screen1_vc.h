@@ -32,6 +32,9 @@ class MfaScreen1VC final : public FlowScreen, private TableViewDataSource {
   void viewWillAppear(bool animated) override;
   void viewWillDisappear(bool animated) override;
 
+  /// A chosen method's first screen is about to open; another choice does nothing meanwhile.
+  bool isOpening() const { return opening_; }
+
   // What the user does.
   void didSelectRow(IndexPath indexPath) { openSelectedScreen(indexPath.row); }
   /// Opens the first screen of the method at `index`, which lies within `records`. A method without
@@ -44,6 +47,9 @@ class MfaScreen1VC final : public FlowScreen, private TableViewDataSource {
   // TableViewDataSource
   std::size_t numberOfRows() const override { return records.size(); }
   std::shared_ptr<TableViewCell> cellForRow(IndexPath indexPath) override;
+  void setOpening(bool opening);
+
+  bool opening_ = false;
 };
 
 }  // namespace veltrane

@@ -39,6 +39,7 @@ ScreenTemplate1VC::ScreenTemplate1VC() {
 }
 
 void ScreenTemplate1VC::viewDidLoad() {
+  FlowScreen::viewDidLoad();
   if (const auto theme = UserDefaultsManager::getUITheme()) {
     const auto color = theme->find("backgroundColor");
     if (color != theme->end()) view.backgroundColor = Color::fromHex(color->second);
@@ -59,6 +60,7 @@ void ScreenTemplate1VC::viewDidLoad() {
 }
 
 void ScreenTemplate1VC::viewWillAppear(bool animated) {
+  FlowScreen::viewWillAppear(animated);
   if (const auto navigation = navigationController()) {
     navigation->setNavigationBarHidden(viewModel->fullScreenMode, animated);
   }

@@ -10,7 +10,7 @@
 namespace veltrane {
 
 /// The picture of one row: fetched and decoded away from the main thread, and let go while the row
-/// is out of sight. Main thread only.
+/// is out of sight. All rows in sight together hold 256 MiB at most. Main thread only.
 class PictureOutlet {
  public:
   /// `show` is called with the picture when it is there, and with null when it is let go. It is not
@@ -35,7 +35,8 @@ class PictureOutlet {
   bool isLoading() const;
 
  private:
-  struct Loading;
+  class Loading;
+  class Messenger;
 
   void load(std::function<void(const std::shared_ptr<Loading>&)> start);
 
