@@ -158,10 +158,10 @@ class ImageDownloads::State : public std::enable_shared_from_this<State> {
   }
 
   void decode(const std::shared_ptr<Transfer>& transfer, std::string_view body) {
-    auto picture = transfer->codec ? transfer->codec->decode(body) : nullptr;
+    const auto picture = transfer->codec ? transfer->codec->decode(body) : nullptr;
     std::optional<VeltraneFlowError> error;
     if (!picture) error = VeltraneFlowError::veltraneError("Can not convert data to UIImage.");
-    finish(transfer, std::move(picture), error);
+    finish(transfer, picture, error);
   }
 
   void finish(const std::shared_ptr<Transfer>& transfer, const PicturePtr& picture,
