@@ -1,5 +1,6 @@
-// The first frame of a list of 1,000 methods, icons included, against that of a bare QML list of as
-// many texts in the same window. Off screen unless the environment says otherwise.
+// The first frame of a list of 1,000 methods, and the one in which their icons are there too,
+// against the first frame of a bare QML list of as many texts in the same window. Off screen unless
+// the environment says otherwise.
 #include <benchmark/benchmark.h>
 
 #include <QGuiApplication>
@@ -61,15 +62,23 @@ class Methods {
   /// The first run fetches the icons; from then on they are in memory.
   Methods() { show(); }
 
-  /// Seconds until a frame shows the rows and all their icons.
-  double show() {
+  struct Times {
+    double rows;
+    double icons;
+  };
+  /// Seconds until a frame shows the rows, and until one shows all their icons.
+  Times show() {
     const auto screen = std::make_shared<MfaScreen1VC>();
     screen->flow = flow_;
     const auto stack = NavigationController::make(screen);
     const auto start = Clock::now();
     host_.present(stack);
-    host_.waitUntil([&] { return isComplete(); });
-    const double took = secondsSince(start);
+    Times took{};
+    host_.waitUntil([&] {
+      if (took.rows == 0 && showsRows()) took.rows = secondsSince(start);
+      return isComplete();
+    });
+    took.icons = secondsSince(start);
     stack->dismiss(false);
     host_.waitUntilGone();
     return took;
@@ -86,11 +95,13 @@ class Methods {
   }
 
  private:
-  bool isComplete() {
+  bool showsRows() {
     const auto* rows = host_.rows();
-    if (!rows || rows->property("count").toInt() != kRows) return false;
+    return rows && rows->property("count").toInt() == kRows;
+  }
+  bool isComplete() {
     int icons = 0;
-    const bool complete = allThere(*rows, icons) && icons > 0;
+    const bool complete = showsRows() && allThere(*host_.rows(), icons) && icons > 0;
     if (!complete) fetch();
     return complete;
   }
@@ -132,8 +143,10 @@ int main(int argc, char** argv) {
         ->UseManualTime()
         ->Iterations(4);
   };
-  add("methods", [&] { return methods.show(); });
+  add("methods", [&] { return methods.show().rows; });
+  add("methods_and_icons", [&] { return methods.show().icons; });
   add("bare_list", [&] { return methods.showBare(); });
-  return bench::runPairs(
-      argc, argv, {{"1,000 methods with icons, to first frame", "methods", "bare_list", 1.5}});
+  return bench::runPairs(argc, argv,
+                         {{"1,000 methods, to their first frame", "methods", "bare_list", 1.5},
+                          {"with all icons", "methods_and_icons", "bare_list", 1.5}});
 }

@@ -48,6 +48,8 @@ std::unique_ptr<Cell> make(Cell::PaletteSource palette) {
 /// Room for a picture when the document names none; a code in it can be scanned from an arm's
 /// length.
 constexpr double kPictureHeight = 200;
+/// And for one of a screen's own icons, which are small.
+constexpr double kIconHeight = 120;
 
 constexpr std::array<CellKind, 7> kKinds = {{
     {"LabelTableViewCell", make<LabelCell>, false},
@@ -116,7 +118,8 @@ QString LabelCell::alignment() const {
 double ImageCell::height() const {
   const auto& cell = as<ImageTableViewCell>();
   if (!cell.hasSource()) return 0;
-  return std::max(0.0, cell.imageHeightConstraint.value_or(kPictureHeight));
+  const bool isIcon = cell.kind == CellValueKind::pngURLImage;
+  return std::max(0.0, cell.imageHeightConstraint.value_or(isIcon ? kIconHeight : kPictureHeight));
 }
 PictureValue ImageCell::picture() const {
   return PictureValue(as<ImageTableViewCell>().icon);

@@ -88,12 +88,17 @@ TEST_F(PictureRows, LateIconsStayWithTheirOwnRow) {
   open(methodList(methods));
   // Answers everything that is still wanted, the latest request first; the width tells the row.
   const auto answerAll = [&] {
-    for (std::size_t i = platform_.transport->exchanges.size(); i-- > 1;) {
-      auto& exchange = *platform_.transport->exchanges[i];
-      const auto name = exchange.request.url.substr(exchange.request.url.rfind('/') + 1);
-      exchange.finish(HTTPResponse{200, "picture " + std::to_string(std::stoi(name)) + "x1"});
+    std::size_t answered = 1;
+    while (answered < platform_.transport->exchanges.size()) {
+      const std::size_t known = platform_.transport->exchanges.size();
+      for (std::size_t i = known; i-- > answered;) {
+        auto& exchange = *platform_.transport->exchanges[i];
+        const auto name = exchange.request.url.substr(exchange.request.url.rfind('/') + 1);
+        exchange.finish(HTTPResponse{200, "picture " + std::to_string(std::stoi(name)) + "x1"});
+      }
+      answered = known;
+      settlePictures();
     }
-    settlePictures();
   };
   const auto check = [&](const char* when) {
     int seen = 0;

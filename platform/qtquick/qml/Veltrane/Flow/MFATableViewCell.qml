@@ -22,6 +22,8 @@ FlowRow {
 
         readonly property bool last: row.ListView.view !== null && row.index === row.ListView.view.count - 1
 
+        readonly property bool ringed: method.activeFocus && row.ringVisible
+
         Accessible.name: row.cell.subTitle !== "" ? row.cell.title + ", " + row.cell.subTitle : row.cell.title
         Accessible.role: Accessible.Button
         focus: true
@@ -33,50 +35,50 @@ FlowRow {
         Keys.onReturnPressed: row.methods.choose(row.index)
         onTapped: row.methods.choose(row.index)
 
+        // Shows a press, and where the keyboard is.
         Rectangle {
+            anchors.bottomMargin: 2
             anchors.fill: parent
             anchors.leftMargin: -10
             anchors.rightMargin: -10
+            anchors.topMargin: 2
             antialiasing: true
-            color: row.screen.palette.line
-            objectName: "pressed"
-            opacity: 0.45
+            border.color: row.screen.palette.focus
+            border.width: method.ringed ? 2 : 0
+            color: method.down ? Qt.alpha(row.screen.palette.line, 0.45) : "transparent"
+            objectName: method.ringed ? "ring" : "pressed"
             radius: 10
-            visible: method.down
+            visible: method.ringed || method.down
         }
-        Item {
+        Rectangle {
             id: tile
             anchors.left: parent.left
             anchors.verticalCenter: parent.verticalCenter
+            antialiasing: true
+            color: Qt.alpha(row.screen.palette.line, 0.28)
             height: 40
             objectName: "tile"
+            radius: 10
             width: 40
 
-            Rectangle {
+            PictureView {
                 anchors.fill: parent
-                antialiasing: true
-                color: row.screen.palette.line
-                opacity: 0.28
-                radius: 10
-            }
-            FadingPicture {
-                anchors.fill: parent
-                moves: !row.screen.stage.still && !row.screen.stage.reducedMotion
                 objectName: "icon"
                 picture: row.cell.icon
                 radius: 10
             }
         }
-        Column {
+        Item {
             id: words
             anchors.left: tile.right
             anchors.leftMargin: 14
             anchors.right: arrow.left
             anchors.rightMargin: 12
             anchors.verticalCenter: parent.verticalCenter
-            spacing: 2
+            height: title.height + (subTitle.text !== "" ? 2 + subTitle.height : 0)
 
             Text {
+                id: title
                 Accessible.ignored: true
                 color: row.cell.titleColor
                 font.pixelSize: row.points(17)
@@ -85,11 +87,11 @@ FlowRow {
                 objectName: "title"
                 text: row.cell.title
                 textFormat: Text.PlainText
-                visible: text !== ""
-                width: parent.width
+                width: words.width
                 wrapMode: Text.Wrap
             }
             Text {
+                id: subTitle
                 Accessible.ignored: true
                 color: row.cell.subTitleColor
                 font.pixelSize: row.points(14)
@@ -97,43 +99,29 @@ FlowRow {
                 objectName: "subTitle"
                 text: row.cell.subTitle
                 textFormat: Text.PlainText
-                visible: text !== ""
-                width: parent.width
+                width: words.width
                 wrapMode: Text.Wrap
+                y: title.height + 2
             }
         }
-        Item {
+        // Turned on its side, it is as wide as it is high.
+        Chevron {
             id: arrow
             anchors.right: parent.right
+            anchors.rightMargin: (arrow.height - arrow.width) / 2
             anchors.verticalCenter: parent.verticalCenter
-            height: row.points(14)
+            color: row.screen.palette.muted
             objectName: "arrow"
-            width: row.points(8)
-
-            Chevron {
-                anchors.centerIn: parent
-                color: row.screen.palette.muted
-                rotation: row.screen.stage.mirrored ? 90 : -90
-                size: row.points(10)
-                stroke: 1.6 * row.textScale
-            }
+            rotation: row.screen.stage.mirrored ? 90 : -90
+            size: row.points(10)
+            stroke: 1.6 * row.textScale
         }
         Rectangle {
             anchors.bottom: parent.bottom
-            anchors.left: parent.left
-            anchors.right: parent.right
             color: row.screen.palette.line
             height: 1
             visible: !method.last && !method.down
-        }
-        FocusRing {
-            anchors.leftMargin: -10
-            anchors.margins: 2
-            anchors.rightMargin: -10
-            border.color: row.screen.palette.focus
-            objectName: "ring"
-            radius: 10
-            visible: method.activeFocus && row.ringVisible
+            width: parent.width
         }
     }
 }

@@ -23,6 +23,7 @@ ListView {
     function focusFirst() {
         if (list.currentIndex >= 0 || !list.screen.active)
             return;
+        list.forceLayout();
         let first = list.waitingRow();
         // Elsewhere the keyboard would not be seen until it is in use.
         if (first < 0 && list.screen.stage.keyboardInUse)
