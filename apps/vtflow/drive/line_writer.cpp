@@ -31,22 +31,24 @@ bool writeAll(int fd, std::string_view bytes) {
 }  // namespace
 
 void LineWriter::write(const Event& event) {
-  auto line = event.line();
-  const std::lock_guard lock(mutex_);
-  writeLocked(std::move(line));
+  put(event.line(), false);
 }
 
 void LineWriter::close(const Event& last) {
-  const std::lock_guard lock(mutex_);
-  writeLocked(last.line());
-  open_ = false;
+  put(last.line(), true);
 }
 
-void LineWriter::writeLocked(std::string line) {
-  if (!open_) return;
+void LineWriter::put(std::string line, bool isLast) {
   line += '\n';
-  open_ = writeAll(fd_, line);
-  if (!open_ && lost_) lost_();
+  {
+    const std::lock_guard lock(mutex_);
+    if (!open_) return;
+    const bool isWritten = writeAll(fd_, line);
+    open_ = isWritten && !isLast;
+    if (isWritten) return;
+  }
+  // Without the lock: whoever is told may wait for another thread, which may be about to write.
+  if (lost_) lost_();
 }
 
 }  // namespace veltrane::tool

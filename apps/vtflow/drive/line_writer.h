@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <mutex>
+#include <string>
 
 #include "apps/vtflow/drive/event.h"
 
@@ -11,7 +12,7 @@ namespace veltrane::tool {
 class LineWriter {
  public:
   /// `fd` stays the caller's. `lost` is called once, on the writing thread, when nobody reads any
-  /// more; it must not write.
+  /// more; what it writes is dropped.
   LineWriter(int fd, std::function<void()> lost) : fd_(fd), lost_(std::move(lost)) {}
 
   void write(const Event& event);
@@ -19,7 +20,7 @@ class LineWriter {
   void close(const Event& last);
 
  private:
-  void writeLocked(std::string line);
+  void put(std::string line, bool isLast);
 
   std::mutex mutex_;
   const int fd_;
