@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 
 #include "tests/core/host.h"
+#include "tests/core/properties.h"
 #include "veltrane/base/console.h"
 #include "veltrane/flow/user_defaults_manager.h"
-#include "veltrane/toolkit/storyboard.h"
 #include "veltrane/ui/open.h"
 
 namespace veltrane {
@@ -14,16 +14,10 @@ using testing::config;
 using testing::document;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using testing::joined;
 using testing::parsed;
+using testing::Properties;
 using testing::view;
-
-using Properties = std::vector<std::string>;
-
-std::string joined(const Properties& properties) {
-  std::string text;
-  for (const auto& each : properties) text += (text.empty() ? "" : ",") + each;
-  return text;
-}
 
 std::string components(const Properties& list) {
   return R"("screenComponentList":{"value":[)" + joined(list) + "]}";
@@ -325,91 +319,6 @@ TEST_F(GenericScreen, aRowThatIsLookedAtLaterLeavesWhatTheUserChose) {
   cell<ToggleSwitchTableViewCell>(0)->switchValueChanged(false);
   cell<ToggleSwitchTableViewCell>(2);
   EXPECT_EQ(JSON(screen()->textFieldsKeyValues), JSON(Dictionary{{"on", false}}));
-}
-
-TEST_F(GenericScreen, anApprovalOnAnotherDeviceContinuesTheFlow) {
-  const auto polling = joined({R"("enablePolling":{"value":true},"pollInterval":{"value":500})",
-                               R"("pollRetries":{"value":9},"challenge":{"value":"ch"})"});
-  open(document(polling));
-  EXPECT_TRUE(screen()->isPolling());
-  EXPECT_FALSE(screen()->loading.isHidden);
-  const auto tick = [&] { platform.mainQueue->advance(std::chrono::milliseconds(500)); };
-  tick();
-  EXPECT_TRUE(platform.transport->last().request.url.ends_with(
-      "/auth/co/user/credentials/challenge/ch/status?interactionId=in"));
-  serve("nonsense");
-  EXPECT_EQ(alert()->title, "Veltrane Flow");
-  const auto message = alert();
-  tick();
-  serve("nonsense");
-  EXPECT_EQ(alert(), message);
-  EXPECT_EQ(std::count(shown.begin(), shown.end(), "alert AlertController"), 1)
-      << "the same message was put over itself";
-  alert()->cancel();
-  tick();
-  serve(R"({"status":"approved"})");
-  EXPECT_EQ(sent().serialized(),
-            R"({"capabilityName":"cap","connectionId":"con","eventName":"continue","id":"id-1",)"
-            R"("parameters":{"eventName":"continue","id":"id-1","pollResponse":"approved"}})");
-  serve(R"({"success":1})");
-  EXPECT_THAT(outcome->calls, ElementsAre(R"({"success":1})"));
-  const auto asked = requests();
-  tick();
-  EXPECT_EQ(requests(), asked) << "a screen that has left asks no more";
-}
-
-/// A vendor that keeps what it was handed.
-struct FakeVendor final : IdentityConnector {
-  void start(std::weak_ptr<ConnectorHost> h, const UserViewProps& props, std::size_t i) override {
-    host = h;
-    token = props[i]["token"].textValue();
-  }
-  std::weak_ptr<ConnectorHost> host;
-  std::string token;
-};
-
-TEST_F(GenericScreen, aVendorsStepHasEventsOfItsOwnAndTheScreenBelowKeepsIts) {
-  Platform ports = platform.ports();
-  const auto vendor = std::make_shared<FakeVendor>();
-  ports.onfido = vendor;
-  const PlatformScope scope(ports);
-  const auto step =
-      R"("nextEvent":{"constructType":"vtEvent","eventType":"post","eventName":"id"})";
-  const auto next = R"("nextEvent":{"constructType":"vtEvent","eventType":"nextUserView",)"
-                    R"("nextUserViewIndex":1})";
-  open(document(
-      joined({next, config("b", step)}),
-      {view("ScreenTemplate1"), view("ThirdPartyTemplate", "b"), view("ScreenTemplate2")}));
-  press();
-  vendor->host.lock()->sendNextEvent({{"credId", "C"}});
-  EXPECT_EQ(sent()["eventName"].text(), "id");
-  press();
-  EXPECT_EQ(requests(), 2u) << "the step's request is under way";
-  screen()->viewModel->postProcess = parsed(R"({"eventName":"not this one"})");
-  serve("{}");
-  EXPECT_EQ(screen()->userViewIndex, 2u);
-}
-
-TEST_F(GenericScreen, aCapturedFaceIsSentAsBase64AndAFailureEndsTheRun) {
-  struct Capture final : ViewController, FaceImageCaptureScreen {
-    std::string_view className() const override { return "FaceImageCaptureVC"; }
-  };
-  Platform ports = platform.ports();
-  ports.storyboard->add("FaceImageCaptureVC", [] { return std::make_shared<Capture>(); });
-  const PlatformScope scope(ports);
-  open(document(testing::kPostEvent, {view("FaceImageCaptureTemplate")}));
-  platform.mainQueue->advance(std::chrono::milliseconds(999));
-  EXPECT_EQ(screen()->presentedViewController(), nullptr);
-  platform.mainQueue->advance(std::chrono::milliseconds(1));
-  const auto capture = std::dynamic_pointer_cast<Capture>(screen()->presentedViewController());
-  const auto listener = capture->delegate.lock();
-  capture->dismiss(true);
-  listener->faceImageCaptureResult("\xff\x01", std::nullopt);
-  EXPECT_EQ(sent()["parameters"]["imageData"].text(), "/wE=");
-  EXPECT_FALSE(platform.console->mentions("/wE="));
-  listener->faceImageCaptureResult(std::nullopt, VeltraneFlowError::userCancelled());
-  platform.mainQueue->run();
-  EXPECT_THAT(outcome->calls, ElementsAre("veltraneError: User Cancelled"));
 }
 
 TEST_F(GenericScreen, marginsAndColoursFollowTheViewAndTheTheme) {
