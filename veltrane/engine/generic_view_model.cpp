@@ -39,10 +39,9 @@ struct Source {
 /// Reads the user views of one source.
 class Extraction {
  public:
-  explicit Extraction(Source source)
-      : source_(std::move(source)), params_(source_.params.toJSON()) {}
+  explicit Extraction(Source source) : source_(std::move(source)) {}
 
-  UserViewProps userViews() const {
+  UserViewProps userViews() {
     UserViewProps props;
     props.reserve(source_.views.size());
     for (std::size_t i = 0; i < source_.views.size(); ++i) {
@@ -52,7 +51,7 @@ class Extraction {
   }
 
  private:
-  Dictionary userView(const JSON& view) const {
+  Dictionary userView(const JSON& view) {
     Dictionary entries;
     const JSON templateName = textOrEmpty(view["screenTemplateName"]);
     const auto set = SupportedScreens::check(*templateName.text()) ? propertySet(view) : JSON();
@@ -91,21 +90,27 @@ class Extraction {
     entries.set(name, std::move(value));
   }
 
-  void addNextEvent(Dictionary& entries, const JSON& property) const {
+  void addNextEvent(Dictionary& entries, const JSON& property) {
     const bool isPost = isEvent(property, "post");
-    if (isPost) entries.set("nextParam", params_);
+    if (isPost) entries.set("nextParam", params());
     if (isPost || isEvent(property, "nextUserView")) entries.set("nextEvent", property);
   }
 
-  void addOnLoadEvent(Dictionary& entries, const JSON& property) const {
+  void addOnLoadEvent(Dictionary& entries, const JSON& property) {
     if (!isEvent(property, "post")) return;
-    entries.set("onLoadParam", params_);
-    entries.set("nextParam", params_);
+    entries.set("onLoadParam", params());
+    entries.set("nextParam", params());
     entries.set("onLoadEvent", property);
   }
 
+  /// Made when the first event asks for it: a list of methods reads very many views.
+  const JSON& params() {
+    if (!params_) params_ = source_.params.toJSON();
+    return *params_;
+  }
+
   Source source_;
-  JSON params_;
+  std::optional<JSON> params_;
 };
 
 }  // namespace

@@ -1,7 +1,7 @@
 import QtQuick
 import Veltrane.Flow
 
-// A thin arrow head, pointing down.
+// A thin arrow head, pointing down: two strokes that meet in its tip.
 Item {
     id: chevron
 
@@ -9,19 +9,27 @@ Item {
     property real size: 10
     property real stroke: 1.6
 
-    clip: true
-    height: chevron.size / 2 + 2
-    width: chevron.size + 4
+    height: chevron.size / 2 + chevron.stroke
+    width: chevron.size + chevron.stroke
 
     Rectangle {
-        anchors.horizontalCenter: parent.horizontalCenter
+        anchors.horizontalCenterOffset: -chevron.size / 4
+        anchors.centerIn: parent
         antialiasing: true
-        border.color: chevron.color
-        border.width: chevron.stroke
-        color: "transparent"
-        height: chevron.size * 0.72
+        color: chevron.color
+        height: chevron.stroke
+        radius: height / 2
         rotation: 45
-        width: height
-        y: -height / 2 - 1
+        width: chevron.size * Math.SQRT1_2 + chevron.stroke
+    }
+    Rectangle {
+        anchors.horizontalCenterOffset: chevron.size / 4
+        anchors.centerIn: parent
+        antialiasing: true
+        color: chevron.color
+        height: chevron.stroke
+        radius: height / 2
+        rotation: -45
+        width: chevron.size * Math.SQRT1_2 + chevron.stroke
     }
 }
