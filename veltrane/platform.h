@@ -63,8 +63,8 @@ struct Platform {
   Platform(Platform&&) noexcept;
   Platform& operator=(Platform&&) noexcept;
 
-  /// The installed one; before `install`, one without any port. Any thread, but `install` only while
-  /// no thread of a port's can call back: before the first flow, or after the last.
+  /// The installed one; before `install`, one without any port. Any thread, but `install` only
+  /// while no thread of a port's can call back: before the first flow, or after the last.
   static const Platform& current();
   static void install(Platform platform);
 };
