@@ -63,13 +63,13 @@ void bareLibyuv(Picture& to) {
           "ARGBScale");
 }
 
-void barePixman(Picture& to) {
-  const auto image = [](PixelSize size, std::uint8_t* pixels) {
-    return pixman_image_create_bits(PIXMAN_a8b8g8r8, size.width, size.height,
-                                    reinterpret_cast<std::uint32_t*>(pixels), 4 * size.width);
-  };
-  pixman_image_t* from = image(kFrom, source());
-  pixman_image_t* result = image(kTo, to.pixels.data());
+/// As whoever uses pixman does: into an image that it makes for the purpose.
+void barePixman(Picture& /*to*/) {
+  pixman_image_t* from =
+      pixman_image_create_bits(PIXMAN_a8b8g8r8, kFrom.width, kFrom.height,
+                               reinterpret_cast<std::uint32_t*>(source()), 4 * kFrom.width);
+  pixman_image_t* result =
+      pixman_image_create_bits_no_clear(PIXMAN_a8b8g8r8, kTo.width, kTo.height, nullptr, 0);
   pixman_transform_t transform;
   pixman_transform_init_scale(&transform, pixman_double_to_fixed(double(kFrom.width) / kTo.width),
                               pixman_double_to_fixed(double(kFrom.height) / kTo.height));
