@@ -20,13 +20,26 @@ void key(QQuickWindow& window, int code, Qt::KeyboardModifiers modifiers, const 
   QCoreApplication::sendEvent(&window, &up);
 }
 
-}  // namespace
-
-void click(QQuickItem& item) {
+/// Calls `whileDown` with the mouse button held in the middle of the item.
+template <typename WhileDown>
+void clickWith(QQuickItem& item, WhileDown whileDown) {
   QQuickWindow& window = *item.window();
   const QPointF middle = item.mapToScene({item.width() / 2, item.height() / 2});
   mouse(window, QEvent::MouseButtonPress, middle, Qt::LeftButton);
+  whileDown();
   mouse(window, QEvent::MouseButtonRelease, middle, Qt::NoButton);
+}
+
+}  // namespace
+
+void click(QQuickItem& item) {
+  clickWith(item, [] {});
+}
+
+bool clickButton(QQuickItem& button) {
+  bool taken = false;
+  clickWith(button, [&] { taken = button.property("pressed").toBool(); });
+  return taken;
 }
 
 void pressKey(QQuickWindow& window, Qt::Key code, Qt::KeyboardModifiers modifiers) {

@@ -13,6 +13,8 @@
 namespace veltrane::window {
 namespace {
 
+/// A list that settles takes a press for itself, and a user would press again.
+constexpr int kTries = 10;
 constexpr const char* kNoSuchRow = "there is no such row";
 
 std::string rowName(const JSON& command) {
@@ -66,7 +68,7 @@ ScriptPlayer::Step ScriptPlayer::stepFor(const JSON& command) {
   if (name == "toggle") return [this, command] { return toggle(command); };
   if (name == "choose") return [this, command] { return choose(command); };
   if (name == "select") return [this, command] { return select(command); };
-  if (name == "press") return [this, command] { return press(command); };
+  if (name == "press") return [this, command] { return press(command, kTries); };
   if (name == "dismissAlert") return [this] { return dismissAlert(); };
   if (name == "back") return [this] { return clickNamed("backButton"); };
   if (name == "retry") return [this] { return clickNamed("retryButton"); };
@@ -141,14 +143,21 @@ ScriptPlayer::Refusal ScriptPlayer::select(const JSON& command) {
   return std::nullopt;
 }
 
-ScriptPlayer::Refusal ScriptPlayer::press(const JSON& command) {
+ScriptPlayer::Refusal ScriptPlayer::press(const JSON& command, int tries) {
   if (!screen()) return "no screen with a button is on display";
   const int row = command.contains("row") ? rowOf(command)
                                           : screen()->rows()->rowOfClass("ButtonTableViewCell");
   QQuickItem* button = control(row, "ButtonTableViewCell");
   if (!button) return "there is no such button";
-  say_("pressed  " + button->property("text").toString().toStdString());
-  click(*button);
+  const auto text = button->property("text").toString().toStdString();
+  if (clickButton(*button)) {
+    say_("pressed  " + text);
+  } else if (tries > 1) {
+    steps_.push_front(
+        {"press again", [this, command, tries] { return press(command, tries - 1); }});
+  } else {
+    return "the button does not take a press";
+  }
   return std::nullopt;
 }
 

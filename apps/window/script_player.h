@@ -47,7 +47,7 @@ class ScriptPlayer {
   Refusal choose(const JSON& command);
   Refusal pick(const std::string& option);
   Refusal select(const JSON& command);
-  Refusal press(const JSON& command);
+  Refusal press(const JSON& command, int tries);
   Refusal clickNamed(const char* name);
   Refusal dismissAlert();
 

@@ -19,6 +19,8 @@ using qtquick::FlowStage;
 constexpr std::chrono::milliseconds kRest{80};
 /// Pictures that take longer are left out of the picture of their screen.
 constexpr int kPatience = 10'000;
+/// Milliseconds without anything new before a script that is over is the end of the run.
+constexpr int kLastWait = 1'000;
 /// Rests that a picture needs to come in after it has arrived.
 constexpr int kComingIn = 4;
 
@@ -103,6 +105,7 @@ void WindowRun::say(const std::string& line) {
 }
 
 void WindowRun::happened(const PresentationChange& change) {
+  calm_.invalidate();
   rest_.start();
   if (const auto* alert = dynamic_cast<const AlertController*>(change.controller.get())) {
     if (change.transition == Transition::alert) say(alertLine(*alert));
@@ -134,7 +137,9 @@ bool WindowRun::isAtRest() const {
 
 void WindowRun::atRest() {
   if (report_ && !presenter_->stage().isShowing()) return end(report_->status);
-  if (isAtRest() && !waitsForPictures()) {
+  if (!isAtRest()) {
+    calm_.invalidate();
+  } else if (!waitsForPictures()) {
     if (newToSee_) takePicture();
     playOn();
   }
@@ -184,6 +189,8 @@ void WindowRun::playOn() {
     const auto* screen =
         qobject_cast<const qtquick::ListScreenItem*>(presenter_->stage().activeView());
     if (screen && screen->isPolling()) return;
+    if (!calm_.isValid()) calm_.start();
+    if (!calm_.hasExpired(kLastWait)) return;
     say("result   none: the script has ended before the flow");
     return end(exit_status::kNoResult);
   }

@@ -60,6 +60,8 @@ class WindowRun final : public QObject {
   /// The script has acted on what the last picture shows.
   bool playedSince_ = false;
   bool pictureLost_ = false;
+  /// Runs while a script that is over waits for the flow.
+  QElapsedTimer calm_;
   /// How long the screen on display has been waited for, and how long it has been complete.
   QElapsedTimer waiting_;
   int calmRests_ = 0;
