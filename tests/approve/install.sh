@@ -16,7 +16,7 @@ for program in node npm chromium; do
     exit 1
   fi
 done
-if ! npm ci --prefix "$1" --no-audit --no-fund --ignore-scripts; then
+if ! npm ci --prefix "$1" --prefer-offline --no-audit --no-fund --ignore-scripts; then
   echo "$0: npm cannot install the packages of $here/package-lock.json" >&2
   exit 1
 fi
