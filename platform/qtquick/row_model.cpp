@@ -116,24 +116,32 @@ void RowModel::refresh() {
   }
 }
 
+RowModel::Name RowModel::nameOf(std::size_t row) const {
+  const RowIdentity identity = identify_(row);
+  return {identity.className, hashOf(identity.key)};
+}
+
 std::vector<RowModel::Name> RowModel::names() const {
   std::vector<Name> names;
   names.reserve(table_.numberOfRows());
-  for (std::size_t row = 0; row < table_.numberOfRows(); ++row) {
-    const RowIdentity identity = identify_(row);
-    names.push_back({identity.className, hashOf(identity.key)});
-  }
+  for (std::size_t row = 0; row < table_.numberOfRows(); ++row) names.push_back(nameOf(row));
   return names;
+}
+
+// A screen that opens has nothing to keep.
+void RowModel::fill() {
+  const std::size_t count = table_.numberOfRows();
+  if (count == 0) return;
+  beginInsertRows({}, 0, static_cast<int>(count) - 1);
+  rows_.reserve(count);
+  for (std::size_t row = 0; row < count; ++row) rows_.push_back({nameOf(row), nullptr});
+  endInsertRows();
 }
 
 // Walks both lists once: a row that is wanted later stays, the others give way.
 void RowModel::reload() {
+  if (rows_.empty()) return fill();
   const auto wanted = names();
-  if (rows_.empty()) {
-    // A screen that opens has nothing to keep.
-    if (!wanted.empty()) insertRun(0, wanted, 0, wanted.size());
-    return rebind();
-  }
   std::map<Name, int> ahead;
   for (const Name& name : wanted) ++ahead[name];
   const auto isWanted = [&](std::size_t row) {

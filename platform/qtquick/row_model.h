@@ -79,7 +79,9 @@ class RowModel : public QAbstractListModel {
     std::unique_ptr<Cell> item;
   };
 
+  Name nameOf(std::size_t row) const;
   std::vector<Name> names() const;
+  void fill();
   void reload();
   void removeRun(std::size_t first, std::size_t count);
   void insertRun(std::size_t first, const std::vector<Name>& from, std::size_t begin,

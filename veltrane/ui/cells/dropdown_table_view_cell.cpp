@@ -41,7 +41,10 @@ bool DropdownTableViewCell::offers(const std::optional<JSON>& props, const JSON&
   if (!props || choice.empty()) return false;
   const JSON options = (*props)["options"];
   for (std::size_t i = 0; i < options.size(); ++i) {
-    if (optionTitle(options[i]) == choice) return true;
+    const JSON option = options[i];
+    // Most choices are texts, which need not be copied to be compared.
+    const auto text = option.text();
+    if (text ? *text == choice : optionTitle(option) == choice) return true;
   }
   return false;
 }
