@@ -1,6 +1,7 @@
 #include <png.h>
 
 #include <csetjmp>
+#include <cstdlib>
 #include <cstring>
 
 #include "platform/pictures/decoders.h"
@@ -11,6 +12,9 @@ namespace {
 
 constexpr png_uint_32 kMaxSide = 1'000'000;
 constexpr png_alloc_size_t kMaxChunk = png_alloc_size_t{1} << 20;
+/// A row of the widest picture in sixteen bits a channel, twice. A chunk that only claims to be
+/// larger gets no memory: for some kinds libpng asks before it looks at the limit above.
+constexpr png_alloc_size_t kMaxBlock = png_alloc_size_t{16} << 20;
 constexpr png_uint_32 kMaxChunks = 100;
 /// No deflate stream grows by more than this.
 constexpr std::uint64_t kMaxGrowth = 1032;
@@ -20,7 +24,8 @@ constexpr std::uint64_t kMaxGrowth = 1032;
 class Reader {
  public:
   explicit Reader(std::string_view bytes) : left_(bytes), fileSize_(bytes.size()) {
-    png_ = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, onError, onWarning);
+    png_ = png_create_read_struct_2(PNG_LIBPNG_VER_STRING, nullptr, onError, onWarning, nullptr,
+                                    onAllocate, onFree);
     if (png_) info_ = png_create_info_struct(png_);
   }
   ~Reader() {
@@ -38,6 +43,10 @@ class Reader {
     png_longjmp(png, 1);
   }
   static void onWarning(png_structp /*png*/, png_const_charp /*message*/) {}
+  static png_voidp onAllocate(png_structp /*png*/, png_alloc_size_t size) {
+    return size <= kMaxBlock ? std::malloc(size) : nullptr;
+  }
+  static void onFree(png_structp /*png*/, png_voidp block) { std::free(block); }
   static void onRead(png_structp png, png_bytep data, std::size_t size) {
     auto& left = static_cast<Reader*>(png_get_io_ptr(png))->left_;
     if (left.size() < size) png_error(png, "cut short");
