@@ -1,7 +1,11 @@
 #include "tests/pictures/samples.h"
 
+#include <zlib.h>
+
 #include <cstdlib>
-#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
 
 namespace veltrane::pictures::testing {
 namespace {
@@ -75,40 +79,48 @@ std::string exif(int orientation, bool isBigEndian) {
   return std::string(data, sizeof data);
 }
 
-std::vector<Sample> everySample() {
-  const Picture plain = painted(kFields);
-  const Picture holed = painted("R./BW/KY");
-  const Picture grey = painted("KW/WK/KK");
-  const std::string fields(kFields);
-  return {
-      {"PNG rgb", asPNG(plain, {.kind = Kind::rgb}), fields},
-      {"PNG rgb 16 bit", asPNG(plain, {.kind = Kind::rgb16}), fields},
-      {"PNG rgba", asPNG(holed), "R./BW/KY"},
-      {"PNG interlaced", asPNG(holed, {.isInterlaced = true}), "R./BW/KY"},
-      {"PNG palette", asPNG(plain, {.kind = Kind::palette}), fields},
-      {"PNG palette with transparency",
-       asPNG(plain, {.kind = Kind::palette, .hasTransparentBlack = true}), "RG/BW/.Y"},
-      {"PNG rgb with a transparent colour",
-       asPNG(plain, {.kind = Kind::rgb, .hasTransparentBlack = true}), "RG/BW/.Y"},
-      {"PNG grey 1 bit", asPNG(grey, {.kind = Kind::grey1}), "KW/WK/KK"},
-      {"PNG grey 16 bit", asPNG(grey, {.kind = Kind::grey16}), "KW/WK/KK"},
-      {"PNG grey with alpha", asPNG(painted("KW/.K"), {.kind = Kind::greyAlpha}), "KW/.K"},
-      {"JPEG", asJPEG(plain), fields},
-      {"JPEG progressive", asJPEG(plain, {.isProgressive = true}), fields},
-      {"JPEG grey", asJPEG(grey, {.inks = Inks::grey}), "KW/WK/KK"},
-      {"JPEG CMYK", asJPEG(plain, {.inks = Inks::cmyk}), fields},
-      {"JPEG CMYK not from Adobe", asJPEG(plain, {.inks = Inks::cmykWithoutAdobe}), fields},
-      {"JPEG YCCK", asJPEG(plain, {.inks = Inks::ycck}), fields},
-      {"WebP", asWebP(holed), "R./BW/KY"},
-      {"WebP lossy", asWebP(plain, {.isLossy = true}), fields},
-      {"WebP lossy with alpha", asWebP(holed, {.isLossy = true}), "R./BW/KY"},
-      {"WebP animated", asWebP(plain, {.isAnimated = true}), fields},
-      {"GIF", asGIF(plain), fields},
-      {"GIF with transparency", asGIF(holed), "R./BW/KY"},
-      {"GIF interlaced", asGIF(plain, {.isInterlaced = true}), fields},
-      {"GIF animated", asGIF(plain, {.isAnimated = true}), fields},
-      {"GIF smaller than its canvas", asGIF(painted("RG"), {.margin = 1}), ".../.RG"},
+std::string pngChunk(const std::string& name, const std::string& data) {
+  const auto bigEndian = [](std::size_t number) {
+    std::string bytes;
+    for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>(number >> shift);
+    return bytes;
   };
+  const std::string body = name + data;
+  const auto checksum =
+      crc32(0, reinterpret_cast<const Bytef*>(body.data()), static_cast<uInt>(body.size()));
+  return bigEndian(data.size()) + body + bigEndian(checksum);
+}
+
+std::string deflated(const std::string& bytes) {
+  uLongf size = compressBound(bytes.size());
+  std::string packed(size, '\0');
+  compress(reinterpret_cast<Bytef*>(packed.data()), &size,
+           reinterpret_cast<const Bytef*>(bytes.data()), bytes.size());
+  packed.resize(size);
+  return packed;
+}
+
+std::string seed(const std::string& name) {
+  std::ifstream file(SAMPLES + name, std::ios::binary);
+  if (!file) throw std::runtime_error("no seed " + name);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::vector<Sample> everySample() {
+  std::vector<Sample> samples;
+  const auto add = [&](const std::string& fields, std::initializer_list<const char*> names) {
+    for (const char* name : names) samples.push_back({name, seed(name), fields});
+  };
+  add("RG/BW/KY", {"PNG-rgb", "PNG-rgb-16-bit", "PNG-palette", "JPEG", "JPEG-progressive",
+                   "JPEG-CMYK", "JPEG-CMYK-not-from-Adobe", "JPEG-YCCK", "WebP-lossy",
+                   "WebP-animated", "GIF", "GIF-interlaced", "GIF-animated"});
+  add("R./BW/KY",
+      {"PNG-rgba", "PNG-interlaced", "WebP", "WebP-lossy-with-alpha", "GIF-with-transparency"});
+  add("RG/BW/.Y", {"PNG-palette-with-transparency", "PNG-rgb-with-a-transparent-colour"});
+  add("KW/WK/KK", {"PNG-grey-1-bit", "PNG-grey-16-bit", "JPEG-grey"});
+  add("KW/.K", {"PNG-grey-with-alpha"});
+  add(".../.RG", {"GIF-smaller-than-its-canvas"});
+  return samples;
 }
 
 }  // namespace veltrane::pictures::testing

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,45 +23,16 @@ std::string fieldsOf(const Picture* picture, int field = kField);
 /// EXIF data that says nothing but the orientation.
 std::string exif(int orientation, bool isBigEndian = false);
 
-enum class Kind : std::uint8_t { grey1, grey16, greyAlpha, palette, rgb, rgb16, rgba };
+/// A PNG chunk with its checksum.
+std::string pngChunk(const std::string& name, const std::string& data);
+/// `bytes` as zlib packs them.
+std::string deflated(const std::string& bytes);
 
-struct PNGOptions {
-  Kind kind = Kind::rgba;
-  bool isInterlaced = false;
-  /// Says which colour, or which of the palette's, is transparent: what is black.
-  bool hasTransparentBlack = false;
-  std::string exif;
-  /// What a text chunk unpacks to: this many equal letters.
-  std::size_t text = 0;
-};
-std::string asPNG(const Picture& picture, const PNGOptions& options = {});
-
-enum class Inks : std::uint8_t { rgb, grey, cmyk, cmykWithoutAdobe, ycck };
-
-struct JPEGOptions {
-  Inks inks = Inks::rgb;
-  bool isProgressive = false;
-  std::string exif;
-};
-std::string asJPEG(const Picture& picture, const JPEGOptions& options = {});
-
-struct WebPOptions {
-  bool isLossy = false;
-  bool isAnimated = false;
-  std::string exif;
-};
-std::string asWebP(const Picture& picture, const WebPOptions& options = {});
-
-struct GIFOptions {
-  bool isInterlaced = false;
-  bool isAnimated = false;
-  /// Fields of canvas above and to the left of the picture.
-  int margin = 0;
-};
-std::string asGIF(const Picture& picture, const GIFOptions& options = {});
+/// A picture among the fuzzer's seeds, as the format's own library wrote it.
+std::string seed(const std::string& name);
 
 struct Sample {
-  const char* name;
+  std::string name;
   std::string bytes;
   std::string fields;
 };
