@@ -12,14 +12,14 @@ namespace veltrane::sqlite {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::AllOf;
-using testing::Contains;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::IsSupersetOf;
-using testing::Not;
-using testing::SizeIs;
+using ::testing::AllOf;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::IsSupersetOf;
+using ::testing::Not;
+using ::testing::SizeIs;
 
 class SettingsDamage : public SettingsTest {
  protected:
@@ -66,7 +66,7 @@ TEST_F(SettingsDamage, AFileFoundDamagedWhenOpenedIsSetAside) {
     writeFile(file_, damaged);
     const auto store = openStore();
     EXPECT_EQ(store->value("key0"), std::nullopt);
-    store->set("key", std::string("new"));
+    store->set("key", "new");
     EXPECT_EQ(storedText("key"), "new");
     EXPECT_EQ(readFile(folder_ / "settings.db.damaged-1"), damaged) << "kept as it was found";
     expectSetAsideOnce();
@@ -89,7 +89,7 @@ TEST_F(SettingsDamage, DamageMetByALaterReadOrWriteIsMendedAndTheWriteDone) {
       if (readFirst) {
         EXPECT_EQ(textIn(*store, "key7"), "-");
       }
-      store->set("after", std::string("new"));
+      store->set("after", "new");
       EXPECT_EQ(textIn(*store, "after"), "new");
       EXPECT_EQ(storedText("after"), "new");
       expectSetAsideOnce();
@@ -111,7 +111,7 @@ TEST_F(SettingsDamage, NeverOverwritesOneSetAsideBefore) {
 TEST_F(SettingsDamage, ALeftOverJournalDoesNotReachTheNewFile) {
   writeFile(file_, "damaged");
   writeFile(file_.string() + "-journal", std::string(9000, 'j'));
-  openStore()->set("key", std::string("new"));
+  openStore()->set("key", "new");
   EXPECT_EQ(storedText("key"), "new");
   EXPECT_THAT(filesNamedLike("journal"), IsEmpty());
 }
@@ -119,7 +119,7 @@ TEST_F(SettingsDamage, ALeftOverJournalDoesNotReachTheNewFile) {
 TEST_F(SettingsDamage, ADatabaseOfAnotherShapeIsNoSettingsFile) {
   execute("CREATE TABLE settings(name TEXT, content TEXT); INSERT INTO settings VALUES('a', 'b')");
   const auto store = openStore();
-  store->set("key", std::string("new"));
+  store->set("key", "new");
   EXPECT_EQ(storedText("key"), "new");
   expectSetAsideOnce();
 }
@@ -130,7 +130,7 @@ TEST_F(SettingsDamage, AnEmptiedOrDeletedFileIsStartedAnew) {
     fill(*store);
     deleted ? void(fs::remove(file_)) : fs::resize_file(file_, 0);
     EXPECT_EQ(textIn(*store, "key0"), "-");
-    store->set("key", std::string(deleted ? "deleted" : "emptied"));
+    store->set("key", deleted ? "deleted" : "emptied");
     EXPECT_EQ(storedText("key"), deleted ? "deleted" : "emptied");
   }
 }
@@ -164,7 +164,7 @@ TEST_F(SettingsDamage, AStoreThatIsOpenFollowsWhenAnotherProcessSetsItsFileAside
   Child other({file_.string(), "write", "other", "1", "0"});
   EXPECT_THAT(other.lines(), ElementsAre("other0"));
   EXPECT_EQ(textIn(*store, "other0"), pattern("other0", 0));
-  store->set("mine", std::string("kept"));
+  store->set("mine", "kept");
   EXPECT_EQ(storedText("other0"), pattern("other0", 0));
   EXPECT_EQ(storedText("mine"), "kept");
   EXPECT_THAT(filesNamedLike("damaged"), SizeIs(1));
@@ -173,7 +173,7 @@ TEST_F(SettingsDamage, AStoreThatIsOpenFollowsWhenAnotherProcessSetsItsFileAside
 TEST_F(SettingsDamage, WhereNothingCanBeWrittenTheRunKeepsItsOwnValues) {
   writeFile(folder_ / "file", "");
   const auto store = open(folder_ / "file" / "settings.db");
-  store->set("key", std::string("for this run"));
+  store->set("key", "for this run");
   store->set("flag", true);
   EXPECT_EQ(textIn(*store, "key"), "for this run");
   store->remove("key");
@@ -183,7 +183,7 @@ TEST_F(SettingsDamage, WhereNothingCanBeWrittenTheRunKeepsItsOwnValues) {
               ElementsAre(AllOf(HasSubstr("settings.db"), Not(HasSubstr("run\"")))));
 
   fs::remove(folder_ / "file");
-  store->set("later", std::string("written"));
+  store->set("later", "written");
   EXPECT_EQ(textIn(*open(folder_ / "file" / "settings.db"), "later"), "written")
       << "tried again with each change";
 }
@@ -191,14 +191,14 @@ TEST_F(SettingsDamage, WhereNothingCanBeWrittenTheRunKeepsItsOwnValues) {
 TEST_F(SettingsDamage, AFolderThatIsNoFileIsLeftAlone) {
   fs::create_directory(file_);
   const auto store = openStore();
-  store->set("key", std::string("for this run"));
+  store->set("key", "for this run");
   EXPECT_EQ(textIn(*store, "key"), "for this run");
   EXPECT_TRUE(fs::is_directory(file_));
   EXPECT_THAT(console_->take(), Not(IsEmpty()));
 }
 
 TEST_F(SettingsDamage, AFileThatMayOnlyBeReadIsRead) {
-  openStore()->set("key", std::string("there"));
+  openStore()->set("key", "there");
   fs::permissions(file_, fs::perms(0444));
   fs::permissions(folder_, fs::perms(0555));
   Child reader({file_.string(), "as-nobody", "key"});

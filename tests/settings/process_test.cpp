@@ -11,8 +11,8 @@
 namespace veltrane::sqlite {
 namespace {
 
-using testing::IsEmpty;
-using testing::SizeIs;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 class SettingsProcess : public SettingsTest {
  protected:

@@ -6,21 +6,10 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
-#include <utility>
 
 namespace fs = std::filesystem;
 
 namespace veltrane::sqlite {
-
-void Lines::print(std::string_view line) {
-  const std::lock_guard lock(mutex_);
-  lines_.emplace_back(line);
-}
-
-std::vector<std::string> Lines::take() {
-  const std::lock_guard lock(mutex_);
-  return std::exchange(lines_, {});
-}
 
 SettingsTest::SettingsTest() {
   auto name = (fs::temp_directory_path() / "veltrane-settings-XXXXXX").string();

@@ -4,30 +4,18 @@
 
 #include <filesystem>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/sqlite/sqlite_store.h"
-#include "veltrane/base/console.h"
+#include "tests/support/fakes.h"
 #include "veltrane/platform.h"
 
 namespace veltrane::sqlite {
 
-/// Keeps console lines for the test to look at.
-class Lines final : public ConsoleSink {
- public:
-  void print(std::string_view line) override;
-  std::vector<std::string> take();
-
- private:
-  std::mutex mutex_;
-  std::vector<std::string> lines_;
-};
-
 /// A folder of its own for each test, and the console captured.
-class SettingsTest : public testing::Test {
+class SettingsTest : public ::testing::Test {
  protected:
   SettingsTest();
   ~SettingsTest() override;
@@ -44,7 +32,8 @@ class SettingsTest : public testing::Test {
 
   std::filesystem::path folder_;
   std::filesystem::path file_;
-  std::shared_ptr<Lines> console_ = std::make_shared<Lines>();
+  std::shared_ptr<testing::RecordingConsole> console_ =
+      std::make_shared<testing::RecordingConsole>();
 
  private:
   std::optional<PlatformScope> platform_;

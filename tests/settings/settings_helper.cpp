@@ -47,12 +47,14 @@ bool limitFileSize(rlim_t bytes) {
 
 }  // namespace
 
-// FILE write PREFIX COUNT ROUND | FILE as-nobody KEY | FILE with-limit KEY BYTES
+// Tells its process first. FILE write PREFIX COUNT ROUND | FILE as-nobody KEY | FILE with-limit KEY
+// BYTES
 int main(int argc, char** argv) {
   const std::string act = argc > 3 ? argv[2] : "";
   if (act == "as-nobody" && !becomeNobody()) return 3;
   if (act == "with-limit" && !limitFileSize(std::strtoull(argv[4], nullptr, 10))) return 3;
   if (act.empty()) return 2;
+  std::cout << getpid() << std::endl;
   const auto store = veltrane::sqlite::open(argv[1]);
   if (act == "write") return writeMany(*store, argv[3], std::atoi(argv[4]), std::atoi(argv[5]));
   return writeThenRead(*store, argv[3]);

@@ -121,6 +121,11 @@ class RecordingConsole final : public ConsoleSink {
     const std::lock_guard lock(mutex_);
     return lines_;
   }
+  /// What has been printed since it was last asked.
+  std::vector<std::string> take() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(lines_, {});
+  }
   bool has(std::string_view line) const {
     const auto all = lines();
     return std::find(all.begin(), all.end(), line) != all.end();
