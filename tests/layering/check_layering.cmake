@@ -8,7 +8,7 @@
 cmake_minimum_required(VERSION 3.25)
 
 # A folder of the core may include itself and those before it.
-set(CORE_ORDER base toolkit flow network engine face connectors ui)
+set(CORE_ORDER base toolkit flow network engine passkeys face connectors ui)
 # What a core file may include in angle brackets: standard headers have no dot.
 set(CORE_STANDARD "^[a-z_0-9]+$")
 set(CORE_POSIX arpa/inet.h sys/utsname.h)

@@ -1,0 +1,71 @@
+#include "veltrane/passkeys/passkey_sheet.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace veltrane {
+namespace {
+
+bool takesSecret(PasskeyStep step) {
+  return step == PasskeyStep::enterPIN || step == PasskeyStep::newPIN ||
+         step == PasskeyStep::passphrase || step == PasskeyStep::newPassphrase;
+}
+
+/// Characters of UTF-8 text as code points.
+std::size_t lengthOf(std::string_view text) {
+  return static_cast<std::size_t>(std::ranges::count_if(
+      text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; }));
+}
+
+}  // namespace
+
+void PasskeySheet::ask(PasskeyQuestion question, Answer answer) {
+  question_ = std::move(question);
+  answer_ = std::move(answer);
+  changed();
+}
+
+void PasskeySheet::close() {
+  if (!isOpen()) return;
+  answer_ = nullptr;
+  question_ = {};
+  changed();
+}
+
+void PasskeySheet::confirm() {
+  if (takesSecret(question_.step) || !question_.choices.empty()) return;
+  if (!question_.confirmTitle.empty()) reply({.kind = PasskeyAnswer::Kind::confirmed});
+}
+
+void PasskeySheet::choose(std::size_t index) {
+  if (index >= question_.choices.size()) return;
+  reply({.kind = PasskeyAnswer::Kind::confirmed, .choice = index});
+}
+
+void PasskeySheet::enter(Secret secret) {
+  if (!takesSecret(question_.step)) return;
+  if (lengthOf(secret.bytes()) < question_.minimumLength) {
+    question_.problem = "Use at least " + std::to_string(question_.minimumLength) + " characters.";
+    changed();
+    return;
+  }
+  reply({.kind = PasskeyAnswer::Kind::confirmed, .secret = std::move(secret)});
+}
+
+void PasskeySheet::useAlternative() {
+  if (!question_.alternativeTitle.empty()) reply({.kind = PasskeyAnswer::Kind::alternative});
+}
+
+void PasskeySheet::cancel() {
+  if (answer_) reply({.kind = PasskeyAnswer::Kind::cancelled});
+}
+
+void PasskeySheet::reply(PasskeyAnswer answer) {
+  if (!answer_) return;
+  const Answer callback = std::exchange(answer_, nullptr);
+  question_ = {.step = PasskeyStep::working, .title = std::move(question_.title)};
+  changed();
+  callback(std::move(answer));
+}
+
+}  // namespace veltrane
