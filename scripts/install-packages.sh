@@ -7,12 +7,14 @@ build="ca-certificates cmake g++ ninja-build ccache
   libcurl4-openssl-dev libssl-dev libsqlite3-dev nlohmann-json3-dev libcpp-httplib-dev libcli11-dev
   pkg-config libqrencode-dev libpng-dev libjpeg62-turbo-dev libwebp-dev libgif-dev libexif-dev
   libdeflate-dev libzimg-dev libyuv-dev libpixman-1-dev
+  libfido2-dev libcbor-dev libpsl-dev publicsuffix libtss2-dev libsecret-1-dev libargon2-dev
   qt6-base-dev qt6-declarative-dev qt6-declarative-dev-tools
   qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts
   qml6-module-qtquick-templates qml6-module-qtquick-window qml6-module-qtqml
   qml6-module-qtqml-models qml6-module-qtqml-workerscript qml6-module-qt-labs-qmlmodels
   fonts-dejavu-core"
-test="libgtest-dev libgmock-dev qml6-module-qttest chromium zbar-tools"
+test="libgtest-dev libgmock-dev qml6-module-qttest chromium zbar-tools swtpm gnome-keyring
+  dbus dbus-daemon"
 # Node from elsewhere brings its own npm and gets along with no other.
 command -v npm > /dev/null || test="$test nodejs npm"
 bench="libbenchmark-dev valgrind libopencv-imgproc-dev"
