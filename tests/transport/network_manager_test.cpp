@@ -13,13 +13,7 @@
 namespace veltrane::testing {
 namespace {
 
-struct Outcome {
-  std::optional<std::string> body;
-  std::optional<VeltraneFlowError> error;
-  std::thread::id thread;
-};
-
-constexpr const char* kNoResponse = "No response from server...";
+constexpr const char* kNoResponse = "veltraneError: No response from server...";
 
 class TemporaryFolder {
  public:
@@ -51,39 +45,33 @@ class NetworkManagerOverTls : public ::testing::Test {
     platform.transport = curl::make({.authorityFile = authority});
     scope_ = std::make_unique<PlatformScope>(std::move(platform));
   }
-  void useServer(const TlsTestServer& server) {
-    useServer(server.url("/v1"), server.authorityFile());
-  }
 
-  static NetworkAPIRequestFor start(std::optional<Dictionary> parameter = Dictionary()) {
-    return NetworkAPIRequestFor(
-        {.endpoint = FlowEndpoint{FlowEndpoint::StartFlowWithId{"company", "flow 1"}},
-         .headers = {{APIHTTPHeader::authorization("token"), APIHTTPHeader::contentType()}},
-         .parameter = std::move(parameter)});
-  }
-
-  static Outcome outcomeOf(const NetworkAPIRequestFor& request) {
-    auto promise = std::make_shared<std::promise<Outcome>>();
+  /// How the start of a flow ends: its body, or the error's reason and text and, in brackets,
+  /// status.
+  static std::string outcome() {
+    auto promise = std::make_shared<std::promise<std::string>>();
     auto outcome = promise->get_future();
-    const auto handle = NetworkManager::getRequest(request, [promise](auto body, auto error) {
-      promise->set_value({std::move(body), std::move(error), std::this_thread::get_id()});
-    });
-    Outcome result = resultOf(std::move(outcome));
-    EXPECT_NE(result.body.has_value(), result.error.has_value());
-    return result;
+    const auto handle = NetworkManager::getRequest(
+        NetworkAPIRequestFor(
+            {.endpoint = FlowEndpoint{FlowEndpoint::StartFlowWithId{"company", "flow 1"}},
+             .headers = {{APIHTTPHeader::authorization("token"), APIHTTPHeader::contentType()}},
+             .parameter = Dictionary()}),
+        [promise, caller = std::this_thread::get_id()](const auto& body, const auto& error) {
+          EXPECT_NE(body.has_value(), error.has_value());
+          EXPECT_NE(std::this_thread::get_id(), caller) << "not on the transport's thread";
+          promise->set_value(body ? *body : described(*error));
+        });
+    return resultOf(std::move(outcome));
   }
-
-  /// What a request ends with that this rule of the server answers.
-  Outcome outcomeOfRule(const std::string& rule) {
+  static std::string described(const VeltraneFlowError& error) {
+    const std::string text = std::string(error.reasonName()) + ": " + error.errorDescription();
+    const auto status = error.httpResponseCode;
+    return status ? text + " (" + std::to_string(*status) + ")" : text;
+  }
+  /// How it ends when the server has this rule.
+  std::string outcomeOfRule(const std::string& rule) {
     sandbox_.addFlow("flow 1", R"({"start": [)" + rule + "]}");
-    return outcomeOf(start());
-  }
-
-  static void expectNoResponse(const Outcome& outcome) {
-    ASSERT_TRUE(outcome.error);
-    EXPECT_EQ(outcome.error->reasonName(), "veltraneError");
-    EXPECT_EQ(outcome.error->errorDescription(), kNoResponse);
-    EXPECT_FALSE(outcome.error->httpResponseCode);
+    return outcome();
   }
 
   TemporaryFolder folder_;
@@ -93,135 +81,46 @@ class NetworkManagerOverTls : public ::testing::Test {
   std::unique_ptr<PlatformScope> scope_;
 };
 
-TEST_F(NetworkManagerOverTls, HandsOverTheBodyUnreadOnTheTransportsThread) {
-  const auto answered = outcomeOfRule(R"({"answer": {"screen": {}}})");
-  EXPECT_EQ(answered.body, R"({"screen":{}})");
-  EXPECT_NE(answered.thread, std::this_thread::get_id());
+TEST_F(NetworkManagerOverTls, EveryAnswerBecomesItsBodyOrItsError) {
+  const auto unreadable = "veltraneError: The data is not valid JSON (near byte 1). (500)";
+  const auto tooDeep = "veltraneError: The data is nested more deeply than 128 levels. (500)";
+  const std::pair<const char*, std::string> cases[] = {
+      {R"({"answer": {"screen": {}}})", R"({"screen":{}})"},
+      {R"({"trouble": {"rawBody": "no JSON"}})", "no JSON"},
+      {R"({"status": 204})", ""},
+      {R"({"status": 401, "answer": {"message": "Unauthorized"}})", "errorResponse: Unauthorized"},
+      {R"({"status": 400, "trouble": {"nesting": 128}})", "errorResponse: Unknown Error!"},
+      {R"({"status": 400, "trouble": {"rawBody": "[1, 2]"}})",
+       "serialize: Could not do JSONSerialization for supplied data, data: 6 bytes  (400)"},
+      {R"({"status": 500, "trouble": {"rawBody": "<html>Oops</html>"}})", unreadable},
+      {R"({"status": 500, "trouble": {"rawBody": ""}})", unreadable},
+      {R"({"status": 500, "trouble": {"nesting": 129}})", tooDeep},
+      {R"({"status": 500, "trouble": {"nesting": 100000}})", tooDeep},
+      {R"({"answer": {"a": "bcdefgh"}, "trouble": {"cutAfterBytes": 5}})", kNoResponse},
+      {R"({"status": 500, "answer": {"message": "m"}, "trouble": {"cutAfterBytes": 0}})",
+       kNoResponse},
+      {R"({"trouble": {"closeConnection": true}})", kNoResponse},
+      {R"({"trouble": {"bodyBytes": 16777217}})", kNoResponse},
+  };
+  for (const auto& [rule, expected] : cases) EXPECT_EQ(outcomeOfRule(rule), expected) << rule;
+  EXPECT_EQ(outcomeOfRule(R"({"trouble": {"bodyBytes": 16777216}})").size(), 16U << 20);
   EXPECT_THAT(sandbox_.requests().back().path, ::testing::EndsWith("/flows/flow%201/start"));
-
-  const auto unread = outcomeOfRule(R"({"trouble": {"rawBody": "no JSON"}})");
-  EXPECT_EQ(unread.body, "no JSON");
-  EXPECT_EQ(outcomeOfRule(R"({"status": 204})").body, "");
-}
-
-TEST_F(NetworkManagerOverTls, AnErrorBodyBecomesItsError) {
-  const auto error =
-      outcomeOfRule(R"({"status": 401, "answer": {"message": "Unauthorized", "code": 401}})").error;
-  ASSERT_TRUE(error);
-  EXPECT_EQ(error->reasonName(), "errorResponse");
-  EXPECT_EQ(error->message, "Unauthorized");
-  EXPECT_EQ(error->code, "401");
-}
-
-TEST_F(NetworkManagerOverTls, AnErrorWithoutAnErrorBodyKeepsItsStatus) {
-  const auto html = outcomeOfRule(
-                        R"({"status": 500, "trouble": {"rawBody": "<html>Oops</html>",
-                                                       "contentType": "text/html"}})")
-                        .error;
-  ASSERT_TRUE(html);
-  EXPECT_EQ(html->reasonName(), "veltraneError");
-  EXPECT_EQ(html->httpResponseCode, 500);
-  EXPECT_FALSE(html->errorDescription().empty());
-
-  const auto empty = outcomeOfRule(R"({"status": 503, "trouble": {"rawBody": ""}})").error;
-  ASSERT_TRUE(empty);
-  EXPECT_EQ(empty->reasonName(), "veltraneError");
-  EXPECT_EQ(empty->httpResponseCode, 503);
-
-  const auto list = outcomeOfRule(R"({"status": 400, "trouble": {"rawBody": "[1, 2]"}})").error;
-  ASSERT_TRUE(list);
-  EXPECT_EQ(list->reasonName(), "serialize");
-  EXPECT_EQ(list->httpResponseCode, 400);
-  EXPECT_THAT(list->errorDescription(), ::testing::HasSubstr("6 bytes"));
-}
-
-TEST_F(NetworkManagerOverTls, DeepNestingIsAParseFailure) {
-  const auto deepest = outcomeOfRule(R"({"status": 400, "trouble": {"nesting": 128}})").error;
-  ASSERT_TRUE(deepest);
-  EXPECT_EQ(deepest->reasonName(), "errorResponse");
-  for (const auto* rule : {R"({"status": 400, "trouble": {"nesting": 129}})",
-                           R"({"status": 400, "trouble": {"nesting": 100000}})"}) {
-    const auto error = outcomeOfRule(rule).error;
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->reasonName(), "veltraneError");
-    EXPECT_EQ(error->httpResponseCode, 400);
-    EXPECT_NE(error->errorDescription(), kNoResponse);
-  }
-}
-
-TEST_F(NetworkManagerOverTls, ABodyMayHaveSixteenMebibytesAndNoMore) {
-  const auto most = outcomeOfRule(R"({"trouble": {"bodyBytes": 16777216}})");
-  ASSERT_TRUE(most.body);
-  EXPECT_EQ(most.body->size(), std::size_t{16} << 20);
-  expectNoResponse(outcomeOfRule(R"({"trouble": {"bodyBytes": 16777217}})"));
-}
-
-TEST_F(NetworkManagerOverTls, AnAnswerThatNeverCameWholeIsNone) {
-  expectNoResponse(
-      outcomeOfRule(R"({"answer": {"a": "bcdefgh"}, "trouble": {"cutAfterBytes": 5}})"));
-  expectNoResponse(outcomeOfRule(
-      R"({"status": 500, "answer": {"message": "m"}, "trouble": {"cutAfterBytes": 0}})"));
-  expectNoResponse(outcomeOfRule(R"({"trouble": {"closeConnection": true}})"));
   UserDefaultsManager::saveTimeout(0.3);
-  expectNoResponse(outcomeOfRule(R"({"trouble": {"noAnswer": true}})"));
+  EXPECT_EQ(outcomeOfRule(R"({"trouble": {"noAnswer": true}})"), kNoResponse);
 }
 
 TEST_F(NetworkManagerOverTls, AServerOutOfReachIsNoResponse) {
-  const auto refusing = std::make_unique<TlsTestServer>()->url("/v1");
-  useServer(refusing, sandbox_.authorityFile());
-  expectNoResponse(outcomeOf(start()));
-  useServer("https://no-such-host.invalid/v1", sandbox_.authorityFile());
-  expectNoResponse(outcomeOf(start()));
   const TestAuthority stranger;
-  useServer(sandbox_.baseURL(), stranger.file());
-  expectNoResponse(outcomeOf(start()));
-  EXPECT_THAT(sandbox_.requests(), ::testing::IsEmpty());
-}
-
-TEST_F(NetworkManagerOverTls, ARedirectOutOfTlsIsNoResponse) {
-  TlsTestServer plain({.plain = true});
-  TlsTestServer server;
-  server.answer("/v1/auth/company/flows/flow%201/start", 302, "", {{"Location", plain.url("/")}});
-  useServer(server);
-  expectNoResponse(outcomeOf(start()));
-  EXPECT_EQ(server.requests().size(), 1u);
-  EXPECT_EQ(plain.connections(), 0u);
-}
-
-TEST_F(NetworkManagerOverTls, WhatMayNotBeSentIsToldOnTheMainQueue) {
-  const auto told = [this](const NetworkAPIRequestFor& request) {
-    std::optional<VeltraneFlowError> heard;
-    const auto handle = NetworkManager::getRequest(
-        request, [&heard](const auto&, const auto& error) { heard = error; });
-    EXPECT_FALSE(heard) << "told inside the call";
-    fakes_.mainQueue->run();
-    return heard;
+  const std::pair<std::string, std::filesystem::path> cases[] = {
+      {std::make_unique<TlsTestServer>()->url("/v1"), sandbox_.authorityFile()},
+      {"https://no-such-host.invalid/v1", sandbox_.authorityFile()},
+      {sandbox_.baseURL(), stranger.file()},
   };
-  const auto unsendable = told(start(Dictionary{{"key", "\xff"}}));
-  ASSERT_TRUE(unsendable);
-  EXPECT_EQ(unsendable->reasonName(), "jsonSerialization");
-
-  APIBaseURL::setProduction("http://api.example/v1");
-  const auto refused = told(start());
-  ASSERT_TRUE(refused);
-  EXPECT_EQ(refused->reasonName(), "invalidURL");
-  EXPECT_THAT(refused->errorDescription(), ::testing::HasSubstr("http://api.example/v1"));
+  for (const auto& [baseURL, authority] : cases) {
+    useServer(baseURL, authority);
+    EXPECT_EQ(outcome(), kNoResponse) << baseURL;
+  }
   EXPECT_THAT(sandbox_.requests(), ::testing::IsEmpty());
-}
-
-TEST_F(NetworkManagerOverTls, ADroppedRequestIsHeardOfNoMore) {
-  TlsTestServer server;
-  server.route("/v1/auth/company/flows/flow%201/start",
-               [](const TestRequest&, TestConnection& connection) { connection.waitForClose(); });
-  useServer(server);
-  bool called = false;
-  auto handle =
-      NetworkManager::getRequest(start(), [&called](const auto&, const auto&) { called = true; });
-  ASSERT_TRUE(server.waitForRequests(1));
-  handle.reset();
-  EXPECT_TRUE(server.waitUntilIdle());
-  scope_.reset();  // and with it the transport's thread
-  EXPECT_FALSE(called);
 }
 
 }  // namespace
