@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/authenticator/key_keeper.h"
+#include "veltrane/base/secret.h"
+
+namespace veltrane::authenticator {
+
+/// Keys made by OpenSSL and sealed with AES-256-GCM under a wrapping key that something else keeps.
+/// ES256 and EdDSA (Ed25519). A sealed key is a version byte, the nonce, the encrypted key and its
+/// tag; the algorithm and the context are authenticated with it. Plain keys are wiped.
+class SoftwareKeyKeeper final : public KeyKeeper {
+ public:
+  static constexpr std::size_t kWrappingKeySize = 32;
+
+  /// `wrappingKey` of any other size than `kWrappingKeySize` makes every call fail.
+  SoftwareKeyKeeper(std::string name, Secret wrappingKey);
+
+  std::string name() const override { return name_; }
+  std::vector<int> algorithms() const override;
+  PasskeyResult<NewKey> makeKey(int algorithm, std::string_view context) override;
+  PasskeyResult<std::string> sign(int algorithm, std::string_view sealed, std::string_view context,
+                                  std::string_view message) override;
+
+ private:
+  std::string name_;
+  Secret wrappingKey_;
+};
+
+}  // namespace veltrane::authenticator
