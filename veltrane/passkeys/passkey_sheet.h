@@ -66,14 +66,26 @@ class PasskeySheet {
  public:
   using Answer = std::function<void(PasskeyAnswer)>;
 
+  PasskeySheet() = default;
+  /// Closes it: no front end goes on showing what nobody asks any more.
+  ~PasskeySheet() { close(); }
+  PasskeySheet(const PasskeySheet&) = delete;
+  PasskeySheet& operator=(const PasskeySheet&) = delete;
+
   /// Sent whenever `question()` has changed.
   Signal<> changed;
 
   const PasskeyQuestion& question() const { return question_; }
   bool isOpen() const { return question_.step != PasskeyStep::none; }
+  /// Somebody waits for an answer, so that `cancel` does something. Not so between an answer and
+  /// the next question; who works for long asks `working` to be cancellable.
+  bool canCancel() const { return answer_ != nullptr; }
 
   /// Shows a question. `answer` is called once at most, after the sheet has gone to `working`.
   void ask(PasskeyQuestion question, Answer answer);
+  /// A second way out that every question from now on has which names none itself. Taken, it
+  /// calls `action` in place of the question's answer. An empty title ends the offer.
+  void offer(std::string title, std::function<void()> action);
   /// Takes the sheet away without an answer.
   void close();
 
@@ -91,6 +103,9 @@ class PasskeySheet {
 
   PasskeyQuestion question_;
   Answer answer_;
+  std::string offerTitle_;
+  std::function<void()> offerAction_;
+  bool showsOffer_ = false;
 };
 
 /// Port: shows the sheets of passkeys to the person in front of the screen. Main thread.
