@@ -5,6 +5,7 @@
 
 #include "platform/qtquick/convert.h"
 #include "platform/qtquick/flow_stage.h"
+#include "platform/qtquick/words.h"
 
 namespace veltrane::qtquick {
 namespace {
@@ -68,10 +69,10 @@ AlertController& AlertItem::alert() const {
 }
 
 QString AlertItem::title() const {
-  return toQString(alert().title);
+  return translated(alert().title);
 }
 QString AlertItem::message() const {
-  return toQString(alert().message());
+  return translated(alert().message());
 }
 bool AlertItem::isSheet() const {
   return alert().style() == AlertStyle::actionSheet;
@@ -79,7 +80,7 @@ bool AlertItem::isSheet() const {
 
 QString AlertItem::cancelTitle() const {
   for (const AlertAction& action : alert().actions()) {
-    if (closes(action)) return toQString(action.title);
+    if (closes(action)) return translated(action.title);
   }
   return {};
 }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/qtquick/convert.h"
+#include "platform/qtquick/words.h"
 
 namespace veltrane::qtquick {
 namespace {
@@ -215,7 +216,8 @@ QColor DropdownCell::captionColor() const {
   return textColor(row().dropdownLabel);
 }
 QString DropdownCell::title() const {
-  return toQString(row().dropdownValueButton.title);
+  const std::string& title = row().dropdownValueButton.title;
+  return hasChoice() ? toQString(title) : translated(title);
 }
 bool DropdownCell::hasChoice() const {
   return row().hasChoice;

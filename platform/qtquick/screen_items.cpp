@@ -4,6 +4,7 @@
 
 #include "platform/qtquick/convert.h"
 #include "platform/qtquick/flow_stage.h"
+#include "platform/qtquick/words.h"
 #include "veltrane/ui/cells/cell_classes.h"
 #include "veltrane/ui/flow_screen.h"
 #include "veltrane/ui/mfa_screen1_vc.h"
@@ -138,7 +139,7 @@ MfaScreen1VC& MethodScreenItem::screen() const {
 }
 
 QString MethodScreenItem::emptyText() const {
-  return toQString(screen().emptyLabel.text);
+  return translated(screen().emptyLabel.text);
 }
 
 void MethodScreenItem::choose(int row) {
@@ -151,7 +152,7 @@ StartFlowVC& StartScreenItem::screen() const {
 }
 
 QString StartScreenItem::text() const {
-  return toQString(screen().loadingLabel.text);
+  return translated(screen().loadingLabel.text);
 }
 bool StartScreenItem::isSpinning() const {
   return !screen().isLoadingActivityHidden;

@@ -183,6 +183,33 @@ TEST_F(Form, ASecretIsShownOnlyOnDemand) {
   EXPECT_EQ(pin->property("displayText").toString(), QString("•").repeated(6));
 }
 
+TEST_F(Form, ASecretHidesAgainOnceTheUserGoesOn) {
+  openForm({secret("pin"), field("user")});
+  type("s3cret");
+  QQuickItem* const pin = control("pin");
+  const auto isHidden = [pin] {
+    return pin->property("displayText").toString() == QString("•").repeated(6);
+  };
+  // The control that shows it belongs to the field: from one to the other is not going on.
+  press(Qt::Key_Tab);
+  press(Qt::Key_Space);
+  EXPECT_FALSE(isHidden());
+  press(Qt::Key_Backtab, Qt::ShiftModifier);
+  EXPECT_EQ(focused(), pin);
+  EXPECT_FALSE(isHidden());
+  press(Qt::Key_Tab);
+  press(Qt::Key_Tab);
+  EXPECT_EQ(focused(), control("user"));
+  EXPECT_TRUE(isHidden());
+
+  // Shown from elsewhere it has the focus, so that there is something to lose.
+  click(item("showControl"));
+  EXPECT_EQ(focused(), pin);
+  EXPECT_FALSE(isHidden());
+  click(control("user"));
+  EXPECT_TRUE(isHidden());
+}
+
 TEST_F(Form, ASwitchTurnsByTheWholeRowAndByKeyboard) {
   openForm({toggle("keep")});
   const auto on = [&] { return controller().textFieldsKeyValues["keep"].boolean(); };

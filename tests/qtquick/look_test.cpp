@@ -191,6 +191,26 @@ TEST_F(Look, AFieldKeepsClearOfItsEdgeAndOfItsShowControl) {
   }
 }
 
+class LookBothWays : public Look, public ::testing::WithParamInterface<bool> {};
+INSTANTIATE_TEST_SUITE_P(Mirrored, LookBothWays, ::testing::Bool());
+
+TEST_P(LookBothWays, NothingLiesOnTheWordsOfARow) {
+  const bool mirrored = GetParam();
+  stage().setMirrored(mirrored);
+  openForm({field("user", R"("placeholder":"Name")"), toggle("keep")});
+  const auto within = control("user")->property("cursorRectangle").toRectF();
+  const QRectF caret = control("user")->mapRectToScene(within);
+  const QRectF hint = place(item("placeholder"));
+  EXPECT_GE(mirrored ? caret.left() - hint.right() : hint.left() - caret.right(), 1);
+
+  press(Qt::Key_Tab);
+  const QRectF ring = place(item("ring"));
+  const QRectF row = place(focused());
+  EXPECT_GE(row.left() - ring.left(), 8);
+  EXPECT_GE(ring.right() - row.right(), 8);
+  EXPECT_GE(ring.left(), 0);
+}
+
 TEST_F(Look, WideWindowsKeepTheColumnNarrowAndCentred) {
   window_.resize(1200, 800);
   openForm({field("user")});

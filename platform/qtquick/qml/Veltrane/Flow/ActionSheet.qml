@@ -29,7 +29,7 @@ FocusScope {
         }
     }
 
-    Accessible.name: sheet.view.title !== "" ? sheet.view.title : qsTr("Choices")
+    Accessible.name: sheet.view.title !== "" ? sheet.view.title : qsTranslate("Veltrane.Flow", "Choices")
     Accessible.role: Accessible.Dialog
     focus: true
     objectName: "actionSheet"

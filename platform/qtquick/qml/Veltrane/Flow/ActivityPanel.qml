@@ -5,7 +5,7 @@ import Veltrane.Flow
 Rectangle {
     id: panel
     Accessible.ignored: !panel.visible
-    Accessible.name: qsTr("Please wait")
+    Accessible.name: qsTranslate("Veltrane.Flow", "Please wait")
     Accessible.role: Accessible.Indicator
     anchors.centerIn: parent
     color: "#808080"

@@ -40,7 +40,7 @@ FlowRow {
             readonly property real quiet: row.code ? Math.min(12, parent.height / 16) : 0
 
             Accessible.ignored: !view.picture.here
-            Accessible.name: row.code ? qsTr("Code to scan") : qsTr("Picture")
+            Accessible.name: row.code ? qsTranslate("Veltrane.Flow", "Code to scan") : qsTranslate("Veltrane.Flow", "Picture")
             Accessible.role: Accessible.Graphic
             anchors.fill: parent
             anchors.margins: view.quiet

@@ -45,7 +45,7 @@ Rectangle {
             anchors.verticalCenter: parent.verticalCenter
             arrow: true
             objectName: "backButton"
-            text: qsTr("Back")
+            text: qsTranslate("Veltrane.Flow", "Back")
             view: bar.view
             visible: bar.view.canGoBack
 
@@ -57,7 +57,7 @@ Rectangle {
             anchors.rightMargin: 8
             anchors.verticalCenter: parent.verticalCenter
             objectName: "cancelButton"
-            text: qsTr("Cancel")
+            text: qsTranslate("Veltrane.Flow", "Cancel")
             view: bar.view
 
             onClicked: bar.view.cancel()

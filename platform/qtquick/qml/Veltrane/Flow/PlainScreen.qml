@@ -11,7 +11,7 @@ ScreenFrame {
         color: screen.view.palette.input
         font.pixelSize: Math.round(17 * screen.view.stage.textScale)
         horizontalAlignment: Text.AlignHCenter
-        text: qsTr("This step cannot be shown on this device.")
+        text: qsTranslate("Veltrane.Flow", "This step cannot be shown on this device.")
         width: Math.min(parent.width - 40, 480)
         wrapMode: Text.Wrap
     }

@@ -13,7 +13,7 @@ FlowRow {
         color: row.screen.palette.muted
         font.pixelSize: row.points(12)
         horizontalAlignment: Text.AlignHCenter
-        text: qsTr("Powered by Veltrane")
+        text: qsTranslate("Veltrane.Flow", "Powered by Veltrane")
         topPadding: 4
         width: parent.width
         wrapMode: Text.Wrap

@@ -52,7 +52,7 @@ ScreenFrame {
             objectName: "retryButton"
             ringColor: screen.view.palette.focus
             ringVisible: retry.activeFocus && screen.view.stage.keyboardInUse
-            text: qsTr("Retry")
+            text: qsTranslate("Veltrane.Flow", "Retry")
             textScale: screen.view.stage.textScale
             visible: screen.start.retryVisible
             width: parent.width

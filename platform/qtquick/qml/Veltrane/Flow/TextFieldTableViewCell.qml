@@ -55,6 +55,10 @@ FlowRow {
         width: parent.width
         y: caption.visible ? caption.height + 6 : 0
 
+        // The user has gone on: who looks at the screen now need not see it.
+        onActiveFocusChanged: if (!box.activeFocus)
+            row.revealed = false
+
         Rectangle {
             anchors.fill: parent
             antialiasing: true
@@ -73,7 +77,10 @@ FlowRow {
         Text {
             Accessible.ignored: true
             anchors.fill: field
+            // Room for the caret before the first letter.
+            anchors.leftMargin: 3
             color: row.screen.palette.muted
+            objectName: "placeholder"
             elide: Text.ElideRight
             font: field.font
             horizontalAlignment: Text.AlignLeft
@@ -120,7 +127,7 @@ FlowRow {
             anchors.top: parent.top
             focusPolicy: Qt.NoFocus
             objectName: "showControl"
-            text: row.revealed ? qsTr("Hide") : qsTr("Show")
+            text: row.revealed ? qsTranslate("Veltrane.Flow", "Hide") : qsTranslate("Veltrane.Flow", "Show")
             visible: row.cell.secure
             width: word.implicitWidth + 28
 
@@ -141,7 +148,11 @@ FlowRow {
 
             Keys.onEnterPressed: show.clicked()
             Keys.onReturnPressed: show.clicked()
-            onClicked: row.revealed = !row.revealed
+            onClicked: {
+                if (!box.activeFocus)
+                    field.forceActiveFocus(Qt.MouseFocusReason);
+                row.revealed = !row.revealed;
+            }
         }
     }
 }

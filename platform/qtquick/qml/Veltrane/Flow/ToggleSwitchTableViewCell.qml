@@ -13,7 +13,7 @@ FlowRow {
         id: toggle
         Accessible.checkable: true
         Accessible.checked: row.cell.on
-        Accessible.name: row.cell.caption !== "" ? row.cell.caption : qsTr("Switch")
+        Accessible.name: row.cell.caption !== "" ? row.cell.caption : qsTranslate("Veltrane.Flow", "Switch")
         Accessible.role: Accessible.CheckBox
         focus: true
         height: Math.max(48, caption.implicitHeight + 8)
@@ -23,6 +23,13 @@ FlowRow {
         onTapped: row.cell.toggle()
 
         FocusRing {
+            // Clear of the caption, and within the window.
+            readonly property real room: Math.min(9, row.screen.marginLeft, row.screen.marginRight)
+
+            anchors.bottomMargin: 0
+            anchors.leftMargin: -room
+            anchors.rightMargin: -room
+            anchors.topMargin: 0
             border.color: row.screen.palette.focus
             objectName: "ring"
             radius: 10

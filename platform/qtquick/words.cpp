@@ -1,0 +1,54 @@
+#include "platform/qtquick/words.h"
+
+#include <QCoreApplication>
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "platform/qtquick/convert.h"
+
+namespace veltrane::qtquick {
+namespace {
+
+constexpr std::array kWords = {
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "Dismiss"),
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "Loading flow..."),
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "No response found"),
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "No response from server..."),
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "OK"),
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "The camera is not available."),
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "There is no way to sign in here at the moment."),
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "This method is not available."),
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "Veltrane Flow"),
+};
+
+/// A name that the document gives stands at the end.
+constexpr std::array kPhrases = {
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "Please input %1"),
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "Select %1"),
+};
+
+std::string_view beginning(std::string_view phrase) {
+  return phrase.substr(0, phrase.size() - std::string_view("%1").size());
+}
+
+QString lookUp(const char* word) {
+  return QCoreApplication::translate(kTranslationContext, word);
+}
+
+}  // namespace
+
+QString translated(const std::optional<std::string>& text) {
+  if (!text) return {};
+  if (std::find(kWords.begin(), kWords.end(), std::string_view(*text)) != kWords.end()) {
+    return lookUp(text->c_str());
+  }
+  for (const char* phrase : kPhrases) {
+    const std::string_view start = beginning(phrase);
+    if (!text->starts_with(start)) continue;
+    return lookUp(phrase).arg(toQString(std::string_view(*text).substr(start.size())));
+  }
+  return toQString(*text);
+}
+
+}  // namespace veltrane::qtquick
