@@ -81,12 +81,15 @@ void PictureView::place() {
   if (placement_.target != before) emit drawnChanged();
 }
 
-// Round corners are cut out of the pixels. A renderer without a graphics card draws no steps in
-// between, so a picture that gets much smaller is made smaller beforehand.
+// Round corners are cut out of the pixels. A renderer without a graphics card would scale the
+// picture anew in every frame, draw no steps in between, and share that work with threads that it
+// waits for.
 bool PictureView::needsOwnPixels() const {
   if (radius_ > 0) return true;
-  const double onScreen = placement_.target.width() * density();
-  return isSoftware(*window()) && placement_.source.width() >= 2 * onScreen;
+  if (!isSoftware(*window())) return false;
+  const auto [width, height] = picture_.view.image->size;
+  const QSize whole(width, height);
+  return placement_.source.size() != QSizeF(whole) || placement_.onScreen(density()) != whole;
 }
 
 QSGNode* PictureView::updatePaintNode(QSGNode* old, UpdatePaintNodeData* /*data*/) {

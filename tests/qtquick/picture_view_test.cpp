@@ -5,6 +5,8 @@
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickWindow>
+#include <QSGImageNode>
+#include <QSGTexture>
 #include <array>
 #include <memory>
 
@@ -128,6 +130,28 @@ TEST_F(PictureRoom, IsMadeSmallerWithoutLosingLinesAndRoundedAtItsCorners) {
   EXPECT_EQ(at(50, 0), kRed);
   show(nullptr);
   EXPECT_EQ(at(50, 25), kWhite);
+}
+
+class OpenView : public PictureView {
+ public:
+  using PictureView::updatePaintNode;
+};
+
+TEST_F(PictureRoom, IsHandedToAPainterInTheSizeOfTheScreen) {
+  // Each frame of a fade draws the node anew: pixels as they are want no work then.
+  OpenView open;
+  open.setParentItem(view->parentItem());
+  open.setSize({100, 50});
+  for (const auto& [size, drawn] : {std::pair(PixelSize{150, 150}, QSize(50, 50)),
+                                    {PixelSize{30, 15}, QSize(100, 50)},
+                                    {PixelSize{100, 50}, QSize(100, 50)}}) {
+    open.setPicture(PictureValue({paint(size, [](int, int) { return kRed; }), 1, {}}));
+    const std::unique_ptr<QSGNode> node(open.updatePaintNode(nullptr, nullptr));
+    const auto& image = static_cast<QSGImageNode&>(*node);
+    EXPECT_EQ(image.texture()->textureSize(), drawn);
+    EXPECT_EQ(image.sourceRect(), QRectF(QPointF(0, 0), drawn));
+    EXPECT_EQ(image.rect().size(), QSizeF(drawn));
+  }
 }
 
 TEST_F(PictureRoom, ACodeIsDrawnInWholePixels) {
