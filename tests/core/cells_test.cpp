@@ -1,16 +1,9 @@
-#include <gmock/gmock.h>
-
 #include "tests/core/host.h"
-#include "veltrane/flow/user_defaults_manager.h"
 #include "veltrane/ui/cells/image_table_view_cell.h"
 #include "veltrane/ui/cells/label_table_view_cell.h"
 
-namespace veltrane {
+namespace veltrane::testing {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using testing::parsed;
 
 struct Listener final : TextFieldTableViewCellDelegate,
                         ToggleSwitchTableViewCellDelegate,
@@ -51,7 +44,7 @@ class Cells : public ::testing::Test {
     return configured<TextFieldTableViewCell>(IndexPath{4}, "v", parsed(props));
   }
 
-  testing::FakePlatform platform;
+  FakePlatform platform;
   std::shared_ptr<Listener> listener = std::make_shared<Listener>();
 };
 
@@ -155,4 +148,4 @@ TEST_F(Cells, anImageKeepsWhatItsPropsDoNotSay) {
 }
 
 }  // namespace
-}  // namespace veltrane
+}  // namespace veltrane::testing

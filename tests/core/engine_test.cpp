@@ -1,20 +1,8 @@
-#include <gmock/gmock.h>
-
 #include "tests/core/host.h"
 #include "veltrane/engine/screen_template_config.h"
-#include "veltrane/engine/supported_screens.h"
-#include "veltrane/ui/cells/cell_classes.h"
 
-namespace veltrane {
+namespace veltrane::testing {
 namespace {
-
-using testing::component;
-using testing::config;
-using testing::document;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using testing::parsed;
-using testing::view;
 
 UserViewProps extracted(const std::string& text) {
   return GenericViewModel::getUserViewProps(parsed(text));
@@ -24,25 +12,6 @@ std::vector<std::string> names(const Dictionary& entries) {
   std::vector<std::string> all;
   for (const auto& [name, value] : entries) all.push_back(name);
   return all;
-}
-
-TEST(Vocabulary, isExact) {
-  EXPECT_EQ(SupportedScreens::kTemplateNames.size(), 13u);
-  for (const auto name : SupportedScreens::kTemplateNames)
-    EXPECT_TRUE(SupportedScreens::check(name));
-  for (const auto* name : {"MfaScreen1", "screenTemplate1", " ScreenTemplate1", "", "OtpScreen"}) {
-    EXPECT_FALSE(SupportedScreens::check(name)) << name;
-  }
-  std::vector<std::string_view> classes;
-  for (const CellClass& each : getAllClasses()) {
-    classes.push_back(each.name);
-    EXPECT_EQ(each.make()->className(), each.name);
-    EXPECT_EQ(cellClassName(each.type), each.name);
-  }
-  EXPECT_THAT(classes,
-              ElementsAre("LabelTableViewCell", "ImageTableViewCell", "ButtonTableViewCell",
-                          "TextFieldTableViewCell", "ShowPoweredByTableViewCell",
-                          "DropdownTableViewCell", "ToggleSwitchTableViewCell"));
 }
 
 TEST(Extraction, alwaysGivesAnIndexZeroUnlessTheListIsEmpty) {
@@ -151,7 +120,7 @@ class Records : public ::testing::Test {
     return lines;
   }
 
-  testing::FakePlatform platform;
+  FakePlatform platform;
 };
 
 TEST_F(Records, aDocumentThatUsesEverythingBecomesItsRowsInTheFixedOrder) {
@@ -176,7 +145,7 @@ TEST_F(Records, aDocumentThatUsesEverythingBecomesItsRowsInTheFixedOrder) {
       component("toggleSwitch", "on", "1") + "," + component("toggleSwitch", "off", "\"true\"") +
       "," + component("dropdown", "pick", "2.0") + "," + component("button", "b", "\"x\"") + R"(,
       {"preferredControlType":"textField"},{"preferredControlType":"dropdown"},5]}, )" +
-      testing::kPostEvent;
+      kPostEvent;
   const auto made = model(golden);
   const auto center = [](const char* variant) {
     return std::string(R"( {"alignment":"center","variant":")") + variant + "\"}";
@@ -232,23 +201,9 @@ TEST_F(Records, theOnLoadEventsStepReplacesTheNextEvents) {
   EXPECT_TRUE(both->postProcess.value().isNull());
 }
 
-TEST_F(Records, aPhoneScreenHasItsRowsTwiceAndEachTemplateItsLine) {
-  EXPECT_EQ(rows(*model(testing::kButton)).size(), 1u);
-  EXPECT_TRUE(platform.console->has("add required param for screenTemplate1 ...."));
-  EXPECT_EQ(rows(*model(testing::kButton, "PhoneScreenTemplate")).size(), 2u);
-  EXPECT_TRUE(platform.console->has("add required param for phoneScreenTemplate ...."));
-  for (const auto* other : {"CustomScreenTemplate", "MessageScreen", "FaceImageCaptureTemplate"}) {
-    model("", other);
-    EXPECT_EQ(platform.console->lines().back(),
-              "NO matching screen tempalte found to add required extra fields ....");
-  }
-  model("", "OtpScreenTemplate");
-  EXPECT_EQ(platform.console->lines().back(), "add required param for otpScreenTemplateVC ....");
-  model("", "UnsupportedScreen");
-  EXPECT_EQ(platform.console->lines().back(), "unsupportedScreen ???");
-  const auto before = platform.console->lines().size();
-  model("", "MfaScreen1");
-  EXPECT_EQ(platform.console->lines().size(), before);
+TEST_F(Records, aPhoneScreenHasItsRowsTwice) {
+  EXPECT_EQ(rows(*model(kButton)).size(), 1u);
+  EXPECT_EQ(rows(*model(kButton, "PhoneScreenTemplate")).size(), 2u);
   EXPECT_DEATH(ScreenTemplatesConfig::addAdditionalField({}, 0), "outside the list");
 }
 
@@ -284,4 +239,4 @@ TEST_F(Records, eventBodiesHaveFiveKeysWhateverIsMissing) {
 }
 
 }  // namespace
-}  // namespace veltrane
+}  // namespace veltrane::testing

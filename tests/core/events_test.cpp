@@ -1,18 +1,10 @@
-#include <gmock/gmock.h>
-
 #include <thread>
 
 #include "tests/core/host.h"
 #include "veltrane/engine/screens_view_model.h"
-#include "veltrane/flow/user_defaults_manager.h"
 
-namespace veltrane {
+namespace veltrane::testing {
 namespace {
-
-using testing::document;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using testing::parsed;
 
 /// Keeps what it was asked until the test answers.
 class FakeCredentials final : public CredentialsManager {
@@ -53,9 +45,6 @@ struct RecordingListener final : ScreensViewModelDelegate {
   std::vector<std::string> heard;
 };
 
-constexpr const char* kOnLoad =
-    R"("onLoadEvent":{"constructType":"vtEvent","eventType":"post","eventName":"load"})";
-
 std::string nextEventWith(const std::string& members) {
   return R"("nextEvent":{"constructType":"vtEvent","eventType":"post","eventName":"go",)" +
          members + "}";
@@ -64,7 +53,7 @@ std::string localEvent(const std::string& name) {
   return nextEventWith(R"("postProcess":{"localEvent":")" + name + R"(","eventName":"done"})");
 }
 
-class Events : public ::testing::Test {
+class Events : public Host {
  protected:
   /// The model of user view 2 of a flow with these properties.
   void make(const std::string& properties) {
@@ -80,28 +69,20 @@ class Events : public ::testing::Test {
     model->processNextEvent(event);
     platform.mainQueue->run();
   }
-  void serve(std::string_view body, int status = 200) {
-    platform.transport->answer(status, std::string(body));
-    platform.mainQueue->run();
-  }
-  JSON sent() { return parsed(platform.transport->last().request.body.value()); }
-  std::size_t requests() { return platform.transport->exchanges.size(); }
-
-  testing::FakePlatform platform;
   std::shared_ptr<FakeCredentials> credentials = std::make_shared<FakeCredentials>();
   std::shared_ptr<RecordingListener> listener = std::make_shared<RecordingListener>();
   std::shared_ptr<ScreensViewModel> model;
 };
 
 TEST_F(Events, aNextEventCarriesTheInputTheTokenAndTheChallenge) {
-  make(testing::kPostEvent);
+  make(kPostEvent);
   UserDefaultsManager::saveAccessToken("tok");
   UserDefaultsManager::saveChallenge("ch");
   send({.additionalParameter = {{"user", "al"}}});
-  const HTTPRequest& request = platform.transport->last().request;
-  EXPECT_TRUE(request.url.ends_with("/auth/co/connections/con/capabilities/cap?interactionId=in"));
-  EXPECT_EQ(request.headers[0].second, "Bearer tok");
-  EXPECT_EQ(request.headers[1].second, "application/json");
+  EXPECT_TRUE(
+      request().url.ends_with("/auth/co/connections/con/capabilities/cap?interactionId=in"));
+  EXPECT_EQ(request().headers[0].second, "Bearer tok");
+  EXPECT_EQ(request().headers[1].second, "application/json");
   EXPECT_EQ(sent().serialized(),
             R"({"capabilityName":"cap","connectionId":"con","eventName":"go","id":"id-1",)"
             R"("parameters":{"challenge":"ch","user":"al"}})");
@@ -123,7 +104,7 @@ TEST_F(Events, failuresReachTheListenerAsErrors) {
       {R"({"success":"0"})", 200, R"(next -> 3 {"success":"0"})"},
   };
   for (const auto& [body, status, expected] : cases) {
-    make(testing::kPostEvent);
+    make(kPostEvent);
     send();
     serve(body, status);
     EXPECT_THAT(listener->heard, ElementsAre(expected));
@@ -174,7 +155,7 @@ TEST_F(Events, theContinueEventIsAlwaysSent) {
       .isPollingContinue = true};
   const auto step =
       R"("nextEvent":{"constructType":"vtEvent","eventType":"nextUserView","eventName":"e"})";
-  for (const auto& properties : {std::string(step), std::string(kOnLoad), std::string()}) {
+  for (const auto& properties : {std::string(step), std::string(kOnLoadEvent), std::string()}) {
     make(properties);
     model->flowParam = EventParams{"id-1", "co", "fl", "con", "cap", "in"};
     send(event);
@@ -246,8 +227,7 @@ TEST_F(Events, passkeyStepsEndInOneOfTheirErrors) {
   make(localEvent("fidoAuthentication"));
   send();
   serve(R"({"initiateAuthenticationResponse":"o"})");
-  EXPECT_THAT(listener->heard.front(),
-              ::testing::StartsWith("next -> 2 dictionaryKeyValueNotFound"));
+  EXPECT_THAT(listener->heard.front(), StartsWith("next -> 2 dictionaryKeyValueNotFound"));
   credentials = nullptr;
   make(localEvent("fidoRegistration"));
   send();
@@ -293,4 +273,4 @@ TEST_F(Events, aModelThatStopsOrIsGoneHearsAndSendsNothing) {
 }
 
 }  // namespace
-}  // namespace veltrane
+}  // namespace veltrane::testing

@@ -1,18 +1,12 @@
-#include <gmock/gmock.h>
-
 #include <limits>
 
 #include "tests/core/host.h"
-#include "veltrane/flow/user_defaults_manager.h"
 #include "veltrane/toolkit/storyboard.h"
 
-namespace veltrane {
+namespace veltrane::testing {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-
-class Runner : public testing::Host {
+class Runner : public Host {
  protected:
   SettingValue setting(std::string_view key) const {
     return platform.settings->value(key).value_or("(absent)");
@@ -87,7 +81,7 @@ TEST_F(Runner, opensLaterOnTheMainQueueAndHoldsItselfUntilThen) {
   platform.mainQueue->run();
   EXPECT_THAT(shown, ElementsAre("present StartFlowVC"));
   EXPECT_EQ(stack()->modalPresentationStyle, ModalPresentationStyle::fullScreen);
-  const auto& url = platform.transport->last().request.url;
+  const auto& url = request().url;
   EXPECT_TRUE(url.ends_with("/v1/auth/co/policy/p/start")) << url;
 }
 
@@ -106,7 +100,7 @@ TEST_F(Runner, saysSoWhenItCannotPresent) {
 }
 
 TEST_F(Runner, handsBackTheErrorBeforeTheResponse) {
-  const JSON response = testing::parsed(R"({"a":1})");
+  const JSON response = parsed(R"({"a":1})");
   flow->responseBack(response, VeltraneFlowError::userCancelled());
   EXPECT_THAT(outcome->calls, ElementsAre("veltraneError: User Cancelled", R"({"a":1})"));
   flow->responseBack(std::nullopt, std::nullopt);
@@ -115,7 +109,7 @@ TEST_F(Runner, handsBackTheErrorBeforeTheResponse) {
 
 TEST(Errors, areReadLenientlyFromAServersBody) {
   const auto read = [](const char* body) {
-    return ConfigureAPIResponseError::getError(testing::parsed(body));
+    return ConfigureAPIResponseError::getError(parsed(body));
   };
   auto error = read(R"({"message":"x","code":12,"httpResponseCode":400,
                         "details":{"a":1},"additionalProperties":{"b":2}})");
@@ -136,33 +130,5 @@ TEST(Errors, areReadLenientlyFromAServersBody) {
   EXPECT_EQ(error.details, std::nullopt);
 }
 
-TEST(Errors, describeThemselvesToAPerson) {
-  using namespace reason;
-  const std::tuple<VeltraneFlowError::Reason, const char*, const char*> cases[] = {
-      {InvalidURL{"a b"}, "invalidURL", "Could not convert supplied string a b to URL"},
-      {Serialize{"0123456789ab"}, "serialize",
-       "Could not do JSONSerialization for supplied data, data: 12 bytes "},
-      {JsonSerialization{"x"}, "jsonSerialization",
-       "Could not do Serialization for supplied JSON data, json: Optional(\"x\") "},
-      {JsonSerialization{}, "jsonSerialization",
-       "Could not do Serialization for supplied JSON data, json: nil "},
-      {DictionaryKeyValueNotFound{std::nullopt, "createCredResponse"}, "dictionaryKeyValueNotFound",
-       "Dictionary key's value not found, Key=Optional(\"createCredResponse\") dict=nil"},
-      {DictionaryKeyValueNotFound{testing::parsed("{}"), std::nullopt},
-       "dictionaryKeyValueNotFound",
-       "Dictionary key's value not found, Key=nil dict=Optional(\"{}\")"},
-      {AuthenticationFailure{"a"}, "authenticationFailure", "a"},
-      {BadRequest{"b"}, "badRequest", "b"},
-      {ImageFromData{"i"}, "imageFromData", "i"},
-      {VeltraneError{"v"}, "veltraneError", "v"},
-      {ErrorResponse{}, "errorResponse", "Unknown Error!"},
-  };
-  for (const auto& [reason, name, text] : cases) {
-    const VeltraneFlowError error{.reason = reason};
-    EXPECT_EQ(error.reasonName(), name);
-    EXPECT_EQ(error.errorDescription(), text);
-  }
-}
-
 }  // namespace
-}  // namespace veltrane
+}  // namespace veltrane::testing

@@ -1,30 +1,9 @@
-#include <gmock/gmock.h>
-
 #include "tests/core/host.h"
-#include "tests/core/properties.h"
 #include "veltrane/base/console.h"
-#include "veltrane/flow/user_defaults_manager.h"
 #include "veltrane/ui/open.h"
 
-namespace veltrane {
+namespace veltrane::testing {
 namespace {
-
-using testing::component;
-using testing::config;
-using testing::document;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using testing::joined;
-using testing::parsed;
-using testing::Properties;
-using testing::view;
-
-std::string components(const Properties& list) {
-  return R"("screenComponentList":{"value":[)" + joined(list) + "]}";
-}
-
-constexpr const char* kOnLoad =
-    R"("onLoadEvent":{"constructType":"vtEvent","eventType":"post","eventName":"load"})";
 
 /// Two fields, a switch, a dropdown and a button; then a second screen and a third.
 std::string signIn() {
@@ -33,16 +12,15 @@ std::string signIn() {
                   component("textField", "password", "\"\"", R"({"hashedVisibility":true})"),
                   component("toggleSwitch", "stay", "true"),
                   component("dropdown", "place", "\"Work\"", R"({"options":["Home","Work"]})")});
-  const Properties second = {testing::kPostEvent, testing::kButton,
-                             R"("fullScreenMode":{"value":true})",
+  const Properties second = {kPostEvent, kButton, R"("fullScreenMode":{"value":true})",
                              R"("navbarBackgroundColor":{"value":"#00f"})"};
   return document(
-      joined({form, testing::kPostEvent, testing::kButton, R"("title":{"value":"Sign in"})",
+      joined({form, kPostEvent, kButton, R"("title":{"value":"Sign in"})",
               R"("navTitle":{"value":"Welcome"})", config("two", joined(second))}),
       {view("ScreenTemplate1"), view("UsernameScreenTemplate", "two"), view("ScreenTemplate2")});
 }
 
-class GenericScreen : public testing::Host {};
+class GenericScreen : public Host {};
 
 TEST_F(GenericScreen, aSignInFromTheFirstFieldToTheHostsResult) {
   open(signIn());
@@ -206,7 +184,7 @@ TEST_F(GenericScreen, whatCannotEndARunDoesNot) {
 }
 
 TEST_F(GenericScreen, pastTheLastViewOnlySuccessEndsTheRun) {
-  const auto last = document(joined({testing::kPostEvent, testing::kButton}));
+  const auto last = document(joined({kPostEvent, kButton}));
   for (const auto* answer : {"{}", R"({"success":2})", R"({"success":"1"})"}) {
     open(last);
     press();
@@ -230,8 +208,7 @@ TEST_F(GenericScreen, answersLeadByTheTemplateOfTheNextView) {
       {"ThirdPartyTemplate", "dismissed NavigationController", ""},
   };
   for (const auto& [name, change, line] : cases) {
-    open(document(joined({testing::kPostEvent, testing::kButton}),
-                  {view("ScreenTemplate1"), view(name)}));
+    open(document(joined({kPostEvent, kButton}), {view("ScreenTemplate1"), view(name)}));
     shown.clear();
     press();
     serve(R"({"qr":"QUJD"})");
@@ -258,14 +235,13 @@ TEST_F(GenericScreen, aWholeNewFlowInAnAnswerReplacesTheScreens) {
   open(signIn());
   press();
   serve(R"({"screen":{}})");
-  EXPECT_THAT(outcome->calls,
-              ElementsAre(::testing::StartsWith("veltraneError: Unsupported Flow")));
+  EXPECT_THAT(outcome->calls, ElementsAre(StartsWith("veltraneError: Unsupported Flow")));
 }
 
 TEST_F(GenericScreen, anOnLoadEventMayReloadItsScreenAndTheInputStays) {
   const auto form = components(
       {component("textField", "code", "\"\""), component("toggleSwitch", "on", "false")});
-  open(document(joined({form, kOnLoad, testing::kPostEvent}),
+  open(document(joined({form, kOnLoadEvent, kPostEvent}),
                 {view("ScreenTemplate1"), view("OtpScreenTemplate")}));
   EXPECT_EQ(sent()["eventName"].text(), "load");
   EXPECT_FALSE(screen()->loading.isHidden);
@@ -297,7 +273,7 @@ TEST_F(GenericScreen, rowsTellTheirSavedValuesUnseen) {
   for (std::size_t i = 0; i < saved.size(); ++i) {
     rows.push_back(component("dropdown", "choice" + std::to_string(i), saved[i], kOptions));
   }
-  open(document(joined({components(rows), testing::kPostEvent})));
+  open(document(joined({components(rows), kPostEvent})));
   EXPECT_FALSE(platform.console->mentions("dropdown not implemented"))
       << "no cell before it is looked at";
   Dictionary shown = {{"on", true}, {"off", false}};
@@ -315,7 +291,7 @@ TEST_F(GenericScreen, aRowThatIsLookedAtLaterLeavesWhatTheUserChose) {
   open(document(joined(
       {components({component("toggleSwitch", "on", "true"), component("toggleSwitch", "on", "true"),
                    component("toggleSwitch", "on", "true")}),
-       testing::kPostEvent})));
+       kPostEvent})));
   cell<ToggleSwitchTableViewCell>(0)->switchValueChanged(false);
   cell<ToggleSwitchTableViewCell>(2);
   EXPECT_EQ(JSON(screen()->textFieldsKeyValues), JSON(Dictionary{{"on", false}}));
@@ -339,4 +315,4 @@ TEST_F(GenericScreen, marginsAndColoursFollowTheViewAndTheTheme) {
 }
 
 }  // namespace
-}  // namespace veltrane
+}  // namespace veltrane::testing

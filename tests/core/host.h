@@ -1,6 +1,6 @@
 #pragma once
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <memory>
 #include <optional>
@@ -9,12 +9,18 @@
 #include <vector>
 
 #include "tests/support/fakes.h"
+#include "veltrane/flow/user_defaults_manager.h"
 #include "veltrane/flow/vt_flow.h"
 #include "veltrane/toolkit/alert_controller.h"
 #include "veltrane/toolkit/navigation_controller.h"
 #include "veltrane/ui/screen_template1_vc.h"
 
 namespace veltrane::testing {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
 
 inline JSON parsed(std::string_view text) {
   const auto result = JSON::parse(text);
@@ -50,9 +56,32 @@ inline std::string component(std::string_view control, std::string_view key, std
          std::string(attributes) + '}';
 }
 
+/// Members of a property set, each as its JSON text.
+using Properties = std::vector<std::string>;
+
+inline std::string joined(const Properties& properties) {
+  std::string text;
+  for (const auto& each : properties) text += (text.empty() ? "" : ",") + each;
+  return text;
+}
+
+inline std::string components(const Properties& list) {
+  return R"("screenComponentList":{"value":[)" + joined(list) + "]}";
+}
+
 inline constexpr const char* kPostEvent =
     R"("nextEvent":{"constructType":"vtEvent","eventType":"post","eventName":"go"})";
+inline constexpr const char* kOnLoadEvent =
+    R"("onLoadEvent":{"constructType":"vtEvent","eventType":"post","eventName":"load"})";
 inline constexpr const char* kButton = R"("nextButtonText":{"value":"Next"})";
+
+/// "transition class" of what a window shows.
+inline std::string described(const PresentationChange& change) {
+  static constexpr const char* kNames[] = {"present", "root", "push",     "modal",
+                                           "alert",   "back", "dismissed"};
+  return std::string(kNames[static_cast<int>(change.transition)]) + ' ' +
+         std::string(change.controller->className());
+}
 
 struct RecordingDelegate final : VeltraneFlowDelegate {
   void flowDidComplete(const std::optional<JSON>& response,
@@ -69,12 +98,8 @@ class Host : public ::testing::Test {
  protected:
   Host() {
     flow->delegate = outcome;
-    listening = window->presentationChanged.subscribe([this](const PresentationChange& change) {
-      static constexpr const char* kNames[] = {"present", "root", "push",     "modal",
-                                               "alert",   "back", "dismissed"};
-      shown.push_back(std::string(kNames[static_cast<int>(change.transition)]) + ' ' +
-                      std::string(change.controller->className()));
-    });
+    listening = window->presentationChanged.subscribe(
+        [this](const PresentationChange& change) { shown.push_back(described(change)); });
   }
 
   /// Runs a flow and answers its start.
@@ -88,9 +113,15 @@ class Host : public ::testing::Test {
     platform.transport->answer(status, std::string(body));
     platform.mainQueue->run();
   }
+  /// Lets everything that decodes or waits for the main thread run.
+  void settle() {
+    platform.pictureQueue->run();
+    platform.mainQueue->run();
+  }
   std::size_t requests() const { return platform.transport->exchanges.size(); }
+  const HTTPRequest& request() const { return platform.transport->last().request; }
   /// The body of the latest request.
-  JSON sent() const { return parsed(platform.transport->exchanges.back()->request.body.value()); }
+  JSON sent() const { return parsed(request().body.value()); }
 
   std::shared_ptr<NavigationController> stack() const {
     return std::dynamic_pointer_cast<NavigationController>(window->presentedViewController());

@@ -1,18 +1,13 @@
-#include <gtest/gtest.h>
-
 #include <functional>
 #include <nlohmann/json.hpp>
 
 #include "tests/core/host.h"
 #include "veltrane/ui/cells/button_table_view_cell.h"
 
-namespace veltrane {
+namespace veltrane::testing {
 namespace {
 
 using nlohmann::json;
-using testing::component;
-using testing::document;
-using testing::view;
 
 using Visit = std::function<void(const std::string&)>;
 
@@ -55,7 +50,7 @@ std::string everything(const std::string& event) {
                   {view("ScreenTemplate1"), view("OtpScreenTemplate"), view("ThirdPartyTemplate")});
 }
 
-class HostileDocuments : public testing::Host {
+class HostileDocuments : public Host {
  protected:
   struct Silence final : ConsoleSink {
     void print(std::string_view) override {}
@@ -99,7 +94,7 @@ TEST_F(HostileDocuments, aStrangerInAnyPlaceOfADocumentIsEndured) {
   const std::string step =
       R"("nextEvent":{"constructType":"vtEvent","eventType":"nextUserView","nextUserViewIndex":1})";
   std::size_t seen = 0;
-  for (const auto& event : {testing::kPostEvent + ("," + kOnLoad), step}) {
+  for (const auto& event : {kPostEvent + ("," + kOnLoad), step}) {
     forEachMutation(everything(event), [&](const std::string& text) {
       open(text);
       useScreen();
@@ -116,9 +111,8 @@ TEST_F(HostileDocuments, aStrangerInAnyPlaceOfAnAnswerIsEndured) {
   const std::string answers[] = {
       R"({"success":1,"access_token":"","challenge":"c","qr":"q","token":"t","apiKey":"k",
           "message":"m","code":1,"initiateAuthenticationResponse":{"a":[]}})",
-      R"({"screen":)" + document(testing::kButton) + "}"};
-  for (const auto& event :
-       {std::string(testing::kPostEvent), testing::kPostEvent + ("," + kOnLoad)}) {
+      R"({"screen":)" + document(kButton) + "}"};
+  for (const auto& event : {std::string(kPostEvent), kPostEvent + ("," + kOnLoad)}) {
     const auto good = everything(event);
     for (const auto& answer : answers) {
       forEachMutation(answer, [&](const std::string& text) {
@@ -142,8 +136,7 @@ TEST_F(HostileDocuments, depthIsRefusedAndLengthIsBorne) {
   for (int i = 0; i < 50'000; ++i) {
     list += (i ? "," : "") + component("textField", "k" + std::to_string(i), "\"\"");
   }
-  open(document(std::string(testing::kPostEvent) + R"(,"screenComponentList":{"value":[)" + list +
-                "]}"));
+  open(document(std::string(kPostEvent) + R"(,"screenComponentList":{"value":[)" + list + "]}"));
   EXPECT_EQ(screen()->mainTableView.numberOfRows(), 50'000u);
   type(49'999, "x");
   press();
@@ -151,4 +144,4 @@ TEST_F(HostileDocuments, depthIsRefusedAndLengthIsBorne) {
 }
 
 }  // namespace
-}  // namespace veltrane
+}  // namespace veltrane::testing

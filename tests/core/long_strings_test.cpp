@@ -7,7 +7,7 @@
 #include "veltrane/base/json.h"
 #include "veltrane/base/long_strings.h"
 
-namespace veltrane {
+namespace veltrane::testing {
 namespace {
 
 /// The library that reads every character is the judge.
@@ -87,4 +87,4 @@ TEST(LongStrings, anErrorNamesItsPlaceInTheWholeText) {
 }
 
 }  // namespace
-}  // namespace veltrane
+}  // namespace veltrane::testing

@@ -1,5 +1,3 @@
-#include <gmock/gmock.h>
-
 #include <string>
 #include <vector>
 
@@ -9,9 +7,6 @@
 
 namespace veltrane::testing {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 /// A connector of a method list. `members` follow its title.
 std::string connector(std::string_view title, std::string_view members = "") {
@@ -39,10 +34,6 @@ class MethodList : public Host {
   }
   std::shared_ptr<MFATableViewCell> row(std::size_t index) const {
     return std::static_pointer_cast<MFATableViewCell>(methods()->authListTableView.cell(index));
-  }
-  void settle() {
-    platform.pictureQueue->run();
-    platform.mainQueue->run();
   }
 };
 
@@ -154,7 +145,7 @@ TEST_F(MethodList, cancelEndsTheFlowOnce) {
   methods()->cancelPressed();
   platform.mainQueue->run();
   EXPECT_EQ(outcome->calls.size(), 1u);
-  EXPECT_THAT(outcome->calls.front(), ::testing::HasSubstr("User Cancelled"));
+  EXPECT_THAT(outcome->calls.front(), HasSubstr("User Cancelled"));
   EXPECT_EQ(stack(), nullptr);
 }
 

@@ -1,48 +1,10 @@
-#include <gmock/gmock.h>
-
 #include <limits>
 
 #include "tests/core/host.h"
-#include "veltrane/flow/user_defaults_manager.h"
 #include "veltrane/network/network_manager.h"
 
-namespace veltrane {
+namespace veltrane::testing {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::Pair;
-
-TEST(Endpoints, haveTheirPathsAndMethods) {
-  using Flow = FlowEndpoint;
-  using Poll = PollForChallengeEndpoint;
-  const std::pair<APIEndpoint, const char*> cases[] = {
-      {RegisterEndpoint{RegisterEndpoint::Case::initiate}, "/users"},
-      {RegisterEndpoint{RegisterEndpoint::Case::fidoRegisterInitiate}, "/register/initiate"},
-      {RegisterEndpoint{RegisterEndpoint::Case::fidoRegisterComplete}, "/register/complete"},
-      {AuthEndpoint{AuthEndpoint::Case::initiate}, "/auth/initiate"},
-      {AuthEndpoint{AuthEndpoint::Case::complete}, "/auth/complete"},
-      {Flow{Flow::StartFlowWithId{"c", "f"}}, "/auth/c/flows/f/start"},
-      {Flow{Flow::StartFlowWithPolicyId{"c", "p"}}, "/auth/c/policy/p/start"},
-      {Tokenpoint{"u"}, "/users/u/sdktoken"},
-      {Poll{Poll::Start{"c", "r", "5", "3", "i"}},
-       "/auth/c/user/credentials/request/r/status?interval=5&retries=3&interactionId=i"},
-      {Poll{Poll::ClientSidePoll{"c", "ch", "i"}},
-       "/auth/c/user/credentials/challenge/ch/status?interactionId=i"},
-      {SDKEndpoint{"c"}, "/auth/c/connections/sdk/initialize"},
-      {EventEndpoint{"i", "c", "con", "cap"},
-       "/auth/c/connections/con/capabilities/cap?interactionId=i"},
-  };
-  for (const auto& [endpoint, expected] : cases) {
-    EXPECT_EQ(path(endpoint), expected);
-    const bool isGet = std::holds_alternative<Tokenpoint>(endpoint);
-    EXPECT_EQ(method(endpoint), isGet ? APIHTTPMethod::get : APIHTTPMethod::post) << expected;
-  }
-  for (const char* text : {"GET", "POST", "PUT", "DELETE", "PATCH"}) {
-    EXPECT_EQ(rawValue(apiHTTPMethod(text).value()), text);
-  }
-  EXPECT_FALSE(apiHTTPMethod("get"));
-}
 
 TEST(Addresses, onlyHTTPSOrPlainLoopbackMayBeAsked) {
   for (const char* url :
@@ -83,7 +45,7 @@ TEST(Addresses, onlyHTTPSOrPlainLoopbackMayBeAsked) {
   }
 }
 
-class Network : public ::testing::Test {
+class Network : public Host {
  protected:
   /// Sends and keeps the handle; what the callback hears is in `heard`.
   void send(NetworkAPIRequestFor::Arguments arguments) {
@@ -97,12 +59,10 @@ class Network : public ::testing::Test {
         });
   }
   void sendAny() { send({.endpoint = SDKEndpoint{"c"}}); }
-  const HTTPRequest& request() { return platform.transport->last().request; }
   static std::string urlFor(APIEndpoint endpoint) {
     return NetworkAPIRequestFor({.endpoint = std::move(endpoint)}).resourceURL;
   }
 
-  testing::FakePlatform platform;
   std::unique_ptr<HTTPRequestHandle> handle;
   std::vector<std::string> heard;
   std::optional<VeltraneFlowError> error;
@@ -149,9 +109,10 @@ TEST_F(Network, headersReplaceEarlierOnesOfTheSameNameInAnyCase) {
                      APIHTTPHeader::contentType()}}});
   EXPECT_THAT(
       request().headers,
-      ElementsAre(Pair("Authorization", "Bearer tok"), Pair("X-A", "2"),
-                  Pair("content-type", "application/json"),
-                  Pair("VT-Agent", "ios, sdkVersion: 0.0.1, OSVersion: " + OS::getVersion())));
+      ElementsAre(
+          ::testing::Pair("Authorization", "Bearer tok"), ::testing::Pair("X-A", "2"),
+          ::testing::Pair("content-type", "application/json"),
+          ::testing::Pair("VT-Agent", "ios, sdkVersion: 0.0.1, OSVersion: " + OS::getVersion())));
   EXPECT_THAT(OS::getVersion(), ::testing::MatchesRegex("[0-9]+\\.[0-9]+\\.[0-9]+"));
   EXPECT_EQ(request().method, "GET");
   EXPECT_EQ(request().body, std::nullopt);
@@ -230,4 +191,4 @@ TEST_F(Network, aDroppedHandleIsSilence) {
 }
 
 }  // namespace
-}  // namespace veltrane
+}  // namespace veltrane::testing

@@ -1,18 +1,12 @@
-#include <gmock/gmock.h>
-
 #include <cmath>
 
 #include "tests/core/host.h"
-#include "veltrane/flow/user_defaults_manager.h"
 #include "veltrane/network/poll_for_challenge_status.h"
 
-namespace veltrane {
+namespace veltrane::testing {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-
-class Polling : public ::testing::Test {
+class Polling : public Host {
  protected:
   void start(double retries, double interval = 1000) {
     UserDefaultsManager::saveAccessToken("tok");
@@ -28,31 +22,24 @@ class Polling : public ::testing::Test {
          }});
   }
   void tick() { platform.mainQueue->advance(std::chrono::milliseconds(1000)); }
-  void serve(const char* body) {
-    platform.transport->answer(200, body);
-    platform.mainQueue->run();
-  }
-  std::size_t asked() { return platform.transport->exchanges.size(); }
 
-  testing::FakePlatform platform;
   std::vector<std::string> heard;
   std::shared_ptr<PollForChallengeStatus::Run> run;
 };
 
 TEST_F(Polling, asksOneIntervalLaterWithTheAuthorizationAlone) {
   start(3);
-  EXPECT_EQ(asked(), 0u);
+  EXPECT_EQ(requests(), 0u);
   UserDefaultsManager::saveAccessToken("later");
   tick();
-  const HTTPRequest& request = platform.transport->last().request;
-  EXPECT_EQ(request.method, "POST");
-  EXPECT_EQ(request.purpose, RequestPurpose::polling);
+  EXPECT_EQ(request().method, "POST");
+  EXPECT_EQ(request().purpose, RequestPurpose::polling);
   EXPECT_TRUE(
-      request.url.ends_with("/auth/c/user/credentials/challenge/ch%201/status?interactionId=i"));
-  EXPECT_EQ(request.body, std::nullopt);
-  ASSERT_EQ(request.headers.size(), 2u);
-  EXPECT_EQ(request.headers[0].second, "Bearer tok");
-  EXPECT_EQ(request.headers[1].first, "vt-agent");
+      request().url.ends_with("/auth/c/user/credentials/challenge/ch%201/status?interactionId=i"));
+  EXPECT_EQ(request().body, std::nullopt);
+  ASSERT_EQ(request().headers.size(), 2u);
+  EXPECT_EQ(request().headers[0].second, "Bearer tok");
+  EXPECT_EQ(request().headers[1].first, "vt-agent");
 }
 
 TEST_F(Polling, aFinalStatusEndsItAfterOneMoreQuestionThatIsTakenBack) {
@@ -65,11 +52,11 @@ TEST_F(Polling, aFinalStatusEndsItAfterOneMoreQuestionThatIsTakenBack) {
   EXPECT_THAT(heard, ElementsAre("approved"));
   EXPECT_TRUE(run->isRunning());
   tick();
-  EXPECT_EQ(asked(), 3u);
+  EXPECT_EQ(requests(), 3u);
   EXPECT_THAT(platform.transport->tasks(), IsEmpty());
   EXPECT_FALSE(run->isRunning());
   tick();
-  EXPECT_EQ(asked(), 3u);
+  EXPECT_EQ(requests(), 3u);
   EXPECT_EQ(heard.size(), 1u);
 }
 
@@ -135,7 +122,7 @@ TEST_F(Polling, unreadableAnswersAreReportedAndItGoesOnAFailureEndsIt) {
   EXPECT_EQ(heard.back(), "error: No response from server...");
   EXPECT_FALSE(run->isRunning());
   tick();
-  EXPECT_EQ(asked(), 4u);
+  EXPECT_EQ(requests(), 4u);
 }
 
 TEST_F(Polling, aDroppedRunIsSilence) {
@@ -146,7 +133,7 @@ TEST_F(Polling, aDroppedRunIsSilence) {
   run.reset();
   platform.mainQueue->run();
   tick();
-  EXPECT_EQ(asked(), 1u);
+  EXPECT_EQ(requests(), 1u);
   EXPECT_THAT(heard, IsEmpty());
 }
 
@@ -155,13 +142,13 @@ TEST_F(Polling, neverAsksMoreThanTenTimesASecond) {
     platform.transport->exchanges.clear();
     start(9, interval);
     tick();
-    EXPECT_EQ(asked(), 10u) << interval;
+    EXPECT_EQ(requests(), 10u) << interval;
   }
   platform.transport->exchanges.clear();
   start(9, HUGE_VAL);
   tick();
-  EXPECT_EQ(asked(), 0u);
+  EXPECT_EQ(requests(), 0u);
 }
 
 }  // namespace
-}  // namespace veltrane
+}  // namespace veltrane::testing

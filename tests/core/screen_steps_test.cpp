@@ -1,23 +1,13 @@
 // Steps that a screen leaves to somebody else: another device, a vendor, the camera.
-#include <gmock/gmock.h>
-
 #include <algorithm>
 
 #include "tests/core/host.h"
-#include "tests/core/properties.h"
 #include "veltrane/toolkit/storyboard.h"
 
-namespace veltrane {
+namespace veltrane::testing {
 namespace {
 
-using testing::config;
-using testing::document;
-using ::testing::ElementsAre;
-using testing::joined;
-using testing::parsed;
-using testing::view;
-
-class ScreenSteps : public testing::Host {};
+class ScreenSteps : public Host {};
 
 TEST_F(ScreenSteps, anApprovalOnAnotherDeviceContinuesTheFlow) {
   const auto polling = joined({R"("enablePolling":{"value":true},"pollInterval":{"value":500})",
@@ -27,8 +17,8 @@ TEST_F(ScreenSteps, anApprovalOnAnotherDeviceContinuesTheFlow) {
   EXPECT_FALSE(screen()->loading.isHidden);
   const auto tick = [&] { platform.mainQueue->advance(std::chrono::milliseconds(500)); };
   tick();
-  EXPECT_TRUE(platform.transport->last().request.url.ends_with(
-      "/auth/co/user/credentials/challenge/ch/status?interactionId=in"));
+  EXPECT_TRUE(
+      request().url.ends_with("/auth/co/user/credentials/challenge/ch/status?interactionId=in"));
   serve("nonsense");
   EXPECT_EQ(alert()->title, "Veltrane Flow");
   const auto message = alert();
@@ -89,7 +79,7 @@ TEST_F(ScreenSteps, aCapturedFaceIsSentAsBase64AndAFailureEndsTheRun) {
   Platform ports = platform.ports();
   ports.storyboard->add("FaceImageCaptureVC", [] { return std::make_shared<Capture>(); });
   const PlatformScope scope(ports);
-  open(document(testing::kPostEvent, {view("FaceImageCaptureTemplate")}));
+  open(document(kPostEvent, {view("FaceImageCaptureTemplate")}));
   platform.mainQueue->advance(std::chrono::milliseconds(999));
   EXPECT_EQ(screen()->presentedViewController(), nullptr);
   platform.mainQueue->advance(std::chrono::milliseconds(1));
@@ -105,4 +95,4 @@ TEST_F(ScreenSteps, aCapturedFaceIsSentAsBase64AndAFailureEndsTheRun) {
 }
 
 }  // namespace
-}  // namespace veltrane
+}  // namespace veltrane::testing

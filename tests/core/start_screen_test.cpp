@@ -1,20 +1,11 @@
-#include <gmock/gmock.h>
-
 #include "tests/core/host.h"
-#include "veltrane/flow/user_defaults_manager.h"
-#include "veltrane/toolkit/storyboard.h"
 #include "veltrane/ui/open.h"
 #include "veltrane/ui/start_flow_vc.h"
 
-namespace veltrane {
+namespace veltrane::testing {
 namespace {
 
-using testing::document;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using testing::view;
-
-class StartScreen : public testing::Host {
+class StartScreen : public Host {
  protected:
   std::shared_ptr<StartFlowVC> run(VTFlow::ByFlowId arguments = {}) {
     arguments.flowId = "fl";
@@ -29,12 +20,11 @@ TEST_F(StartScreen, asksForTheFlowWithTheHostsPropertiesAndGivesWayToItsFirstScr
   UserDefaultsManager::saveChallenge("stale");
   const auto start = run({.accessToken = "tok", .props = Dictionary{{"a", 1}}});
   EXPECT_EQ(start->loadingLabel.text, "Loading flow...");
-  const HTTPRequest& request = platform.transport->last().request;
-  EXPECT_TRUE(request.url.ends_with("/auth/co/flows/fl/start")) << request.url;
-  EXPECT_EQ(request.headers[0].second, "Bearer tok");
-  EXPECT_EQ(request.headers[1].second, "application/json");
+  EXPECT_TRUE(request().url.ends_with("/auth/co/flows/fl/start")) << request().url;
+  EXPECT_EQ(request().headers[0].second, "Bearer tok");
+  EXPECT_EQ(request().headers[1].second, "application/json");
   EXPECT_EQ(sent().serialized(), R"({"a":1})");
-  serve(document(testing::kButton));
+  serve(document(kButton));
   EXPECT_THAT(shown, ElementsAre("present StartFlowVC", "root ScreenTemplate1VC"));
   EXPECT_EQ(UserDefaultsManager::getChallenge(), std::nullopt);
   EXPECT_EQ(screen()->mainTableView.numberOfRows(), 1u);
@@ -80,20 +70,6 @@ TEST_F(StartScreen, opensTheGenericScreenForEightTemplates) {
   }
 }
 
-TEST_F(StartScreen, opensTheMethodListAsTheRoot) {
-  struct Methods final : FlowScreen {
-    std::string_view className() const override { return "MfaScreen1VC"; }
-  };
-  Platform ports = platform.ports();
-  ports.storyboard->add("MfaScreen1VC", [] { return std::make_shared<Methods>(); });
-  const PlatformScope scope(ports);
-  open(document("", {view("MfaScreen1")}));
-  EXPECT_THAT(shown, ElementsAre("present StartFlowVC", "root MfaScreen1VC"));
-  const auto top = std::dynamic_pointer_cast<FlowScreen>(stack()->topViewController());
-  EXPECT_EQ((*top->flow)["id"].text(), "id-1");
-  EXPECT_EQ(top->vtFlow, flow);
-}
-
 TEST_F(StartScreen, offersToAskAgainAfterTenSecondsAndHearsOnlyTheLatestAnswer) {
   const auto start = run();
   platform.mainQueue->advance(std::chrono::milliseconds(9'999));
@@ -107,8 +83,8 @@ TEST_F(StartScreen, offersToAskAgainAfterTenSecondsAndHearsOnlyTheLatestAnswer) 
   EXPECT_TRUE(start->isRetryButtonHidden);
   platform.mainQueue->run();
   EXPECT_THAT(outcome->calls, IsEmpty());
-  EXPECT_EQ(platform.transport->last().request.url, first->request.url);
-  serve(document(testing::kButton));
+  EXPECT_EQ(request().url, first->request.url);
+  serve(document(kButton));
   EXPECT_NE(screen(), nullptr);
 }
 
@@ -117,35 +93,33 @@ TEST_F(StartScreen, cancelEndsTheRunAndALateAnswerIsNotHeard) {
   start->cancelPressed();
   start->cancelPressed();
   start->retryButtonAction();
-  serve(document(testing::kButton));
+  serve(document(kButton));
   EXPECT_THAT(outcome->calls, ElementsAre("veltraneError: User Cancelled"));
   EXPECT_THAT(shown, ElementsAre("present StartFlowVC", "dismissed NavigationController"));
   EXPECT_EQ(requests(), 1u);
 }
 
-TEST_F(StartScreen, withoutAnyIdentifierItEndsOnceItIsOnDisplay) {
-  const auto start = std::make_shared<StartFlowVC>();
-  start->companyId = "co";
-  start->vtFlow = flow;
-  window->present(NavigationController::make(start), true);
-  platform.mainQueue->run();
+TEST_F(StartScreen, theFlowIdWinsOverThePolicyIdAndWithoutEitherTheRunEnds) {
+  const auto show = [&](std::optional<std::string> flowId, std::optional<std::string> policyId) {
+    const auto start = std::make_shared<StartFlowVC>();
+    start->companyId = "co";
+    start->flowId = std::move(flowId);
+    start->policyId = std::move(policyId);
+    start->vtFlow = flow;
+    window->present(NavigationController::make(start), true);
+    platform.mainQueue->run();
+  };
+  show(std::nullopt, std::nullopt);
   EXPECT_THAT(outcome->calls,
               ElementsAre("badRequest: Both flowId and policyId should not be null. "
                           "Please supply at least one of them"));
   EXPECT_THAT(shown, ElementsAre("present StartFlowVC", "dismissed NavigationController"));
-}
-
-TEST_F(StartScreen, theFlowIdWinsOverThePolicyId) {
-  const auto start = std::make_shared<StartFlowVC>();
-  start->companyId = "co";
-  start->flowId = "f";
-  start->policyId = "p";
-  window->present(NavigationController::make(start), true);
-  EXPECT_TRUE(platform.transport->last().request.url.ends_with("/flows/f/start"));
+  show("f", "p");
+  EXPECT_TRUE(request().url.ends_with("/flows/f/start"));
 }
 
 TEST_F(StartScreen, openShowsAScreenAsRootModalOrPush) {
-  open(document(testing::kButton));
+  open(document(kButton));
   const auto show = [&](bool isModel, bool makeItRoot) {
     shown.clear();
     Open::screenTemplate1VC({.vtFlow = flow,
@@ -169,4 +143,4 @@ TEST_F(StartScreen, openShowsAScreenAsRootModalOrPush) {
 }
 
 }  // namespace
-}  // namespace veltrane
+}  // namespace veltrane::testing
