@@ -1,6 +1,8 @@
 #include "veltrane/base/base64.h"
 
+#include <algorithm>
 #include <array>
+#include <cctype>
 
 #if defined(__x86_64__) && defined(__GNUC__)
 #define VELTRANE_BASE64_AVX2 1
@@ -196,6 +198,27 @@ std::optional<std::string> base64Decoded(std::string_view text) {
   if (!count) return std::nullopt;
   bytes.resize(*count);
   return bytes;
+}
+
+std::string base64URLEncoded(std::string_view bytes) {
+  auto text = base64Encoded({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+  while (text.ends_with('=')) text.pop_back();
+  std::ranges::replace(text, '+', '-');
+  std::ranges::replace(text, '/', '_');
+  return text;
+}
+
+std::optional<std::string> base64URLDecoded(std::string_view text) {
+  for (int padding = 0; padding < 2 && text.ends_with('='); ++padding) text.remove_suffix(1);
+  std::string standard(text);
+  std::ranges::replace(standard, '-', '+');
+  std::ranges::replace(standard, '_', '/');
+  const auto isForeign = [](unsigned char c) {
+    return !(c < 0x80 && std::isalnum(c)) && c != '+' && c != '/';
+  };
+  if (std::ranges::any_of(standard, isForeign)) return std::nullopt;
+  standard.append((4 - standard.size() % 4) % 4, '=');
+  return base64Decoded(standard);
 }
 
 }  // namespace veltrane

@@ -12,6 +12,13 @@ namespace veltrane {
 /// Standard Base64 with padding, without line breaks (RFC 4648, section 4).
 std::string base64Encoded(std::span<const std::uint8_t> bytes);
 
+/// The URL-safe alphabet without padding (RFC 4648, section 5).
+std::string base64URLEncoded(std::string_view bytes);
+
+/// The bytes of Base64 text of either alphabet, padded or not. Nothing when any other character is
+/// in it or its length fits no bytes.
+std::optional<std::string> base64URLDecoded(std::string_view text);
+
 /// The bytes of standard Base64 text. Characters outside the alphabet (line breaks, blanks) are
 /// skipped; nothing when the padding is missing, too long or followed by more text.
 std::optional<std::string> base64Decoded(std::string_view text);

@@ -194,7 +194,8 @@ CredentialsManager::Callback ScreensViewModel::onCredentials(CredentialsOutcome 
 
 void ScreensViewModel::registered(const Answer& answer) {
   if (answer.error) {
-    auto error = VeltraneFlowError::veltraneError(answer.error->errorDescription());
+    VeltraneFlowError error = *answer.error;
+    error.reason = reason::VeltraneError{answer.error->errorDescription()};
     return report(EventKind::next, {.error = std::move(error)}, userViewIndex);
   }
   if (!answer.response) {

@@ -80,7 +80,7 @@ struct Assertion {
 ///
 /// Called on the main thread. An adapter may work on a thread of its own; it asks the person
 /// through `sheet`, on the main thread alone, and answers once there. Dropping the returned handle
-/// cancels: no answer comes, and nothing half-made is left behind.
+/// cancels: no answer comes, and nothing half-made is left behind. The answer may drop it.
 class Authenticator {
  public:
   using Made = std::function<void(PasskeyResult<MadeCredential>)>;

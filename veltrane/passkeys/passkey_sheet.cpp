@@ -22,7 +22,14 @@ std::size_t lengthOf(std::string_view text) {
 void PasskeySheet::ask(PasskeyQuestion question, Answer answer) {
   question_ = std::move(question);
   answer_ = std::move(answer);
+  showsOffer_ = question_.alternativeTitle.empty();
+  if (showsOffer_) question_.alternativeTitle = offerTitle_;
   changed();
+}
+
+void PasskeySheet::offer(std::string title, std::function<void()> action) {
+  offerTitle_ = std::move(title);
+  offerAction_ = std::move(action);
 }
 
 void PasskeySheet::close() {
@@ -53,7 +60,13 @@ void PasskeySheet::enter(Secret secret) {
 }
 
 void PasskeySheet::useAlternative() {
-  if (!question_.alternativeTitle.empty()) reply({.kind = PasskeyAnswer::Kind::alternative});
+  if (question_.alternativeTitle.empty()) return;
+  if (!showsOffer_) return reply({.kind = PasskeyAnswer::Kind::alternative});
+  answer_ = nullptr;
+  question_ = {.step = PasskeyStep::working, .title = std::move(question_.title)};
+  const auto action = offerAction_;
+  changed();
+  action();
 }
 
 void PasskeySheet::cancel() {

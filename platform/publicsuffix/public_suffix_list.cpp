@@ -1,0 +1,36 @@
+#include "platform/publicsuffix/public_suffix_list.h"
+
+#include <libpsl.h>
+
+#include <mutex>
+#include <string>
+
+namespace veltrane::publicsuffix {
+namespace {
+
+class List final : public PublicSuffixes {
+ public:
+  ~List() override { psl_free(list_); }
+  List() = default;
+  List(const List&) = delete;
+  List& operator=(const List&) = delete;
+
+  bool contains(const std::string& domain) const override {
+    std::call_once(read_, [this] { list_ = psl_latest(nullptr); });
+    // A list that is missing lets nothing through.
+    constexpr int kListedOnly = PSL_TYPE_ANY | PSL_TYPE_NO_STAR_RULE;
+    return !list_ || psl_is_public_suffix2(list_, domain.c_str(), kListedOnly) != 0;
+  }
+
+ private:
+  mutable std::once_flag read_;
+  mutable psl_ctx_t* list_ = nullptr;
+};
+
+}  // namespace
+
+std::shared_ptr<const PublicSuffixes> make() {
+  return std::make_shared<List>();
+}
+
+}  // namespace veltrane::publicsuffix
