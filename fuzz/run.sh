@@ -12,6 +12,8 @@ cmake -S "$root" --preset fuzz -B "$build" >"$build.log" 2>&1 || { cat "$build.l
 targets='document_rows error_body method_list base64_picture passkey_options'
 cmake --build "$build" --target $(printf 'fuzz_%s ' $targets)
 
+# What was freed is watched for a while, pictures of 256 MiB not for long.
+export ASAN_OPTIONS="quarantine_size_mb=32:${ASAN_OPTIONS:-}"
 work=$(mktemp -d)
 # The seeds that are made of the sandbox's flows are of no use to all.
 fuzz() {
