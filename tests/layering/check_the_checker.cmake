@@ -63,9 +63,9 @@ endif()
 
 # The order of the rooms, and the list of ports.
 catches(veltrane/base/up.h ":2:" "#include \"veltrane/ui/cell.h\"")
-catches(veltrane/flow/up.cpp ":3:" "// a line before that ends so: \\"
+catches(veltrane/flow/up.cpp ":3:" "// a;b [c], and a line that ends so: \\"
         "  #  include \"veltrane/engine/rows.h\"")
-catches(veltrane/lost/file.h ":2:" "#include \"veltrane/base/json.h\"")
+catches(veltrane/lost/file.h ":2:" "#include \"veltrane/platform.h\"")
 catches(veltrane/ui/lost.h ":2:" "#include \"veltrane/lost/file.h\"")
 catches(veltrane/platform.h ":2:" "#include \"veltrane/flow/store.h\"")
 
