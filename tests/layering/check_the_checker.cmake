@@ -63,7 +63,7 @@ endif()
 
 # The order of the rooms, and the list of ports.
 catches(veltrane/base/up.h ":2:" "#include \"veltrane/ui/cell.h\"")
-catches(veltrane/flow/up.cpp ":3:" "// a;b [c], and a line that ends so: \\"
+catches(veltrane/flow/up.cpp ":3:" "// a line before that ends so: \\"
         "  #  include \"veltrane/engine/rows.h\"")
 catches(veltrane/lost/file.h ":2:" "#include \"veltrane/platform.h\"")
 catches(veltrane/ui/lost.h ":2:" "#include \"veltrane/lost/file.h\"")
