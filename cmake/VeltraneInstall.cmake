@@ -26,6 +26,7 @@ veltrane_install_component(curl veltrane_curl)
 veltrane_install_component(sqlite veltrane_sqlite)
 veltrane_install_component(pictures veltrane_pictures)
 veltrane_install_component(publicsuffix veltrane_publicsuffix)
+veltrane_install_component(authenticator veltrane_authenticator)
 if(TARGET veltrane_qtquick)
   # The library holds the QML module; the folder is for tools that check a host's QML against it.
   get_target_property(veltrane_qtquick_resources veltrane_qtquick VELTRANE_RESOURCE_TARGETS)

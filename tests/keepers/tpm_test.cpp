@@ -1,0 +1,157 @@
+#include <gmock/gmock.h>
+#include <openssl/evp.h>
+#include <openssl/x509.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <future>
+#include <iterator>
+
+#include "platform/authenticator/tpm_key_keeper.h"
+#include "tests/keepers/swtpm.h"
+#include "veltrane/passkeys/authenticator.h"
+
+namespace veltrane::testing {
+namespace {
+
+using authenticator::KeyKeeper;
+using authenticator::makeTPMKeyKeeper;
+using authenticator::probeTPM;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+bool isSignedBy(const std::string& publicKey, const std::string& message,
+                const std::string& signature) {
+  const auto bytes = [](const std::string& text) {
+    return reinterpret_cast<const unsigned char*>(text.data());
+  };
+  const auto* at = bytes(publicKey);
+  const std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)> key(
+      d2i_PUBKEY(nullptr, &at, static_cast<long>(publicKey.size())), &EVP_PKEY_free);
+  const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(),
+                                                                        &EVP_MD_CTX_free);
+  return key && EVP_DigestVerifyInit(context.get(), nullptr, EVP_sha256(), nullptr, key.get()) &&
+         EVP_DigestVerify(context.get(), bytes(signature), signature.size(), bytes(message),
+                          message.size()) == 1;
+}
+
+const PasskeyError* errorOf(const PasskeyResult<std::string>& result) {
+  return std::get_if<PasskeyError>(&result);
+}
+
+KeyKeeper::NewKey keyOf(KeyKeeper& keeper, const std::string& context) {
+  return std::get<KeyKeeper::NewKey>(keeper.makeKey(cose::kES256, context));
+}
+
+class TPM : public ::testing::Test {
+ protected:
+  SoftwareTPM tpm;
+  std::unique_ptr<KeyKeeper> keeper = makeTPMKeyKeeper({.tcti = tpm.tcti()});
+};
+
+TEST_F(TPM, SignsWithKeysItMadeUnderTheirContextAloneAndLeavesNothingBehind) {
+  ASSERT_TRUE(keeper);
+  // More often than the TPM has room for what would be left in it, and each way out.
+  for (int i = 0; i < 50; ++i) {
+    const auto context = "example.com " + std::to_string(i);
+    const auto key = keyOf(*keeper, context);
+    const auto signature = keeper->sign(cose::kES256, key.sealed, context, "message");
+    ASSERT_FALSE(errorOf(signature)) << errorOf(signature)->cause;
+    EXPECT_TRUE(isSignedBy(key.publicKey, "message", std::get<std::string>(signature)));
+    EXPECT_FALSE(isSignedBy(key.publicKey, "massage", std::get<std::string>(signature)));
+
+    const auto refused = keeper->sign(cose::kES256, key.sealed, context + "0", "message");
+    ASSERT_TRUE(errorOf(refused));
+    EXPECT_THAT(errorOf(refused)->cause, HasSubstr("authorization failure"));
+  }
+}
+
+TEST_F(TPM, AnotherOneCannotUseASealedKeyNorCanAnyoneADamagedOne) {
+  const auto key = keyOf(*keeper, "context");
+  const SoftwareTPM other;
+  const auto stranger = makeTPMKeyKeeper({.tcti = other.tcti()});
+  const auto refused = stranger->sign(cose::kES256, key.sealed, "context", "message");
+  ASSERT_TRUE(errorOf(refused));
+  EXPECT_THAT(errorOf(refused)->cause, HasSubstr("Esys_Load"));
+  EXPECT_TRUE(errorOf(refused)->causeCode);
+
+  const auto refuses = [&](const std::string& sealed) {
+    return errorOf(keeper->sign(cose::kES256, sealed, "context", "message")) != nullptr;
+  };
+  for (std::size_t size = 0; size < key.sealed.size(); ++size) {
+    EXPECT_TRUE(refuses(key.sealed.substr(0, size))) << size;
+    auto flipped = key.sealed;
+    flipped[size] = static_cast<char>(flipped[size] ^ 1);
+    EXPECT_TRUE(refuses(flipped)) << size;
+  }
+  EXPECT_TRUE(refuses(key.sealed + '\0'));
+  EXPECT_FALSE(refuses(key.sealed));
+}
+
+TEST_F(TPM, MakesNoOtherKindOfKey) {
+  const auto made = keeper->makeKey(cose::kEdDSA, "context");
+  ASSERT_TRUE(std::holds_alternative<PasskeyError>(made));
+  EXPECT_EQ(std::get<PasskeyError>(made).failure, PasskeyFailure::notSupported);
+  EXPECT_THAT(keeper->algorithms(), ::testing::ElementsAre(cose::kES256));
+}
+
+TEST_F(TPM, GoneInTheMiddleOfASignatureOrBeforeIsAnError) {
+  const auto key = keyOf(*keeper, "context");
+  tpm.pause();
+  auto signing = std::async(std::launch::async, [&] {
+    return keeper->sign(cose::kES256, key.sealed, "context", "message");
+  });
+  tpm.remove();
+  for (const auto& result :
+       {signing.get(), keeper->sign(cose::kES256, key.sealed, "context", "message")}) {
+    ASSERT_TRUE(errorOf(result));
+    EXPECT_EQ(errorOf(result)->failure, PasskeyFailure::failed);
+    EXPECT_THAT(errorOf(result)->cause, Not(IsEmpty()));
+  }
+  EXPECT_FALSE(makeTPMKeyKeeper({.tcti = tpm.tcti()}));
+}
+
+// What is on the wires between the processor and the TPM.
+TEST_F(TPM, NothingThatIsSignedPassesInClear) {
+  const auto record = std::filesystem::path(::testing::TempDir()) /
+                      ("veltrane-tpm-" + std::to_string(getpid()) + ".pcap");
+  setenv("TCTI_PCAP_FILE", record.c_str(), 1);
+  const auto recorded = makeTPMKeyKeeper({.tcti = "pcap:" + tpm.tcti()});
+  ASSERT_TRUE(recorded);
+  const auto key = keyOf(*recorded, "context");
+  ASSERT_FALSE(errorOf(recorded->sign(cose::kES256, key.sealed, "context", "message")));
+
+  unsigned char digest[32];
+  EVP_Q_digest(nullptr, "SHA256", nullptr, "message", 7, digest, nullptr);
+  std::ifstream file(record, std::ios::binary);
+  const std::string wires(std::istreambuf_iterator<char>(file), {});
+  // The public key does, so this is how it would be found.
+  EXPECT_NE(wires.find(key.publicKey.substr(key.publicKey.size() - 32)), std::string::npos);
+  EXPECT_EQ(wires.find(std::string(digest, digest + sizeof digest)), std::string::npos);
+  std::filesystem::remove(record);
+}
+
+TEST(TPMProbe, SaysWhyThereIsNoneAndWhatToDo) {
+  const auto absent = probeTPM({.tcti = "device:/dev/no-such-tpm"});
+  EXPECT_FALSE(absent.usable);
+  EXPECT_THAT(absent.cause, HasSubstr("/dev/no-such-tpm"));
+  EXPECT_THAT(absent.remedy, HasSubstr("firmware"));
+  EXPECT_FALSE(makeTPMKeyKeeper({.tcti = "device:/dev/no-such-tpm"}));
+
+  const auto unknown = probeTPM({.tcti = "carrier-pigeon:"});
+  EXPECT_FALSE(unknown.usable);
+  EXPECT_THAT(unknown.cause, HasSubstr("Tss2_TctiLdr_Initialize"));
+}
+
+TEST(TPMProbe, FindsTheOneThatTheEnvironmentNames) {
+  const SoftwareTPM tpm;
+  setenv("VELTRANE_TPM_TCTI", tpm.tcti().c_str(), 1);
+  const auto status = probeTPM();
+  unsetenv("VELTRANE_TPM_TCTI");
+  EXPECT_TRUE(status.usable) << status.cause;
+  EXPECT_THAT(status.cause + status.remedy, IsEmpty());
+}
+
+}  // namespace
+}  // namespace veltrane::testing
