@@ -53,6 +53,7 @@ TEST_F(PicturesTest, drawsEveryDensityAndKind) {
     const Size base = sizeOf(get(name + ".png")->body);
     EXPECT_EQ(sizeOf(get(name + "@2x.png")->body), Size(base.first * 2, base.second * 2)) << name;
     EXPECT_EQ(sizeOf(get(name + "@3x.png")->body), Size(base.first * 3, base.second * 3)) << name;
+    EXPECT_EQ(sizeOf(get(name + "-large@2x.png")->body), Size(base.first * 6, base.second * 6));
   }
   const auto png = get("key.png?v=1");
   EXPECT_EQ(png->get_header_value("Content-Type"), "image/png");

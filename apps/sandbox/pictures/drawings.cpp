@@ -133,6 +133,12 @@ void drawKey(Canvas& canvas) {
   canvas.fill(line(26.5, 20, 26.5, 24, 3), kWhite);
 }
 
+void drawCheck(Canvas& canvas) {
+  canvas.fill(disc(20, 20, 20), rgb(0x1E5FD6));
+  canvas.fill(line(11.3, 20.8, 17.4, 27.2, 3.4), kWhite);
+  canvas.fill(line(17.4, 27.2, 29, 14.4, 3.4), kWhite);
+}
+
 void drawHills(Canvas& canvas) {
   canvas.fill(box(0, 0, 320, 180, 0), [](double, double y) {
     const double t = std::min(y / 130, 1.0);
@@ -154,11 +160,10 @@ struct Recipe {
 };
 
 const std::map<std::string, Recipe>& recipes() {
-  static const std::map<std::string, Recipe> all{{"phone", {40, 40, drawPhone}},
-                                                 {"code", {40, 40, drawCode}},
-                                                 {"mail", {40, 40, drawMail}},
-                                                 {"key", {40, 40, drawKey}},
-                                                 {"hills", {320, 180, drawHills}}};
+  static const std::map<std::string, Recipe> all{
+      {"phone", {40, 40, drawPhone}}, {"code", {40, 40, drawCode}},
+      {"mail", {40, 40, drawMail}},   {"key", {40, 40, drawKey}},
+      {"check", {40, 40, drawCheck}}, {"hills", {320, 180, drawHills}}};
   return all;
 }
 

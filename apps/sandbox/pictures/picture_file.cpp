@@ -10,6 +10,8 @@
 namespace veltrane::sandbox {
 namespace {
 
+constexpr int kLarge = 3;
+
 struct Parts {
   std::string drawing;
   bool turned = false;
@@ -34,6 +36,7 @@ Parts partsOf(const std::string& name) {
   } else if (removeSuffix(parts.drawing, "@3x")) {
     parts.scale = 3;
   }
+  if (removeSuffix(parts.drawing, "-large")) parts.scale *= kLarge;
   parts.turned = removeSuffix(parts.drawing, "-turned");
   return parts;
 }
