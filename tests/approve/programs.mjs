@@ -1,27 +1,22 @@
 // The tool as its users start it: a server of flows, and drivers that run them.
 import {spawn} from 'node:child_process';
 import {once} from 'node:events';
-import {copyFileSync, mkdtempSync, readFileSync, rmSync, writeFileSync} from 'node:fs';
+import {copyFileSync, mkdtempSync, rmSync} from 'node:fs';
 import {tmpdir} from 'node:os';
 import {dirname, join} from 'node:path';
 import {createInterface} from 'node:readline';
 import {fileURLToPath} from 'node:url';
 
 const vtflow = process.env.VTFLOW;
-const shipped = join(dirname(fileURLToPath(import.meta.url)), '../../apps/sandbox/flows');
+const shipped = join(dirname(fileURLToPath(import.meta.url)),
+                     '../../apps/sandbox/flows/push-approval.json');
 
-/** Serves the push flow as it is shipped, and once with a short patience: "push-hurried". */
+/** Serves the push flow as it is shipped. */
 export class Sandbox {
   static async start() {
     const sandbox = new Sandbox();
     sandbox.folder = mkdtempSync(join(tmpdir(), 'approve-'));
-    const flow = join(shipped, 'push-approval.json');
-    copyFileSync(flow, join(sandbox.folder, 'push-approval.json'));
-    // Few questions but far apart: the run gives up only on an answer that comes before the next.
-    const hurried = readFileSync(flow, 'utf8')
-                        .replaceAll(/"pollInterval": \{"value": \d+\}/g, '"pollInterval": {"value": 2000}')
-                        .replaceAll(/"pollRetries": \{"value": \d+\}/g, '"pollRetries": {"value": 2}');
-    writeFileSync(join(sandbox.folder, 'push-hurried.json'), hurried);
+    copyFileSync(shipped, join(sandbox.folder, 'push-approval.json'));
     sandbox.process = spawn(
         vtflow, ['serve', '--json', '--flows', sandbox.folder, '--state', join(sandbox.folder, 'state')],
         {stdio: ['ignore', 'pipe', 'ignore']});
@@ -41,11 +36,11 @@ export class Sandbox {
 
 /** A run that has sent its push and waits for the other device. */
 export class Run {
-  constructor(sandbox, flow, company = 'acme') {
+  constructor(sandbox, company) {
     this.process = spawn(
         vtflow,
-        ['drive', '--company', company, '--flow', flow, '--base-url', sandbox.baseURL, '--ca',
-         sandbox.authority],
+        ['drive', '--company', company, '--flow', 'push-approval', '--base-url', sandbox.baseURL,
+         '--ca', sandbox.authority],
         {stdio: ['pipe', 'pipe', 'inherit']});
     this.exited = once(this.process, 'exit');
     this.events = [];
