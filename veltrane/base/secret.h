@@ -20,6 +20,8 @@ class Secret {
 
   /// Valid as long as this lives.
   std::string_view bytes() const { return {bytes_.data(), bytes_.size()}; }
+  /// The same with a NUL after them, for C libraries.
+  const char* cString() const { return bytes_.c_str(); }
   std::size_t size() const { return bytes_.size(); }
   bool empty() const { return bytes_.empty(); }
   Secret copy() const { return Secret(bytes()); }
