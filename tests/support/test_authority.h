@@ -8,18 +8,18 @@ struct ssl_ctx_st;
 
 namespace veltrane::testing {
 
-/// A certificate authority of the test's own, made in memory; its certificate lies in a temporary
-/// file for clients that are to trust it.
+/// A certificate that vouches for itself, made in memory; it lies in a temporary file for clients
+/// that are to trust it.
 class TestAuthority {
  public:
-  TestAuthority();
+  explicit TestAuthority(const std::string& names = "IP:127.0.0.1,DNS:localhost");
   ~TestAuthority();
   TestAuthority(const TestAuthority&) = delete;
   TestAuthority& operator=(const TestAuthority&) = delete;
 
   const std::filesystem::path& file() const { return file_; }
-  /// Gives a server's context a certificate for these names ("IP:127.0.0.1,DNS:localhost").
-  void certify(ssl_ctx_st* context, const std::string& names) const;
+  /// Makes it the certificate of a server.
+  void certify(ssl_ctx_st* context) const;
 
   /// The one that servers use unless told otherwise.
   static std::shared_ptr<TestAuthority> shared();

@@ -133,7 +133,7 @@ bool TestConnection::read(TestRequest& request) {
 
 TlsTestServer::TlsTestServer(Options options)
     : options_(std::move(options)), context_(SSL_CTX_new(TLS_server_method()), &SSL_CTX_free) {
-  options_.authority->certify(context_.get(), options_.names);
+  options_.authority->certify(context_.get());
   SSL_CTX_set_max_proto_version(context_.get(), options_.maxTlsVersion);
   SSL_CTX_set_min_proto_version(context_.get(), options_.maxTlsVersion);
   if (!options_.resumes) {

@@ -69,7 +69,6 @@ class TlsTestServer {
 
   struct Options {
     std::shared_ptr<TestAuthority> authority = TestAuthority::shared();
-    std::string names = "IP:127.0.0.1,DNS:localhost";
     bool plain = false;     // HTTP without TLS
     int maxTlsVersion = 0;  // OpenSSL's number; 0: the newest
     bool resumes = true;    // continues earlier TLS sessions

@@ -90,42 +90,6 @@ TEST_F(Downloads, endInSilenceWithTheirOwner) {
   EXPECT_THAT(came_, ElementsAre());
 }
 
-TEST_F(Downloads, endWhateverAServerSends) {
-  server_.answer("/page.png", 200, "<html><body>Please sign in</body></html>");
-  server_.route("/cut.png", [](const TestRequest&, TestConnection& c) {
-    c.send("HTTP/1.1 200 OK\r\nContent-Length: 5000\r\n\r\npicture 1x1");
-    c.closeAbruptly();
-  });
-  server_.route("/four-gigabytes.png", [](const TestRequest&, TestConnection& c) {
-    c.send("HTTP/1.1 200 OK\r\nContent-Length: 4294967296\r\n\r\npicture 1x1");
-    c.waitForClose();
-  });
-  server_.route("/endless.png", [](const TestRequest&, TestConnection& c) {
-    c.send("HTTP/1.1 200 OK\r\n\r\n");
-    const std::string chunk(1 << 16, 'x');
-    while (c.send(chunk)) {
-    }
-  });
-  TlsTestServer plain({.plain = true});
-  plain.answer("/x.png", 200, "picture 7x7");
-  server_.answer("/down.png", 302, "", {{"Location", plain.url("/x.png")}});
-  const std::string noResponse = "No response from server...";
-  const std::pair<const char*, std::string> cases[] = {
-      {"/page.png", "Can not convert data to UIImage."},
-      {"/cut.png", noResponse},
-      {"/four-gigabytes.png", noResponse},
-      {"/endless.png", noResponse},
-      {"/down.png", noResponse},
-      {"/nowhere.png", "Can not convert data to UIImage."}};
-  for (const auto& [path, said] : cases) {
-    const auto handle = download(server_.url(path));
-    ASSERT_TRUE(runUntil([&] { return !came_.empty(); })) << path;
-    EXPECT_THAT(came_, ElementsAre(said)) << path;
-    came_.clear();
-  }
-  EXPECT_EQ(plain.requests().size(), 0u);
-}
-
 class PollingOverTls : public Background {
  protected:
   static constexpr const char* kPath = "/v1/auth/co/user/credentials/challenge/ch/status";

@@ -22,7 +22,8 @@ TEST(Trust, TrustsTheGivenAuthorityAndNoOther) {
 }
 
 TEST(Trust, RefusesACertificateForAnotherName) {
-  TlsTestServer server({.names = "DNS:elsewhere.example,DNS:localhost"});
+  TlsTestServer server(
+      {.authority = std::make_shared<TestAuthority>("DNS:elsewhere.example,DNS:localhost")});
   server.answer("/", 200, "hello");
   const auto transport = transportTrusting(server);
   EXPECT_FALSE(fetch(*transport, getFrom(server.url("/", "127.0.0.1"))));
