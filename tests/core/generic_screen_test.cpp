@@ -39,9 +39,6 @@ TEST_F(GenericScreen, aSignInFromTheFirstFieldToTheHostsResult) {
             R"({"password":"secret-1","place":"Home","stay":false,"user":"alice"})");
   EXPECT_FALSE(platform.console->mentions("secret-1"));
   EXPECT_TRUE(platform.console->mentions("alice"));
-  press();
-  cell<ButtonTableViewCell>(4)->buttonPressed();
-  EXPECT_EQ(requests(), 2u) << "a second press sends nothing while the first is under way";
 
   serve(R"({"success":1,"access_token":"","challenge":"ch"})");
   EXPECT_EQ(UserDefaultsManager::getChallenge(), "ch");
@@ -129,7 +126,7 @@ TEST_F(GenericScreen, nothingIsSentTwiceWhileARequestRunsOrTheNextScreenOpens) {
   open(signIn());
   const auto first = screen();
   first->buttonPressed();
-  first->buttonPressed();
+  cell<ButtonTableViewCell>(4)->buttonPressed();
   platform.mainQueue->run();
   const auto sent = requests();
   EXPECT_EQ(sent, 2u) << "the start and one event";
@@ -288,10 +285,8 @@ TEST_F(GenericScreen, rowsTellTheirSavedValuesUnseen) {
 }
 
 TEST_F(GenericScreen, aRowThatIsLookedAtLaterLeavesWhatTheUserChose) {
-  open(document(joined(
-      {components({component("toggleSwitch", "on", "true"), component("toggleSwitch", "on", "true"),
-                   component("toggleSwitch", "on", "true")}),
-       kPostEvent})));
+  const auto toggle = component("toggleSwitch", "on", "true");
+  open(document(components({toggle, toggle, toggle}) + ',' + kPostEvent));
   cell<ToggleSwitchTableViewCell>(0)->switchValueChanged(false);
   cell<ToggleSwitchTableViewCell>(2);
   EXPECT_EQ(JSON(screen()->textFieldsKeyValues), JSON(Dictionary{{"on", false}}));

@@ -133,30 +133,21 @@ TEST_F(Presentation, anAlertLeavesItsScreenOnDisplayAndIsAnsweredOnce) {
   EXPECT_EQ(happened(), "> alert AlertController, > dismissed AlertController, one");
 }
 
-TEST_F(Presentation, aSecondAlertWaitsOnTopOfTheFirst) {
+TEST_F(Presentation, alertsLieOnOneAnotherAndGoWithTheirScreen) {
   const auto a = screen("A");
-  open(a);
+  const auto navigation = open(a);
   const auto first = alert(), second = alert();
   a->present(first, true);
   a->present(second, true);
   EXPECT_EQ(first->presentedViewController(), second);
   second->cancel();
   EXPECT_EQ(a->presentedViewController(), first);
-  first->cancel();
-  EXPECT_EQ(a->presentedViewController(), nullptr);
-}
-
-TEST_F(Presentation, aScreenThatIsReplacedTakesItsAlertAlong) {
-  const auto a = screen("A");
-  const auto navigation = open(a);
-  const auto box = alert();
-  a->present(box, true);
   happened();
   navigation->setViewControllers({screen("B")}, false);
   EXPECT_EQ(
       happened(),
       "A disappear, > dismissed AlertController now, A leave, B load, B appear, > root B now");
-  box->cancel();
+  first->cancel();
   EXPECT_EQ(happened(), "");
 }
 
