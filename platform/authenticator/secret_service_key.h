@@ -1,21 +1,23 @@
 #pragma once
 
 #include <chrono>
+#include <memory>
 #include <string>
 
+#include "platform/authenticator/key_keeper.h"
 #include "veltrane/base/secret.h"
 #include "veltrane/passkeys/passkey_failure.h"
 
 namespace veltrane::authenticator {
 
 struct SecretServiceOptions {
-  /// Tells one store's key from another's: random text that the store keeps.
-  std::string storeId = {};
   /// The store's folder, which exists. Locked while a key is looked for and made, so that two
   /// programs do not make two.
   std::string folder = {};
+  /// Stores that give the same share the key.
+  std::string storeId = "default";
   /// For all of it. A bus or service that does not answer is left alone after that.
-  std::chrono::milliseconds limit{5000};
+  std::chrono::milliseconds limit = std::chrono::seconds(5);
 };
 
 /// One cause and one remedy, for a person; both empty where it is usable.
@@ -30,9 +32,13 @@ struct SecretServiceStatus {
 /// `limit`.
 SecretServiceStatus probeSecretService(std::chrono::milliseconds limit = std::chrono::seconds(5));
 
-/// The store's wrapping key, 32 random bytes, kept in the secret service; made at first. `failed`
-/// with a cause where there is no service or its keyring is locked: nobody is asked to unlock it.
-/// Any thread; blocks up to `limit`.
+/// The store's wrapping key, `SoftwareKeyKeeper::kWrappingKeySize` random bytes, kept in the secret
+/// service; made at first. `failed` with a cause where there is no service or its keyring is
+/// locked: nobody is asked to unlock it. Any thread; blocks up to `limit`.
 PasskeyResult<Secret> secretServiceKey(const SecretServiceOptions& options);
+
+/// Keys made in software and sealed under that key; named "secret-service". Null where
+/// `secretServiceKey` tells why not.
+std::unique_ptr<KeyKeeper> makeSecretServiceKeyKeeper(const SecretServiceOptions& options);
 
 }  // namespace veltrane::authenticator

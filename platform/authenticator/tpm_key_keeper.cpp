@@ -95,7 +95,8 @@ std::pair<TPM2B_PUBLIC, TPM2B_PRIVATE> unseal(std::string_view sealed) {
   std::size_t at = 1;
   VELTRANE_TPM_CALL(Tss2_MU_TPM2B_PUBLIC_Unmarshal, bytes, sealed.size(), &at, &key.first);
   VELTRANE_TPM_CALL(Tss2_MU_TPM2B_PRIVATE_Unmarshal, bytes, sealed.size(), &at, &key.second);
-  if (at != sealed.size()) throw std::runtime_error("sealed key with more behind it");
+  // One way to write it: sizes within are not looked at by all who read them.
+  if (seal(key.first, key.second) != sealed) throw std::runtime_error("sealed key is damaged");
   return key;
 }
 
