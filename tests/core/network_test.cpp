@@ -68,17 +68,7 @@ class Network : public Host {
   std::optional<VeltraneFlowError> error;
 };
 
-/// Brings the base URLs back.
-struct BaseURLScope {
-  std::string production = APIBaseURL::production(), sandbox = APIBaseURL::sandbox();
-  ~BaseURLScope() {
-    APIBaseURL::setProduction(production);
-    APIBaseURL::setSandbox(sandbox);
-  }
-};
-
 TEST_F(Network, urlsAreEscapedAndFollowTheSandboxFlag) {
-  const BaseURLScope scope;
   APIBaseURL::setProduction("https://p.example/v1");
   APIBaseURL::setSandbox("https://s.example/v1");
   const std::pair<const char*, const char*> cases[] = {
@@ -171,7 +161,6 @@ TEST_F(Network, whatCannotBeSentIsAnErrorOnALaterTurn) {
     platform.mainQueue->run();
     EXPECT_EQ(heard.back(), "badRequest: A header of the request holds a control character.");
   }
-  const BaseURLScope scope;
   APIBaseURL::setProduction("http://evil.example/v1");
   sendAny();
   platform.mainQueue->run();

@@ -5,26 +5,10 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
-#include <stdexcept>
 
 namespace fs = std::filesystem;
 
 namespace veltrane::sqlite {
-
-SettingsTest::SettingsTest() {
-  auto name = (fs::temp_directory_path() / "veltrane-settings-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("mkdtemp");
-  folder_ = name;
-  file_ = folder_ / "settings.db";
-  Platform platform;
-  platform.console = console_;
-  platform_.emplace(std::move(platform));
-}
-
-SettingsTest::~SettingsTest() {
-  std::error_code ignored;
-  fs::remove_all(folder_, ignored);
-}
 
 std::string SettingsTest::textIn(const KeyValueStore& store, const std::string& key) {
   const auto value = store.value(key);

@@ -4,22 +4,18 @@
 
 #include <filesystem>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/sqlite/sqlite_store.h"
 #include "tests/support/fakes.h"
-#include "veltrane/platform.h"
+#include "tests/support/temporary_folder.h"
 
 namespace veltrane::sqlite {
 
 /// A folder of its own for each test, and the console captured.
 class SettingsTest : public ::testing::Test {
  protected:
-  SettingsTest();
-  ~SettingsTest() override;
-
   std::shared_ptr<KeyValueStore> openStore() const { return open(file_); }
   /// The text behind a key, read by a store opened for it; "-" for anything else.
   std::string storedText(const std::string& key) const { return textIn(*openStore(), key); }
@@ -30,13 +26,11 @@ class SettingsTest : public ::testing::Test {
   /// The files beside the store, by name.
   std::vector<std::string> filesNamedLike(const std::string& part) const;
 
-  std::filesystem::path folder_;
-  std::filesystem::path file_;
-  std::shared_ptr<testing::RecordingConsole> console_ =
-      std::make_shared<testing::RecordingConsole>();
-
- private:
-  std::optional<PlatformScope> platform_;
+  const testing::TemporaryFolder temporary_;
+  const std::filesystem::path folder_ = temporary_.path();
+  const std::filesystem::path file_ = folder_ / "settings.db";
+  const testing::FakePlatform fakes_;
+  const std::shared_ptr<testing::RecordingConsole> console_ = fakes_.console;
 };
 
 std::string readFile(const std::filesystem::path& path);

@@ -15,6 +15,7 @@
 #include "veltrane/base/console.h"
 #include "veltrane/flow/key_value_store.h"
 #include "veltrane/network/http_transport.h"
+#include "veltrane/network/network_manager.h"
 #include "veltrane/platform.h"
 #include "veltrane/toolkit/device.h"
 #include "veltrane/toolkit/main_queue.h"
@@ -209,13 +210,11 @@ class FakeCodec final : public PictureCodec {
     return std::nullopt;
   }
   PicturePtr resize(const Picture& /*picture*/, PixelSize size,
-                    ResizeFramework framework) const override {
-    resizedWith.push_back(framework);
+                    ResizeFramework /*framework*/) const override {
     return makePicture(size);
   }
 
   mutable std::atomic<int> decoded = 0;
-  mutable std::vector<ResizeFramework> resizedWith;
 
  private:
   static PicturePtr makePicture(PixelSize size) {
@@ -254,8 +253,21 @@ struct FakeDevice final : Device {
   double scale = 1;
 };
 
+/// Brings the base URLs back that a test has changed.
+struct BaseURLScope {
+  BaseURLScope() = default;
+  BaseURLScope(const BaseURLScope&) = delete;
+  BaseURLScope& operator=(const BaseURLScope&) = delete;
+  ~BaseURLScope() {
+    APIBaseURL::setProduction(production);
+    APIBaseURL::setSandbox(sandbox);
+  }
+  const std::string production = APIBaseURL::production(), sandbox = APIBaseURL::sandbox();
+};
+
 /// All fakes, installed as the platform for as long as this lives.
 struct FakePlatform {
+  BaseURLScope baseURLs;
   std::shared_ptr<FakeMainQueue> mainQueue = std::make_shared<FakeMainQueue>();
   std::shared_ptr<MemoryStore> settings = std::make_shared<MemoryStore>();
   std::shared_ptr<RecordingConsole> console = std::make_shared<RecordingConsole>();

@@ -31,10 +31,8 @@ class Background : public ::testing::Test {
     platform.transport = curl::make({.authorityFile = server_.authorityFile()});
     platform.pictureQueue = std::make_shared<ThreadWorkQueue>();
     scope_ = std::make_unique<PlatformScope>(std::move(platform));
-    former_ = APIBaseURL::production();
     APIBaseURL::setProduction(server_.url("/v1"));
   }
-  ~Background() override { APIBaseURL::setProduction(former_); }
 
   bool runUntil(const std::function<bool()>& done) { return loop_->runUntil(done, kPatience); }
 
@@ -42,7 +40,6 @@ class Background : public ::testing::Test {
   FakePlatform fakes_;
   std::shared_ptr<loop::RunLoop> loop_ = std::make_shared<loop::RunLoop>();
   std::unique_ptr<PlatformScope> scope_;
-  std::string former_;
 };
 
 class Downloads : public Background {

@@ -2,11 +2,11 @@
 
 #include <gmock/gmock.h>
 
-#include <filesystem>
 #include <thread>
 
 #include "apps/sandbox/server.h"
 #include "tests/support/fakes.h"
+#include "tests/support/temporary_folder.h"
 #include "tests/transport/exchanges.h"
 #include "veltrane/flow/user_defaults_manager.h"
 
@@ -15,28 +15,10 @@ namespace {
 
 constexpr const char* kNoResponse = "veltraneError: No response from server...";
 
-class TemporaryFolder {
- public:
-  TemporaryFolder() {
-    auto name = (std::filesystem::temp_directory_path() / "sandbox-XXXXXX").string();
-    if (!mkdtemp(name.data())) throw std::runtime_error("cannot make " + name);
-    path_ = name;
-  }
-  ~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
-
 /// Requests through the whole way: description, manager, libcurl, TLS, a server that judges them.
 class NetworkManagerOverTls : public ::testing::Test {
  protected:
   NetworkManagerOverTls() { useServer(sandbox_.baseURL(), sandbox_.authorityFile()); }
-  ~NetworkManagerOverTls() override { APIBaseURL::setProduction(formerURL_); }
 
   void useServer(const std::string& baseURL, const std::filesystem::path& authority) {
     APIBaseURL::setProduction(baseURL);
@@ -76,7 +58,6 @@ class NetworkManagerOverTls : public ::testing::Test {
 
   TemporaryFolder folder_;
   sandbox::Server sandbox_{{.stateFolder = folder_.path()}};
-  const std::string formerURL_ = APIBaseURL::production();
   FakePlatform fakes_;
   std::unique_ptr<PlatformScope> scope_;
 };

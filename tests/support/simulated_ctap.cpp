@@ -1,0 +1,452 @@
+#include "tests/support/simulated_ctap.h"
+
+#include <cbor.h>
+#include <openssl/core_names.h>
+#include <openssl/evp.h>
+#include <openssl/hmac.h>
+#include <openssl/params.h>
+#include <openssl/rand.h>
+#include <openssl/sha.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "tests/support/cbor_text.h"
+
+namespace veltrane::testing {
+namespace {
+
+using namespace cbor;
+
+enum Status : std::uint8_t {
+  ok = 0,
+  invalidCommand = 0x01,
+  invalidParameter = 0x02,
+  excluded = 0x19,
+  unsupportedAlgorithm = 0x26,
+  storeFull = 0x28,
+  unsupportedOption = 0x2B,
+  noCredentials = 0x2E,
+  notAllowed = 0x30,
+  pinInvalid = 0x31,
+  pinBlocked = 0x32,
+  pinAuthInvalid = 0x33,
+  pinAuthBlocked = 0x34,
+  pinNotSet = 0x35,
+  pinRequired = 0x36,
+  pinPolicy = 0x37,
+  readerInvalid = 0x3F,
+};
+
+std::string status(std::uint8_t code) {
+  return {static_cast<char>(code)};
+}
+const unsigned char* data(std::string_view bytes) {
+  return reinterpret_cast<const unsigned char*>(bytes.data());
+}
+unsigned char* room(std::string& bytes) {
+  return reinterpret_cast<unsigned char*>(bytes.data());
+}
+
+std::string sha256(std::string_view bytes) {
+  std::string digest(32, '\0');
+  SHA256(data(bytes), bytes.size(), room(digest));
+  return digest;
+}
+std::string hmac(std::string_view key, std::string_view bytes) {
+  std::string code(32, '\0');
+  HMAC(EVP_sha256(), key.data(), static_cast<int>(key.size()), data(bytes), bytes.size(),
+       room(code), nullptr);
+  return code;
+}
+std::string aes(std::string_view key, std::string_view bytes, bool encrypt) {
+  const std::unique_ptr<EVP_CIPHER_CTX, void (*)(EVP_CIPHER_CTX*)> context(EVP_CIPHER_CTX_new(),
+                                                                           EVP_CIPHER_CTX_free);
+  const unsigned char start[16] = {};
+  std::string out(bytes.size() + 16, '\0');
+  int size = 0;
+  EVP_CipherInit_ex(context.get(), EVP_aes_256_cbc(), nullptr, data(key), start, encrypt ? 1 : 0);
+  EVP_CIPHER_CTX_set_padding(context.get(), 0);
+  EVP_CipherUpdate(context.get(), room(out), &size, data(bytes), static_cast<int>(bytes.size()));
+  out.resize(static_cast<std::size_t>(size));
+  return out;
+}
+std::string randomBytes(std::size_t count) {
+  std::string bytes(count, '\0');
+  RAND_bytes(room(bytes), static_cast<int>(count));
+  return bytes;
+}
+
+std::shared_ptr<EVP_PKEY> newKey(int algorithm) {
+  EVP_PKEY* key = algorithm == -8 ? EVP_PKEY_Q_keygen(nullptr, nullptr, "ED25519")
+                                  : EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256");
+  return {key, EVP_PKEY_free};
+}
+std::string publicBytes(EVP_PKEY* key) {
+  std::string bytes(80, '\0');
+  std::size_t size = 0;
+  EVP_PKEY_get_octet_string_param(key, OSSL_PKEY_PARAM_PUB_KEY, room(bytes), bytes.size(), &size);
+  bytes.resize(size);
+  return bytes;
+}
+/// `algorithm` also -25, a key to agree with.
+std::string coseKey(EVP_PKEY* key, int algorithm) {
+  if (algorithm == -8) {
+    return map({{number(1), number(1)},
+                {number(3), number(-8)},
+                {number(-1), number(6)},
+                {number(-2), bytes(publicBytes(key))}});
+  }
+  std::string point(65, '\0');
+  std::size_t size = 0;
+  EVP_PKEY_get_octet_string_param(key, OSSL_PKEY_PARAM_ENCODED_PUBLIC_KEY, room(point),
+                                  point.size(), &size);
+  return map({{number(1), number(2)},
+              {number(3), number(algorithm)},
+              {number(-1), number(1)},
+              {number(-2), bytes(point.substr(1, 32))},
+              {number(-3), bytes(point.substr(33))}});
+}
+std::string sign(EVP_PKEY* key, int algorithm, std::string_view message) {
+  const std::unique_ptr<EVP_MD_CTX, void (*)(EVP_MD_CTX*)> context(EVP_MD_CTX_new(),
+                                                                   EVP_MD_CTX_free);
+  std::string signature(128, '\0');
+  std::size_t size = signature.size();
+  EVP_DigestSignInit(context.get(), nullptr, algorithm == -8 ? nullptr : EVP_sha256(), nullptr,
+                     key);
+  EVP_DigestSign(context.get(), room(signature), &size, data(message), message.size());
+  signature.resize(size);
+  return signature;
+}
+/// What both sides of a key agreement know. Empty when the other's key is no point.
+std::string agree(EVP_PKEY* own, const std::string& x, const std::string& y) {
+  std::string point = "\x04" + x + y;
+  char group[] = "P-256";
+  OSSL_PARAM params[] = {
+      OSSL_PARAM_construct_utf8_string(OSSL_PKEY_PARAM_GROUP_NAME, group, 0),
+      OSSL_PARAM_construct_octet_string(OSSL_PKEY_PARAM_PUB_KEY, point.data(), point.size()),
+      OSSL_PARAM_construct_end()};
+  using Context = std::unique_ptr<EVP_PKEY_CTX, void (*)(EVP_PKEY_CTX*)>;
+  const Context reader(EVP_PKEY_CTX_new_from_name(nullptr, "EC", nullptr), EVP_PKEY_CTX_free);
+  EVP_PKEY* other = nullptr;
+  if (EVP_PKEY_fromdata_init(reader.get()) != 1 ||
+      EVP_PKEY_fromdata(reader.get(), &other, EVP_PKEY_PUBLIC_KEY, params) != 1) {
+    return {};
+  }
+  const std::shared_ptr<EVP_PKEY> owner(other, EVP_PKEY_free);
+  const Context context(EVP_PKEY_CTX_new(own, nullptr), EVP_PKEY_CTX_free);
+  std::string common(32, '\0');
+  std::size_t size = common.size();
+  EVP_PKEY_derive_init(context.get());
+  EVP_PKEY_derive_set_peer(context.get(), other);
+  EVP_PKEY_derive(context.get(), room(common), &size);
+  return sha256(common);
+}
+
+std::string bytesOf(const cbor_item_t* item) {
+  if (item == nullptr) return {};
+  if (cbor_isa_bytestring(item)) {
+    return {reinterpret_cast<const char*>(cbor_bytestring_handle(item)),
+            cbor_bytestring_length(item)};
+  }
+  if (!cbor_isa_string(item)) return {};
+  return {reinterpret_cast<const char*>(cbor_string_handle(item)), cbor_string_length(item)};
+}
+int numberOf(const cbor_item_t* item) {
+  if (item == nullptr || !cbor_is_int(item)) return 0;
+  const int value = static_cast<int>(cbor_get_int(item));
+  return cbor_isa_negint(item) ? -1 - value : value;
+}
+template <typename Matches>
+const cbor_item_t* find(const cbor_item_t* map, Matches matches) {
+  if (map == nullptr || !cbor_isa_map(map)) return nullptr;
+  const cbor_pair* pairs = cbor_map_handle(map);
+  const auto* end = pairs + cbor_map_size(map);
+  const auto* found = std::find_if(pairs, end, [&](const auto& pair) { return matches(pair.key); });
+  return found != end ? found->value : nullptr;
+}
+const cbor_item_t* member(const cbor_item_t* map, int key) {
+  return find(map, [&](const cbor_item_t* k) { return cbor_is_int(k) && numberOf(k) == key; });
+}
+const cbor_item_t* member(const cbor_item_t* map, const char* key) {
+  return find(map, [&](const cbor_item_t* k) { return bytesOf(k) == key; });
+}
+/// A member of each of a list's maps.
+std::vector<const cbor_item_t*> each(const cbor_item_t* list, const char* key) {
+  std::vector<const cbor_item_t*> found;
+  const std::size_t size = list != nullptr && cbor_isa_array(list) ? cbor_array_size(list) : 0;
+  for (std::size_t i = 0; i < size; ++i) found.push_back(member(cbor_array_handle(list)[i], key));
+  return found;
+}
+std::vector<std::string> idsIn(const cbor_item_t* list) {
+  std::vector<std::string> ids;
+  for (const auto* id : each(list, "id")) ids.push_back(bytesOf(id));
+  return ids;
+}
+
+}  // namespace
+
+/// A request's CBOR.
+struct SimulatedCtap::Message {
+  explicit Message(std::string_view text) {
+    cbor_load_result result{};
+    root.reset(text.empty() ? nullptr : cbor_load(data(text), text.size(), &result),
+               [](cbor_item_t* item) {
+                 if (item != nullptr) cbor_decref(&item);
+               });
+  }
+  const cbor_item_t* operator[](int key) const { return member(root.get(), key); }
+  bool option(int key, const char* name, bool otherwise) const {
+    const auto* value = member((*this)[key], name);
+    return value != nullptr ? cbor_is_bool(value) && cbor_get_bool(value) : otherwise;
+  }
+  std::shared_ptr<cbor_item_t> root;
+};
+
+SimulatedCtap::SimulatedCtap(KeyBehaviour how)
+    : behaviour(std::move(how)), agreement_(newKey(-7)), token_(randomBytes(32)) {}
+
+SimulatedCtap::~SimulatedCtap() = default;
+
+void SimulatedCtap::powerUp() {
+  wrongInARow_ = 0;
+  agreement_ = newKey(-7);
+}
+
+SimulatedCtap::Reply SimulatedCtap::answer(std::string_view request) {
+  if (request.empty()) return {status(invalidCommand), {}};
+  commands += request.front();
+  const Message message(request.substr(1));
+  switch (request.front()) {
+    case 0x01:
+      return make(message);
+    case 0x02:
+      return get(message);
+    case 0x04:
+      return {info(), {}};
+    case 0x06:
+      return pinCommand(message);
+    case 0x08: {
+      if (following_.empty()) return {status(notAllowed), {}};
+      std::string next = std::move(following_.front());
+      following_.erase(following_.begin());
+      return {std::move(next), {}};
+    }
+    default:
+      return {status(invalidCommand), {}};
+  }
+}
+
+std::string SimulatedCtap::info() const {
+  std::vector<std::string> algorithms;
+  for (const int algorithm : behaviour.algorithms) {
+    algorithms.push_back(
+        map({{text("alg"), number(algorithm)}, {text("type"), text("public-key")}}));
+  }
+  const auto options =
+      map({{text("rk"), boolean(behaviour.keepsResident)},
+           {text("up"), boolean(true)},
+           {text("uv"), behaviour.hasReader ? boolean(true) : ""},
+           {text("clientPin"), behaviour.takesPIN ? boolean(!behaviour.pin.empty()) : ""}});
+  return status(ok) + map({{number(1), list({text("FIDO_2_0")})},
+                           {number(3), bytes(std::string(16, 'S'))},
+                           {number(4), options},
+                           {number(5), number(1200)},
+                           {number(6), behaviour.takesPIN ? list({number(1)}) : ""},
+                           {number(7), number(static_cast<std::int64_t>(behaviour.mostIds))},
+                           {number(8), number(64)},
+                           {number(9), list({text("usb")})},
+                           {number(10), list(algorithms)},
+                           {number(13), number(6)}});
+}
+
+bool SimulatedCtap::holdsOneOf(const std::vector<std::string>& ids, const std::string& rpId) const {
+  return std::ranges::any_of(credentials_, [&](const Credential& credential) {
+    return credential.rpId == rpId && std::ranges::count(ids, credential.id) > 0;
+  });
+}
+
+std::uint8_t SimulatedCtap::checkPerson(const Message& message, int authParam,
+                                        const std::string& hash, bool isMaking,
+                                        bool& verified) const {
+  if (message[authParam] != nullptr) {
+    if (behaviour.pin.empty()) return pinNotSet;
+    verified = bytesOf(message[authParam]) == hmac(token_, hash).substr(0, 16);
+    return verified ? ok : pinAuthInvalid;
+  }
+  if (message.option(isMaking ? 7 : 5, "uv", false)) {
+    if (!behaviour.hasReader) return unsupportedOption;
+    verified = behaviour.readerKnows;
+    return verified ? ok : readerInvalid;
+  }
+  return isMaking && !behaviour.pin.empty() ? pinRequired : ok;
+}
+
+SimulatedCtap::Reply SimulatedCtap::make(const Message& message) {
+  const std::string hash = bytesOf(message[1]);
+  const std::string rpId = bytesOf(member(message[2], "id"));
+  const auto always = [](std::uint8_t code) { return Reply{{}, [code] { return status(code); }}; };
+  // An empty parameter asks for a touch alone: which of several keys is meant?
+  if (message[8] != nullptr && bytesOf(message[8]).empty()) {
+    return always(behaviour.pin.empty() ? pinNotSet : pinInvalid);
+  }
+  const auto ids = idsIn(message[5]);
+  if (ids.size() > behaviour.mostIds) return {status(invalidParameter), {}};
+  if (holdsOneOf(ids, rpId)) return always(excluded);
+  const auto wanted = each(message[4], "alg");
+  const auto chosen = std::ranges::find_if(wanted, [this](const cbor_item_t* algorithm) {
+    return std::ranges::count(behaviour.algorithms, numberOf(algorithm)) > 0;
+  });
+  if (chosen == wanted.end()) return {status(unsupportedAlgorithm), {}};
+  const bool isResident = message.option(7, "rk", false);
+  if (isResident && !behaviour.keepsResident) return {status(unsupportedOption), {}};
+  bool verified = false;
+  if (const auto wrong = checkPerson(message, 8, hash, true, verified); wrong != ok) {
+    return {status(wrong), {}};
+  }
+  if (behaviour.refusal != 0) return always(behaviour.refusal);
+  if (isResident && behaviour.isFull) return always(storeFull);
+  return {{}, [this, message, algorithm = numberOf(*chosen), isResident, verified] {
+            return store(message, algorithm, isResident, verified);
+          }};
+}
+
+std::string SimulatedCtap::store(const Message& message, int algorithm, bool isResident,
+                                 bool verified) {
+  const auto text = [&](int key, const char* name) { return bytesOf(member(message[key], name)); };
+  const Credential made{.id = randomBytes(32),
+                        .rpId = text(2, "id"),
+                        .userId = text(3, "id"),
+                        .userName = text(3, "name"),
+                        .displayName = text(3, "displayName"),
+                        .algorithm = algorithm,
+                        .isResident = isResident,
+                        .key = newKey(algorithm)};
+  std::erase_if(credentials_, [&](const Credential& old) {
+    return isResident && old.isResident && old.rpId == made.rpId && old.userId == made.userId;
+  });
+  credentials_.push_back(made);
+  const std::string data = sha256(made.rpId) + (verified ? '\x45' : '\x41') + std::string(4, '\0') +
+                           std::string(16, 'S') + '\0' + ' ' + made.id +
+                           coseKey(made.key.get(), algorithm);
+  const auto statement = map(
+      {{cbor::text("alg"), number(algorithm)},
+       {cbor::text("sig"), bytes(sign(made.key.get(), algorithm, data + bytesOf(message[1])))}});
+  return status(ok) +
+         map({{number(1), cbor::text("packed")}, {number(2), bytes(data)}, {number(3), statement}});
+}
+
+std::string SimulatedCtap::assertion(const Credential& credential, const std::string& hash,
+                                     std::uint8_t flags, std::size_t count) {
+  ++counter_;
+  const std::string data = sha256(credential.rpId) + static_cast<char>(flags) +
+                           std::string(2, '\0') + static_cast<char>(counter_ >> 8U) +
+                           static_cast<char>(counter_ & 0xFFU);
+  // Names are for a person who has been verified, and has to choose.
+  const bool named = count > 1 && (flags & 0x04U) != 0;
+  const auto user = map({{text("id"), bytes(credential.userId)},
+                         {text("name"), named ? text(credential.userName) : ""},
+                         {text("displayName"), named ? text(credential.displayName) : ""}});
+  return status(ok) +
+         map({{number(1),
+               map({{text("id"), bytes(credential.id)}, {text("type"), text("public-key")}})},
+              {number(2), bytes(data)},
+              {number(3), bytes(sign(credential.key.get(), credential.algorithm, data + hash))},
+              {number(4), credential.isResident ? user : ""},
+              {number(5), count > 1 ? number(static_cast<std::int64_t>(count)) : ""}});
+}
+
+SimulatedCtap::Reply SimulatedCtap::get(const Message& message) {
+  const std::string rpId = bytesOf(message[1]);
+  const std::string hash = bytesOf(message[2]);
+  const auto ids = idsIn(message[3]);
+  if (ids.size() > behaviour.mostIds) return {status(invalidParameter), {}};
+  bool verified = false;
+  if (const auto wrong = checkPerson(message, 6, hash, false, verified); wrong != ok) {
+    return {status(wrong), {}};
+  }
+  std::vector<Credential> fitting;
+  std::ranges::copy_if(credentials_, std::back_inserter(fitting), [&](const Credential& one) {
+    return one.rpId == rpId && (ids.empty() ? one.isResident : std::ranges::count(ids, one.id) > 0);
+  });
+  if (!ids.empty() && fitting.size() > 1) fitting.resize(1);
+  const bool needsTouch = message.option(5, "up", true);
+  const auto flags = static_cast<std::uint8_t>((needsTouch ? 1U : 0U) | (verified ? 4U : 0U));
+  const auto give = [this, fitting, hash, flags] {
+    following_.clear();
+    if (fitting.empty()) return status(noCredentials);
+    for (const auto& one : fitting) {
+      following_.push_back(assertion(one, hash, flags, fitting.size()));
+    }
+    std::string first = std::move(following_.front());
+    following_.erase(following_.begin());
+    return first;
+  };
+  if (!needsTouch) return {give(), {}};
+  if (behaviour.refusal != 0) return {{}, [code = behaviour.refusal] { return status(code); }};
+  return {{}, give};
+}
+
+std::uint8_t SimulatedCtap::checkPIN(std::string_view encrypted, const std::string& secret) {
+  if (behaviour.tries == 0) return pinBlocked;
+  if (wrongInARow_ >= 3) return pinAuthBlocked;
+  if (aes(secret, encrypted, false) == sha256(behaviour.pin).substr(0, 16)) {
+    behaviour.tries = 8;
+    wrongInARow_ = 0;
+    return ok;
+  }
+  agreement_ = newKey(-7);
+  if (--behaviour.tries == 0) return pinBlocked;
+  return ++wrongInARow_ >= 3 ? pinAuthBlocked : pinInvalid;
+}
+
+std::string SimulatedCtap::setPIN(const Message& message, const std::string& secret,
+                                  bool isChange) {
+  const std::string encrypted = bytesOf(message[5]);
+  const std::string current = bytesOf(message[6]);
+  const std::string proof = hmac(secret, encrypted + (isChange ? current : "")).substr(0, 16);
+  if (isChange == behaviour.pin.empty() || bytesOf(message[4]) != proof) {
+    return status(pinAuthInvalid);
+  }
+  if (isChange) {
+    if (const auto wrong = checkPIN(current, secret); wrong != ok) return status(wrong);
+  }
+  const std::string chosen = aes(secret, encrypted, false).c_str();
+  if (chosen.size() < 6 || chosen == behaviour.pin) return status(pinPolicy);
+  behaviour.pin = chosen;
+  behaviour.wantsNewPIN = false;
+  return status(ok);
+}
+
+std::string SimulatedCtap::getToken(const Message& message, const std::string& secret) {
+  if (behaviour.pin.empty()) return status(pinNotSet);
+  if (const auto wrong = checkPIN(bytesOf(message[6]), secret); wrong != ok) return status(wrong);
+  if (behaviour.wantsNewPIN) return status(pinPolicy);
+  token_ = randomBytes(32);
+  return status(ok) + map({{number(2), bytes(aes(secret, token_, true))}});
+}
+
+SimulatedCtap::Reply SimulatedCtap::pinCommand(const Message& message) {
+  if (!behaviour.takesPIN) return {status(invalidCommand), {}};
+  const auto* other = message[3];
+  const std::string secret = other != nullptr ? agree(agreement_.get(), bytesOf(member(other, -2)),
+                                                      bytesOf(member(other, -3)))
+                                              : "";
+  const int command = numberOf(message[2]);
+  if (command >= 3 && secret.empty()) return {status(invalidParameter), {}};
+  switch (command) {
+    case 1:
+      return {status(ok) + map({{number(3), number(behaviour.tries)}}), {}};
+    case 2:
+      return {status(ok) + map({{number(1), coseKey(agreement_.get(), -25)}}), {}};
+    case 3:
+    case 4:
+      return {setPIN(message, secret, command == 4), {}};
+    case 5:
+      return {getToken(message, secret), {}};
+    default:
+      return {status(invalidParameter), {}};
+  }
+}
+
+}  // namespace veltrane::testing
