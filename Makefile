@@ -17,6 +17,7 @@ help:
 	@echo "make clean             remove what was built"
 
 demo:
+	@scripts/demo.sh --check "$(FLOW)"
 	@scripts/install-packages.sh demo
 	@cmake --preset demo --log-level=WARNING
 	@cmake --build --preset demo

@@ -3,17 +3,19 @@
 # drawn off screen, fills itself in, and leaves a picture of every screen.
 #
 #   scripts/demo.sh <build folder> <flow>
+#   scripts/demo.sh --check <flow>         only tells whether there is such a flow, with status 2 if not
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-vtflow="$1/apps/vtflow/vtflow"
 flow="$2"
-script="apps/sandbox/flows/$flow.json"
-if [ ! -f "$script" ]; then
-  echo "There is no flow \"$flow\". There are:" >&2
-  basename -as .json apps/sandbox/flows/*.json >&2
+flows=$(basename -as .json apps/sandbox/flows/*.json)
+if ! grep -qxF -e "$flow" <<< "$flows"; then
+  printf 'There is no flow "%s". There are:\n%s\n' "$flow" "$flows" >&2
   exit 2
 fi
+[ "$1" != --check ] || exit 0
+vtflow="$1/apps/vtflow/vtflow"
+script="apps/sandbox/flows/$flow.json"
 scratch=$(mktemp -d -t veltrane-demo-XXXXXX)
 server=
 trap '[ -z "$server" ] || kill "$server" 2> /dev/null || true; rm -rf "$scratch"' EXIT
@@ -26,15 +28,18 @@ if ! read -r -t 60 -u "$ready" word url _ authority || [ "$word" != ready ]; the
   exit 1
 fi
 echo "The sandbox serves on $url"
-if grep -q '"challenges"' "$script"; then
-  echo "This flow waits for a second device, which is the page ${url%/v1}/approve"
+has_display=
+[ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] || has_display=yes
+# A challenge is opened where an answer names it.
+if [ -n "$has_display" ] && grep -qF '${challenge:' "$script"; then
+  echo "Where this flow waits for a second device, that is the page ${url%/v1}/approve"
   echo "(a browser warns of its certificate, which only this machine knows)"
 fi
 
 arguments=(run --company demo --flow "$flow" --base-url "$url" --ca "$authority"
   --look "$script" --store "$scratch/settings.db")
 status=0
-if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+if [ -n "$has_display" ]; then
   "$vtflow" "${arguments[@]}" || status=$?
 else
   pictures="demo-pictures/$flow"

@@ -12,8 +12,14 @@ Window {
         origin: "https://localhost"
         companyId: "acme"
         flowId: "two-step-sign-in"
-        onResponse: response => Qt.quit()
-        onError: error => Qt.exit(1)
+        onResponse: response => {
+            console.log("Signed in.");
+            Qt.quit();
+        }
+        onError: error => {
+            console.log(error.description);
+            Qt.exit(1);
+        }
         Component.onCompleted: Qt.callLater(runFlow)
     }
 }

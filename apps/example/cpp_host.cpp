@@ -1,14 +1,16 @@
 // A host in C++: opens the sign-in flow over its window and prints the outcome.
 //
 //   cpp_host <base URL of the API> <PEM file of the authority to trust>
+//
+// Exit status: 0 signed in, 1 not signed in, 2 wrong use or no display.
 #include <QGuiApplication>
 #include <QQuickWindow>
 #include <iostream>
 
+#include "apps/example/host.h"
 #include "platform/qtquick/flow_presenter.h"
 #include "platform/qtquick/install.h"
 #include "veltrane/flow/vt_flow.h"
-#include "veltrane/network/network_api_request.h"
 
 namespace {
 
@@ -23,10 +25,13 @@ struct Outcome final : veltrane::VeltraneFlowDelegate {
 }  // namespace
 
 int main(int count, char** words) {
-  QGuiApplication application(count, words);
-  if (count < 3) return std::cerr << "usage: cpp_host BASE_URL AUTHORITY_FILE\n", 2;
-  veltrane::APIBaseURL::setProduction(words[1]);
-  veltrane::qtquick::install({.authorityFile = words[2]});
+  if (!example::useServer("cpp_host", count, words)) return 2;
+  const auto application = example::makeApplication("cpp_host", count, words);
+  // The library's diagnostic lines go to standard error unless the platform has a console. A host
+  // with a log of its own puts a ConsoleSink there; this one has none and keeps quiet.
+  auto platform = veltrane::qtquick::makePlatform({.authorityFile = words[2]});
+  platform.console = std::make_shared<example::Quiet>();
+  veltrane::Platform::install(std::move(platform));
 
   QQuickWindow window;
   window.resize(390, 844);

@@ -1,18 +1,21 @@
 // Loads a host that is written in QML.
 //
 //   qml_host <base URL of the API> <PEM file of the authority to trust>
+//
+// Exit status: 0 signed in, 1 not signed in, 2 wrong use or no display.
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
-#include <iostream>
 
+#include "apps/example/host.h"
 #include "platform/qtquick/install.h"
-#include "veltrane/network/network_api_request.h"
 
 int main(int count, char** words) {
-  QGuiApplication application(count, words);
-  if (count < 3) return std::cerr << "usage: qml_host BASE_URL AUTHORITY_FILE\n", 2;
-  veltrane::APIBaseURL::setProduction(words[1]);
-  veltrane::qtquick::install({.authorityFile = words[2]});
+  if (!example::useServer("qml_host", count, words)) return 2;
+  const auto application = example::makeApplication("qml_host", count, words);
+  auto platform = veltrane::qtquick::makePlatform({.authorityFile = words[2]});
+  platform.console = std::make_shared<example::Quiet>();
+  veltrane::Platform::install(std::move(platform));
+  veltrane::qtquick::registerTypes();
   QQmlApplicationEngine engine(QUrl("qrc:/QmlHost.qml"));
   return engine.rootObjects().isEmpty() ? 1 : QGuiApplication::exec();
 }

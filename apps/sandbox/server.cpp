@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <ctime>
 #include <fstream>
 #include <future>
 #include <iterator>
@@ -64,6 +65,14 @@ RecordedRequest recorded(const httplib::Request& request) {
     if (!isNote) record.headers.emplace_back(name, value);
   }
   return record;
+}
+
+std::string httpDate(std::time_t time) {
+  std::tm parts{};
+  char text[40];
+  const std::size_t size =
+      std::strftime(text, sizeof text, "%a, %d %b %Y %H:%M:%S GMT", ::gmtime_r(&time, &parts));
+  return {text, size};
 }
 
 /// The path alone: an interaction id is nobody's business, and a log line is one line.
@@ -145,12 +154,17 @@ class Server::Impl {
       ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
       listening_ = socket;
     });
+    server_.set_pre_routing_handler(
+        [this](const auto& request, auto& response) { return answerBodiless(request, response); });
     const std::string everything = R"([\s\S]*)";
     const auto handler = [this](const httplib::Request& request, httplib::Response& response) {
       handle(request, response);
     };
     server_.Get(everything, handler).Post(everything, handler).Put(everything, handler);
     server_.Patch(everything, handler).Delete(everything, handler).Options(everything, handler);
+    server_.set_post_routing_handler([](const httplib::Request&, httplib::Response& response) {
+      response.set_header("Date", httpDate(std::time(nullptr)));
+    });
     server_.set_error_handler([](const httplib::Request&, httplib::Response& response) {
       // Requests that httplib refused before they came here.
       if (response.has_header("Content-Type") || response.status == 500) return;
@@ -196,6 +210,19 @@ class Server::Impl {
       outcome = std::to_string(refusal.status()) + " (" + refusal.code() + ")";
     }
     log(record, outcome, std::chrono::steady_clock::now() - begin);
+  }
+
+  /// A request that announces no body has none, but httplib would wait for it until the client
+  /// gives up.
+  httplib::Server::HandlerResponse answerBodiless(const httplib::Request& request,
+                                                  httplib::Response& response) {
+    const bool announcesBody =
+        request.has_header("Content-Length") || request.has_header("Transfer-Encoding");
+    const bool mayHaveBody =
+        request.method == "POST" || request.method == "PUT" || request.method == "PATCH";
+    if (announcesBody || !mayHaveBody) return httplib::Server::HandlerResponse::Unhandled;
+    handle(request, response);
+    return httplib::Server::HandlerResponse::Handled;
   }
 
   void answerPage(const httplib::Request& request, httplib::Response& response,

@@ -57,7 +57,10 @@ void addServerOptions(CLI::App& command, FlowOptions& options) {
 }  // namespace
 
 void addFlowOptions(CLI::App& command, FlowOptions& options) {
-  command.add_option("--company", options.companyId, "Company")->required()->type_name("ID");
+  command.add_option("--company", options.companyId, "Company")
+      ->required()
+      ->check(checkedBy(checkNotEmpty))
+      ->type_name("ID");
   command.add_option("--flow", options.flowId, "Flow to run")->type_name("ID");
   command.add_option("--policy", options.policyId, "Policy to run, unless a flow is named")
       ->type_name("ID");

@@ -106,6 +106,10 @@ std::optional<double> parseNumber(const std::string& text) {
   return number;
 }
 
+std::string checkNotEmpty(const std::string& text) {
+  return text.empty() ? "must not be empty" : "";
+}
+
 std::string checkNumber(const std::string& text, double least, double most) {
   const auto number = parseNumber(text);
   if (number && *number >= least && *number <= most) return {};
@@ -127,13 +131,19 @@ std::string checkBaseURL(const std::string& text) {
          quoted(text);
 }
 
-std::string checkAuthorityFile(const std::string& text) {
+std::string checkReadableFile(const std::string& text) {
   std::error_code error;
   if (!fs::exists(text, error)) return "there is no file " + quoted(text);
   if (fs::is_directory(text, error)) return "must be a file; " + quoted(text) + " is a folder";
   if (::access(text.c_str(), R_OK) != 0) {
     return "cannot read " + quoted(text) + ": " + std::strerror(errno);
   }
+  return {};
+}
+
+std::string checkAuthorityFile(const std::string& text) {
+  const auto wrong = checkReadableFile(text);
+  if (!wrong.empty()) return wrong;
   if (!holdsCertificate(text)) return "there is no PEM certificate in " + quoted(text);
   return {};
 }
@@ -159,6 +169,17 @@ std::string checkStoreFile(const std::string& text) {
   if (fs::exists(text, error)) return checkExistingStore(text);
   if (text.ends_with('/')) return "must be a file; " + quoted(text) + " names a folder";
   return checkFilesCanBeMadeIn(fs::absolute(text, error).parent_path());
+}
+
+std::string checkFlowsFolder(const std::string& text) {
+  std::error_code error;
+  fs::directory_iterator entry(text, error);
+  while (!error && entry != fs::directory_iterator()) {
+    if (entry->path().extension() == ".json") return {};
+    entry.increment(error);
+  }
+  if (error) return "cannot read the folder " + quoted(text) + ": " + error.message();
+  return "there is no flow (*.json) in the folder " + quoted(text);
 }
 
 std::string checkWritableFolder(const std::string& text) {

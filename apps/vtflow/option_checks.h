@@ -17,6 +17,8 @@ CLI::Validator checkedBy(std::string (*check)(const std::string&));
 /// The whole text as a plain decimal number, finite.
 std::optional<double> parseNumber(const std::string& text);
 
+/// Any text but an empty one.
+std::string checkNotEmpty(const std::string& text);
 std::string checkNumber(const std::string& text, double least, double most);
 /// Above zero, a day at most.
 std::string checkSeconds(const std::string& text);
@@ -29,6 +31,10 @@ std::string checkThemeEntry(const std::string& text);
 /// A place where a settings file is or can be made, for reading and writing. What the file holds
 /// is not looked at.
 std::string checkStoreFile(const std::string& text);
+/// A file that is there and can be read.
+std::string checkReadableFile(const std::string& text);
+/// A folder with at least one "*.json" file.
+std::string checkFlowsFolder(const std::string& text);
 /// A folder that is there, or can be made, and that files can be made in.
 std::string checkWritableFolder(const std::string& text);
 

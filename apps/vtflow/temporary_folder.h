@@ -4,7 +4,8 @@
 
 namespace veltrane::tool {
 
-/// A fresh folder that only its owner can look into; removed with all it holds at the end.
+/// A fresh folder that only its owner can look into; removed with all it holds at the end. A run
+/// that was killed leaves its folder to the next one, which removes it.
 class TemporaryFolder {
  public:
   /// Throws std::filesystem::filesystem_error when none can be made.
@@ -17,6 +18,9 @@ class TemporaryFolder {
 
  private:
   std::filesystem::path path_;
+  /// The folder, locked for as long as this process lives: the kernel tells who is gone, also of
+  /// processes in other containers that share the folder of temporary files.
+  int lock_ = -1;
 };
 
 }  // namespace veltrane::tool

@@ -9,11 +9,18 @@
 
 #include "apps/vtflow/drive/drive_command.h"
 #include "apps/vtflow/drive/exit_status.h"
+#include "apps/vtflow/messages.h"
 #include "apps/vtflow/serve/serve_command.h"
 #include "apps/vtflow/window/run_command.h"
 
 namespace veltrane::tool {
 namespace {
+
+constexpr const char* kDriveHelp =
+    "\n\nStandard output carries the flow's result in full, its tokens included. What is typed "
+    "into a"
+    "\nfield that is not secure stands unmasked in the requests: a one-time code, say."
+    "\ndocs/drive.md describes the events and the commands";
 
 struct Options {
   DriveOptions drive;
@@ -28,7 +35,7 @@ struct Parser {
     app.require_subcommand(0, 1);
     run->prefix_command();
     addDriveOptions(*drive, options.drive);
-    drive->footer(exit_status::kHelp);
+    drive->footer(std::string(exit_status::kHelp) + kDriveHelp);
     addServeOptions(*serve, options.serve);
     app.footer("vtflow COMMAND --help tells the options of each.");
   }
@@ -55,18 +62,15 @@ struct Parser {
   CLI::App* serve = app.add_subcommand("serve", "Run the sandbox server on a loopback address");
 };
 
-std::string oneLine(std::string text) {
-  std::replace(text.begin(), text.end(), '\n', ' ');
-  return text;
-}
-
 int explain(const Parser& parser, const CLI::ParseError& error, const Terminal& terminal) {
   if (error.get_exit_code() == 0) {
     parser.app.exit(error, terminal.text, terminal.errors);
-    return 0;
+    if (terminal.text.flush()) return 0;
+    terminal.errors << "vtflow: cannot write to standard output\n";
+    return exit_status::kNoResult;
   }
   const auto name = parser.name();
-  terminal.errors << name << ": " << oneLine(error.what()) << " (see " << name << " --help)\n";
+  terminal.errors << name << ": " << asReason(error.what()) << " (see " << name << " --help)\n";
   return exit_status::kUsage;
 }
 
@@ -75,7 +79,7 @@ int dispatch(const Parser& parser, const Options& options, const Terminal& termi
     if (parser.drive->parsed()) return drive(options.drive, terminal.input, terminal.output);
     return serve(options.serve, terminal.text, terminal.errors);
   } catch (const std::exception& error) {
-    terminal.errors << parser.name() << ": " << oneLine(error.what()) << '\n';
+    terminal.errors << parser.name() << ": " << asReason(error.what()) << '\n';
     return exit_status::kNoResult;
   }
 }
@@ -90,8 +94,8 @@ int runTool(int argumentCount, const char* const* arguments, Terminal terminal) 
   Options options;
   Parser parser(options);
   if (!words.empty() && !words.front().starts_with('-') && !parser.knows(words.front())) {
-    terminal.errors << "vtflow: there is no command \"" << oneLine(words.front())
-                    << "\", but run, drive and serve (see vtflow --help)\n";
+    terminal.errors << "vtflow: " << asReason("there is no command \"" + words.front() + "\"")
+                    << ", but run, drive and serve (see vtflow --help)\n";
     return exit_status::kUsage;
   }
   try {

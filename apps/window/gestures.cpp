@@ -4,6 +4,7 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QQuickWindow>
+#include <algorithm>
 
 namespace veltrane::window {
 namespace {
@@ -30,7 +31,32 @@ void clickWith(QQuickItem& item, WhileDown whileDown) {
   mouse(window, QEvent::MouseButtonRelease, middle, Qt::NoButton);
 }
 
+constexpr double kOverlap = 60;
+
 }  // namespace
+
+QQuickItem* findItem(QQuickItem* root, const QString& name) {
+  if (!root || !root->isVisible()) return nullptr;
+  if (root->objectName() == name) return root;
+  for (QQuickItem* child : root->childItems()) {
+    if (QQuickItem* found = findItem(child, name)) return found;
+  }
+  return nullptr;
+}
+
+bool scrollOn(QQuickItem& list) {
+  const auto number = [&list](const char* name) { return list.property(name).toDouble(); };
+  const double last =
+      number("originY") + number("contentHeight") + number("bottomMargin") - list.height();
+  const double now = number("contentY");
+  if (now > last - 1) return false;
+  list.setProperty("contentY", std::min(now + std::max(list.height() - kOverlap, 1.0), last));
+  return true;
+}
+
+void scrollToTop(QQuickItem& list) {
+  QMetaObject::invokeMethod(&list, "positionViewAtBeginning");
+}
 
 void click(QQuickItem& item) {
   clickWith(item, [] {});

@@ -1,17 +1,19 @@
 // Opens a flow in a window; with --pictures off screen.
 #include <CLI/CLI.hpp>
 #include <QGuiApplication>
-#include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <memory>
+#include <string>
 #include <string_view>
 #include <utility>
 
 #include "apps/vtflow/drive/exit_status.h"
+#include "apps/vtflow/messages.h"
 #include "apps/vtflow/temporary_folder.h"
 #include "apps/vtflow/termination_signals.h"
+#include "apps/window/display.h"
 #include "apps/window/script.h"
 #include "apps/window/window_options.h"
 #include "apps/window/window_run.h"
@@ -27,13 +29,25 @@ class Silence final : public ConsoleSink {
   void print(std::string_view /*line*/) override {}
 };
 
-/// Without a display, or for pictures, Qt draws into memory. Must come before the application.
+void setUnlessSet(const char* variable, const char* value) {
+  const char* const former = std::getenv(variable);
+  if (!former || !*former) setenv(variable, value, 1);
+}
+
+/// For pictures, or for a script without a display, Qt draws into memory. Must come before the
+/// application.
 void chooseDisplay(const window::WindowOptions& options) {
-  const bool none = !std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY");
-  if (!options.pictures && !(options.script && none)) return;
-  setenv("QT_QPA_PLATFORM", "offscreen", 0);
-  setenv("QT_QUICK_BACKEND", "software", 0);
-  setenv("QT_SCALE_FACTOR", "2", 0);
+  if (!options.pictures && !(options.script && !window::isDisplayNamed())) return;
+  setenv("QT_QPA_PLATFORM", "offscreen", 1);
+  setUnlessSet("QT_QUICK_BACKEND", "software");
+  setUnlessSet("QT_SCALE_FACTOR", "2");
+}
+
+std::unique_ptr<QGuiApplication> makeApplication(int& count, char** words) {
+  const window::DisplayCheck check(
+      "vtflow run",
+      "start it where there is one, or leave pictures of the screens with --pictures DIR");
+  return std::make_unique<QGuiApplication>(count, words);
 }
 
 void installPlatform(const window::WindowOptions& options, const std::filesystem::path& store) {
@@ -47,17 +61,6 @@ void installPlatform(const window::WindowOptions& options, const std::filesystem
   tool::applyServerURLs(options.flow);
 }
 
-/// A run that ended without a result and without having said why.
-void explain(const window::WindowOptions& options, bool interrupted) {
-  if (interrupted) {
-    std::cout << "result   none: interrupted" << std::endl;
-  } else if (!options.script) {
-    std::cout << "result   none: "
-              << (options.pictures ? "there is no --script to go on with" : "the window was closed")
-              << std::endl;
-  }
-}
-
 int run(window::WindowOptions& options, int& count, char** words) {
   std::vector<JSON> script;
   if (options.script) script = window::readScript(*options.script);
@@ -65,30 +68,33 @@ int run(window::WindowOptions& options, int& count, char** words) {
   chooseDisplay(options);
   // Before any thread. What is under way then ends in good order, the temporary folder with it.
   const tool::TerminationSignals held;
-  QGuiApplication application(count, words);
+  const auto application = makeApplication(count, words);
   const tool::TemporaryFolder folder;
   installPlatform(options, folder.path() / "settings.db");
-  std::atomic<bool> interrupted = false;
   int status = exit_status::kNoResult;
   {
-    const tool::SignalWatch watch([&] {
-      interrupted = true;
+    window::WindowRun flow(options, std::move(script));
+    const tool::SignalWatch watch([&flow] {
       QMetaObject::invokeMethod(
-          &application, [] { QCoreApplication::exit(exit_status::kNoResult); },
-          Qt::QueuedConnection);
+          &flow, [&flow] { flow.giveUp("interrupted"); }, Qt::QueuedConnection);
     });
-    status = window::WindowRun(options, std::move(script)).run();
+    status = flow.run();
   }
-  if (status == exit_status::kNoResult) explain(options, interrupted);
   // The adapters live on this thread and must not outlive the application.
   Platform::install({});
   return status;
 }
 
-int fail(std::string text, int status) {
-  std::replace(text.begin(), text.end(), '\n', ' ');
-  std::cerr << "vtflow run: " << text << '\n';
+int fail(const std::string& text, int status) {
+  std::cerr << "vtflow run: " << tool::asReason(text) << '\n';
   return status;
+}
+
+/// A result that nobody can have read is none.
+int unlessOutputIsLost(int status) {
+  if (std::cout.flush()) return status;
+  fail("cannot write to standard output", status);
+  return status == exit_status::kResponse ? exit_status::kNoResult : status;
 }
 
 }  // namespace
@@ -99,10 +105,10 @@ int main(int count, char** words) {
   addWindowOptions(app, options);
   try {
     app.parse(count, words);
-    return run(options, count, words);
+    return unlessOutputIsLost(run(options, count, words));
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) return app.exit(error);
-    return fail(std::string(error.what()) + " (see vtflow run --help)", exit_status::kUsage);
+    if (error.get_exit_code() == 0) return unlessOutputIsLost(app.exit(error));
+    return fail(tool::asReason(error.what()) + " (see vtflow run --help)", exit_status::kUsage);
   } catch (const window::FileError& error) {
     return fail(error.what(), exit_status::kUsage);
   } catch (const std::exception& error) {

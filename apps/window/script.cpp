@@ -78,6 +78,23 @@ bool flagOf(const JSON& look, const char* name, const std::filesystem::path& fil
   return look[name].boolean().value_or(false);
 }
 
+/// Null for a flow without one.
+JSON readLook(const std::filesystem::path& file) {
+  const JSON flow = readFile(file);
+  if (!flow.isObject()) fail(file, "is no flow: it must be an object");
+  if (!flow.contains("look")) return {};
+  const JSON look = flow["look"];
+  if (!look.isObject()) fail(file, "look: must be an object");
+  look.forEachMember([&](std::string_view key, const JSON&) {
+    const bool isKnown = key == "rightToLeft" || key == "dark" || key == "theme";
+    if (!isKnown) fail(file, "look: unknown key " + quoted(key));
+  });
+  if (look.contains("theme") && !look["theme"].isObject()) {
+    fail(file, "look.theme: must be an object");
+  }
+  return look;
+}
+
 }  // namespace
 
 std::vector<JSON> readScript(const std::filesystem::path& file) {
@@ -94,11 +111,12 @@ std::vector<JSON> readScript(const std::filesystem::path& file) {
 }
 
 void applyLook(const std::filesystem::path& file, WindowOptions& options) {
-  const JSON look = readFile(file)["look"];
+  const JSON look = readLook(file);
   options.rightToLeft |= flagOf(look, "rightToLeft", file);
   options.dark |= flagOf(look, "dark", file);
   std::vector<std::string> theme;
   look["theme"].forEachMember([&](std::string_view key, const JSON& colour) {
+    if (!colour.text()) fail(file, "look.theme." + std::string(key) + ": must be a text");
     theme.push_back(std::string(key) + '=' + colour.textValue());
     const auto wrong = tool::checkThemeEntry(theme.back());
     if (!wrong.empty()) fail(file, "look.theme: " + wrong);

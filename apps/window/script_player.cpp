@@ -29,17 +29,6 @@ QObject* call(QQuickItem& item, const char* function, int argument) {
   return result.value<QObject*>();
 }
 
-/// Items that a view made for its delegates have no QObject parent there, so the search goes by
-/// what is drawn.
-QQuickItem* find(QQuickItem* root, const QString& name) {
-  if (!root || !root->isVisible()) return nullptr;
-  if (root->objectName() == name) return root;
-  for (QQuickItem* child : root->childItems()) {
-    if (QQuickItem* found = find(child, name)) return found;
-  }
-  return nullptr;
-}
-
 }  // namespace
 
 ScriptPlayer::ScriptPlayer(qtquick::FlowStage& stage, QQuickWindow& window,
@@ -191,7 +180,7 @@ QQuickItem* ScriptPlayer::control(int row, const char* className) const {
 
 QQuickItem* ScriptPlayer::named(const char* name) const {
   const auto* view = stage_.activeView();
-  return view ? find(view->content(), QString::fromLatin1(name)) : nullptr;
+  return view ? findItem(view->content(), QString::fromLatin1(name)) : nullptr;
 }
 
 }  // namespace veltrane::window

@@ -13,6 +13,10 @@ namespace {
 
 namespace exit_status = tool::exit_status;
 
+constexpr const char* kDisplayHelp =
+    "\n\nWithout a display it ends with status 2, unless --pictures or --script is given: then it "
+    "draws"
+    "\nthe window into memory";
 constexpr int kLargestSide = 10'000;
 
 bool readSide(std::string_view text, int& side) {
@@ -39,7 +43,7 @@ std::optional<QSize> readSize(std::string_view text) {
 
 void addWindowOptions(CLI::App& command, WindowOptions& options) {
   addFlowOptions(command, options.flow);
-  command.footer(exit_status::kHelp);
+  command.footer(std::string(exit_status::kHelp) + kDisplayHelp);
   command.add_flag("--tablet", options.tablet, "Behave as on a tablet");
   command.add_flag("--dark", options.dark, "Dark colours, whatever the system asks for");
   command.add_flag("--rtl", options.rightToLeft, "Lay out from right to left");
@@ -71,13 +75,13 @@ void addWindowOptions(CLI::App& command, WindowOptions& options) {
           "--script", options.script,
           "Commands to play with keys and clicks, as vtflow drive takes them: a JSON list, or "
           "a flow file that has them as its \"demo\"")
-      ->check(CLI::ExistingFile.description(""))
+      ->check(tool::checkedBy(tool::checkReadableFile))
       ->type_name("FILE");
   command
       .add_option("--look", options.look,
                   "Flow file whose \"look\" says direction, darkness and theme; --theme "
                   "goes before it")
-      ->check(CLI::ExistingFile.description(""))
+      ->check(tool::checkedBy(tool::checkReadableFile))
       ->type_name("FILE");
 }
 

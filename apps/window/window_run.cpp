@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "apps/vtflow/drive/exit_status.h"
+#include "apps/window/gestures.h"
 #include "platform/qtquick/alert_item.h"
 #include "platform/qtquick/flow_stage.h"
 #include "platform/qtquick/screen_items.h"
@@ -19,6 +20,10 @@ using qtquick::FlowStage;
 constexpr std::chrono::milliseconds kRest{80};
 /// Pictures that take longer are left out of the picture of their screen.
 constexpr int kPatience = 10'000;
+/// A wait that a user would notice.
+constexpr int kNoticeable = 400;
+/// Enough for every form; a list of thousands has more of the same.
+constexpr int kMostPages = 12;
 /// Milliseconds without anything new before a script that is over is the end of the run.
 constexpr int kLastWait = 1'000;
 /// Rests that a picture needs to come in after it has arrived.
@@ -68,7 +73,7 @@ WindowRun::WindowRun(const WindowOptions& options, std::vector<JSON> script) : o
   rest_.setInterval(kRest);
   QGuiApplication::setQuitOnLastWindowClosed(false);
   connect(&window_, &QWindow::visibleChanged, this, [this](bool visible) {
-    if (!visible) end(report_ ? report_->status : exit_status::kNoResult);
+    if (!visible) giveUp("the window was closed");
   });
   connect(&rest_, &QTimer::timeout, this, &WindowRun::atRest);
   connect(&stage, &FlowStage::presentationChanged, this, &WindowRun::happened);
@@ -114,15 +119,18 @@ void WindowRun::happened(const PresentationChange& change) {
   }
   if (change.transition == Transition::dismissed) return;
   newToSee_ = true;
+  turned_ = 0;
+  hasShownLoading_ = false;
   waiting_.invalidate();
   const char* how = change.transition == Transition::back ? "back to  " : "screen   ";
   say(how + nameOf(*change.controller));
 }
 
 void WindowRun::completed(ExitReport report) {
+  if (report_) return;
   say(report.line);
   report_ = std::move(report);
-  rest_.start();
+  if (!over_) rest_.start();
 }
 
 bool WindowRun::isAtRest() const {
@@ -141,9 +149,9 @@ void WindowRun::atRest() {
     calm_.invalidate();
   } else if (!waitsForPictures()) {
     if (newToSee_) takePicture();
-    playOn();
+    if (!turnPage()) playOn();
   }
-  rest_.start();
+  if (!over_) rest_.start();
 }
 
 bool WindowRun::waitsForPictures() {
@@ -157,6 +165,10 @@ bool WindowRun::waitsForPictures() {
   }
   if (screen->rows()->isLoading()) {
     calmRests_ = 0;
+    if (!hasShownLoading_ && waiting_.hasExpired(kNoticeable)) {
+      hasShownLoading_ = true;
+      savePicture(" loading");
+    }
     return !waiting_.hasExpired(kPatience);
   }
   return ++calmRests_ < kComingIn;
@@ -166,6 +178,10 @@ void WindowRun::takePicture() {
   waiting_.invalidate();
   newToSee_ = false;
   playedSince_ = false;
+  savePicture(turned_.value_or(0) > 0 ? " continued" : "");
+}
+
+void WindowRun::savePicture(const std::string& addition) {
   const auto* view = presenter_->stage().activeView();
   if (!pictures_ || !view) return;
   // The drawing in memory repairs only what has changed; this makes it draw everything afresh.
@@ -173,16 +189,35 @@ void WindowRun::takePicture() {
   window_.grabWindow();
   presenter_->overlay()->setOpacity(1);
   const auto name = view->isAlert() ? std::string("alert") : nameOf(*view->controller());
-  const auto file = pictures_->take(window_, name);
+  const auto file = pictures_->take(window_, name + addition);
   pictureLost_ = pictureLost_ || !file;
   say(file ? "picture  " + file->string() : "picture  of " + name + " could not be saved");
+}
+
+bool WindowRun::turnPage() {
+  if (!pictures_ || !turned_) return false;
+  QQuickItem* const list = listOnDisplay();
+  if (list && *turned_ < kMostPages && scrollOn(*list)) {
+    ++*turned_;
+    newToSee_ = true;
+    return true;
+  }
+  const bool wasTurned = *turned_ > 0;
+  turned_.reset();
+  if (list && wasTurned) scrollToTop(*list);
+  return wasTurned;
+}
+
+QQuickItem* WindowRun::listOnDisplay() const {
+  const auto* view = presenter_->stage().activeView();
+  return view ? findItem(view->content(), QStringLiteral("rows")) : nullptr;
 }
 
 void WindowRun::playOn() {
   if (report_) return;
   if (!player_) {
     // Pictures alone: the first screen at rest is what there is to see.
-    if (pictures_) end(exit_status::kNoResult);
+    if (pictures_) giveUp("there is no --script to go on with");
     return;
   }
   if (player_->isDone()) {
@@ -191,19 +226,23 @@ void WindowRun::playOn() {
     if (screen && screen->isPolling()) return;
     if (!calm_.isValid()) calm_.start();
     if (!calm_.hasExpired(kLastWait)) return;
-    say("result   none: the script has ended before the flow");
-    return end(exit_status::kNoResult);
+    return giveUp("the script has ended before the flow");
   }
   if (player_->isAboutToPress() && playedSince_) takePicture();
   playedSince_ = true;
   if (const auto refusal = player_->playNext()) {
     say("refused  " + *refusal);
-    say("result   none: the script cannot go on");
-    end(exit_status::kNoResult);
+    giveUp("the script cannot go on");
   }
 }
 
+void WindowRun::giveUp(const std::string& why) {
+  completed({"result   none: " + why, exit_status::kNoResult});
+  end(report_->status);
+}
+
 void WindowRun::end(int status) {
+  over_ = true;
   rest_.stop();
   // Whoever asked for pictures must hear that they are not all there.
   if (pictureLost_ && status == exit_status::kResponse) status = exit_status::kNoResult;

@@ -32,6 +32,9 @@ class WindowRun final : public QObject {
   /// Runs until the flow has gone, the window is closed or the script ends: the exit status.
   int run();
 
+  /// Ends a run that has no result, and says why; one that has a result ends by it.
+  void giveUp(const std::string& why);
+
  private:
   class Delegate;
 
@@ -43,6 +46,10 @@ class WindowRun final : public QObject {
   /// Pictures that are still on their way, within reason.
   bool waitsForPictures();
   void takePicture();
+  void savePicture(const std::string& addition);
+  /// Goes through a screen that is longer than the window; false once all of it has been shown.
+  bool turnPage();
+  QQuickItem* listOnDisplay() const;
   void playOn();
   void end(int status);
   static void say(const std::string& line);
@@ -60,6 +67,10 @@ class WindowRun final : public QObject {
   /// The script has acted on what the last picture shows.
   bool playedSince_ = false;
   bool pictureLost_ = false;
+  /// Pages of the screen on display that have been turned; absent: none is left.
+  std::optional<int> turned_;
+  bool hasShownLoading_ = false;
+  bool over_ = false;
   /// Runs while a script that is over waits for the flow.
   QElapsedTimer calm_;
   /// How long the screen on display has been waited for, and how long it has been complete.

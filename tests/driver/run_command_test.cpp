@@ -1,5 +1,7 @@
 #ifdef VTFLOW_HAS_WINDOW
+#include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 
@@ -10,6 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 /// `vtflow run`, off screen, as a program of its own with a temporary folder of its own.
 class RunCommand : public DriverTest {
@@ -47,6 +50,18 @@ class RunCommand : public DriverTest {
     EXPECT_EQ(start(words)->waitForEnd(), 4);
     std::ifstream file(path("pictures") + "/01-acme.png", std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
+  }
+  /// The names of the pictures that a run of the flow leaves.
+  std::vector<std::string> picturesOf(const std::string& flow) const {
+    auto words = arguments(flow, {"--pictures", path(flow.c_str())});
+    words.front() = "run";
+    EXPECT_EQ(start(words)->waitForEnd(), 4);
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(path(flow.c_str()))) {
+      names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
   }
 
  private:
@@ -94,6 +109,12 @@ TEST_F(RunCommand, WrongUseIsStatusTwoAndOneLineThatNamesIt) {
       {script("f.json", "{"), "f.json: is not JSON"},
       {look("g.json", R"({"look":{"dark":1}})"), "g.json: look.dark"},
       {look("h.json", R"({"look":{"theme":{"shade":"#fff"}}})"), "shade"},
+      {look("i.json", R"({"look":[]})"), "i.json: look: must be an object"},
+      {look("j.json", R"({"look":{"theme":["#fff"]}})"), "j.json: look.theme: must be an object"},
+      {look("k.json", R"({"look":{"theme":{"backgroundColor":[]}}})"), "must be a text"},
+      {look("l.json", R"({"look":{"shade":true}})"), "\"shade\""},
+      {look("m.json", "[]"), "m.json: is no flow"},
+      {{"--script", "/nowhere/at/all.json"}, "no file"},
   };
   for (const auto& [more, named] : wrong) {
     const auto run = startFlow(more);
@@ -103,6 +124,59 @@ TEST_F(RunCommand, WrongUseIsStatusTwoAndOneLineThatNamesIt) {
     EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
     EXPECT_EQ(run->output(), "") << named;
   }
+}
+
+TEST_F(RunCommand, TheFirstResultStands) {
+  const auto run = startFlow({"--script", write("script.json", R"([{"do":"cancel"}])")});
+  while (!run->line().starts_with("result")) {
+  }
+  run->signal(SIGINT);
+  EXPECT_EQ(run->waitForEnd(), 3);
+  const auto output = run->output();
+  EXPECT_EQ(output.find("result"), output.rfind("result")) << output;
+}
+
+TEST_F(RunCommand, SaysThatThereIsNoDisplay) {
+  const auto display = [](const std::string& name) {
+    return std::vector<std::string>{"QT_QPA_PLATFORM=", "DISPLAY=" + name, "WAYLAND_DISPLAY="};
+  };
+  auto words = arguments("sign-in");
+  words.front() = "run";
+  for (const std::string name : {"", ":nowhere"}) {
+    DriverProcess run(words, display(name));
+    EXPECT_EQ(run.waitForEnd(), 2);
+    const auto errors = run.errors();
+    EXPECT_THAT(errors, StartsWith(name.empty() ? "vtflow run: there is no display; "
+                                                : "vtflow run: the display cannot be opened "));
+    EXPECT_THAT(errors, AllOf(HasSubstr(name), HasSubstr("--pictures")));
+    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
+  }
+  // Pictures need none.
+  words.insert(words.end(), {"--pictures", path("pictures")});
+  DriverProcess pictures(words, display(""));
+  EXPECT_EQ(pictures.waitForEnd(), 4);
+  EXPECT_TRUE(fs::exists(path("pictures") + "/01-acme.png"));
+}
+
+TEST_F(RunCommand, PicturesShowAllOfALongScreenAndItsWait) {
+  json fields = json::array();
+  for (int i = 0; i < 20; ++i) fields.push_back(flows::textField("field" + std::to_string(i)));
+  const auto view = [](const json& rows) {
+    return json{{"navTitle", {{"value", "Acme"}}}, {"screenComponentList", {{"value", rows}}}};
+  };
+  server().addFlow("long",
+                   flows::file(flows::document({{"one", "ScreenTemplate1", view(fields)}})));
+  EXPECT_EQ(picturesOf("long"), std::vector<std::string>({"01-acme.png", "02-acme-continued.png",
+                                                          "03-acme-continued.png"}));
+
+  // It comes a second later than anybody would call at once.
+  const auto picture =
+      flows::component("image", "logo", "${serverURL}/pictures/slow-1500/hills.png",
+                       {{"imageType", "pngURLImage"}, {"height", 120}});
+  server().addFlow(
+      "slow",
+      flows::file(flows::document({{"one", "ScreenTemplate1", view(json::array({picture}))}})));
+  EXPECT_EQ(picturesOf("slow"), std::vector<std::string>({"01-acme-loading.png", "02-acme.png"}));
 }
 
 TEST_F(RunCommand, ReplacesItsOwnPicturesAndNoOthers) {

@@ -1,4 +1,6 @@
 #include <csignal>
+#include <fstream>
+#include <iterator>
 
 #include "tests/driver/driver_test.h"
 
@@ -150,6 +152,34 @@ TEST_F(RunEnd, LeavesNothingBehind) {
   driver.signal(SIGTERM);
   driver.wait();
   EXPECT_TRUE(std::filesystem::is_empty(temporary.path()));
+}
+
+TEST_F(RunEnd, WhatAKilledRunLeavesIsRemovedByTheNext) {
+  const ScratchFolder temporary;
+  const auto count = [&] {
+    const std::filesystem::directory_iterator entries(temporary.path());
+    return std::distance(begin(entries), end(entries));
+  };
+  const std::vector<std::string> environment = {"TMPDIR=" + temporary.path().string()};
+  DriverProcess living(arguments("sign-in"), environment);
+  living.untilScreen();
+  {
+    // The destructor kills and waits.
+    DriverProcess killed(arguments("sign-in"), environment);
+    killed.untilScreen();
+  }
+  // Others' files stay, whatever they are called.
+  std::filesystem::create_directory(temporary.path() / "vtflow-scratch-notes");
+  std::ofstream(temporary.path() / "vtflow-scratch-123456") << "a file";
+  EXPECT_EQ(count(), 4);
+  DriverProcess next(arguments("sign-in"), environment);
+  next.untilScreen();
+  EXPECT_EQ(count(), 4);
+  for (DriverProcess* const run : {&living, &next}) {
+    run->signal(SIGTERM);
+    EXPECT_EQ(run->wait(), 4);
+  }
+  EXPECT_EQ(count(), 2);
 }
 
 class StartScreen : public DriverTest {};

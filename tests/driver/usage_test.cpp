@@ -1,6 +1,8 @@
+#include <cstdlib>
 #include <sstream>
 
 #include "apps/vtflow/drive/drive_options.h"
+#include "apps/vtflow/messages.h"
 #include "apps/vtflow/tool.h"
 #include "apps/vtflow/window/run_command.h"
 #include "tests/driver/driver_test.h"
@@ -38,6 +40,7 @@ TEST(Usage, WrongUseIsStatusTwoAndOneLineThatNamesIt) {
       {{"drive"}, "--company"},
       {{"drive", "--company"}, "--company"},
       {{"drive", "--company", "a", "--company", "b"}, "--company"},
+      {{"drive", "--company", ""}, "--company: must not be empty"},
       {{"drive", "--company", "a", "--fly"}, "--fly"},
       {{"drive", "--company", "a", "stray"}, "stray"},
       {{"drive", "--company", "a", "--flow"}, "--flow"},
@@ -73,7 +76,8 @@ TEST(Usage, WrongUseIsStatusTwoAndOneLineThatNamesIt) {
       {{"drive", "--company", "a", "--ca", "/dev/null"}, "no PEM certificate"},
       {{"drive", "--company", "a", "--ca", "/"}, "is a folder"},
       {{"drive", "--company", "a", "--sandbox=perhaps"}, "--sandbox"},
-      {{"serve", "--port", "70000"}, "--port"},
+      {{"serve", "--port", "70000"}, "\"70000\""},
+      {{"serve", "--port", "1.5"}, "\"1.5\""},
       {{"serve", "--state", "/dev/null/state"}, "no folder"},
       {{"serve", "--flows", "/nowhere/at/all"}, "--flows"},
   };
@@ -87,6 +91,32 @@ TEST(Usage, WrongUseIsStatusTwoAndOneLineThatNamesIt) {
     EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
     EXPECT_THAT(outcome.text, IsEmpty()) << named;
   }
+}
+
+TEST(Usage, AFolderWithoutAFlowIsNothingToServe) {
+  const ScratchFolder folder;
+  const auto outcome = run({"serve", "--flows", folder.path().c_str()});
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_THAT(outcome.errors, HasSubstr("there is no flow"));
+  EXPECT_THAT(outcome.errors, HasSubstr(folder.path().string()));
+}
+
+TEST(Usage, HelpThatCannotBeWrittenIsNoSuccess) {
+  for (const std::string command : {"", "drive", "serve", "run"}) {
+#ifndef VTFLOW_HAS_WINDOW
+    if (command == "run") continue;
+#endif
+    const auto line = std::string(VTFLOW_PROGRAM) + ' ' + command + " --help > /dev/full 2>&1";
+    EXPECT_NE(std::system(line.c_str()), 0) << command;
+  }
+}
+
+TEST(Usage, MessagesAreReasons) {
+  EXPECT_EQ(tool::asReason("Cannot listen on 127.0.0.1:443.\n"), "cannot listen on 127.0.0.1:443");
+  EXPECT_EQ(tool::asReason("PEM file\nis missing"), "PEM file is missing");
+  EXPECT_EQ(tool::asReason("--flow is required"), "--flow is required");
+  EXPECT_EQ(tool::asReason("A command is required"), "a command is required");
+  EXPECT_EQ(tool::asReason(""), "");
 }
 
 TEST(Usage, HelpAndVersionAreThereForEachCommand) {

@@ -1,4 +1,8 @@
+#include <openssl/bio.h>
+#include <openssl/ssl.h>
+
 #include <functional>
+#include <memory>
 #include <vector>
 
 #include "tests/sandbox/sandbox_fixture.h"
@@ -179,6 +183,35 @@ TEST_F(StrictnessTest, recordsRequestsAndLogsNoSecrets) {
   ASSERT_EQ(lines.size(), 2U);
   EXPECT_THAT(lines[0], testing::MatchesRegex("POST /v1/auth/acme/flows/shop/start 200 [0-9]+ ms"));
   EXPECT_THAT(lines[1], testing::MatchesRegex("POST .*/buy 400 .badBody. [0-9]+ ms"));
+}
+
+/// Sends the text as it stands and reads until the server closes.
+std::string exchange(int port, const std::string& text) {
+  const std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)> context(SSL_CTX_new(TLS_client_method()),
+                                                                  &SSL_CTX_free);
+  const std::unique_ptr<BIO, decltype(&BIO_free_all)> line(BIO_new_ssl_connect(context.get()),
+                                                           &BIO_free_all);
+  BIO_set_conn_hostname(line.get(), ("127.0.0.1:" + std::to_string(port)).c_str());
+  std::string answer;
+  if (BIO_write(line.get(), text.data(), static_cast<int>(text.size())) <= 0) return answer;
+  char buffer[4096];
+  for (int count = 0; (count = BIO_read(line.get(), buffer, sizeof buffer)) > 0;) {
+    answer.append(buffer, static_cast<std::size_t>(count));
+  }
+  return answer;
+}
+
+TEST_F(StrictnessTest, waitsForNoBodyThatIsNotAnnounced) {
+  const std::string rest = " /v1/auth/acme/flows/shop/start HTTP/1.1\r\nHost: localhost\r\n";
+  for (const std::string method : {"PUT", "PATCH"}) {
+    const auto answer = exchange(server->port(), method + rest + "\r\n");
+    EXPECT_THAT(answer, HasSubstr("HTTP/1.1 400")) << method;
+    EXPECT_THAT(answer, HasSubstr("badMethod")) << method;
+  }
+  std::string headers;
+  for (const auto& [name, value] : goodHeaders()) headers += name + ": " + value + "\r\n";
+  EXPECT_THAT(exchange(server->port(), "POST" + rest + headers + "\r\n"),
+              HasSubstr("HTTP/1.1 200"));
 }
 
 TEST_F(StrictnessTest, keepsAsManyRequestsAsItMayAndNoneUnlessAsked) {

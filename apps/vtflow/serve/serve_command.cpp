@@ -1,9 +1,11 @@
 #include "apps/vtflow/serve/serve_command.h"
 
 #include <CLI/CLI.hpp>
+#include <cmath>
 #include <cstdlib>
 #include <mutex>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -40,22 +42,29 @@ std::string readyLine(const sandbox::Server& server, bool json) {
   return line.serialized().value_or("{}");
 }
 
+std::string checkPort(const std::string& text) {
+  const auto number = parseNumber(text);
+  const bool isPort = number && *number >= 0 && *number <= 65535 && *number == std::floor(*number);
+  return isPort ? "" : "must be a whole number from 0 to 65535, not \"" + text + '"';
+}
+
 }  // namespace
 
 void addServeOptions(CLI::App& command, ServeOptions& options) {
   command.add_option("--port", options.port, "Port on the loopback address; 0: a free one")
-      ->check(CLI::Range(0, 65535).description(""))
+      ->check(checkedBy(checkPort))
       ->capture_default_str()
       ->type_name("N");
   command
       .add_option("--flows", options.flows, "Folder of flow files; absent: those that come along")
-      ->check(CLI::ExistingDirectory.description(""))
+      ->check(checkedBy(checkFlowsFolder))
       ->type_name("DIR");
   command
       .add_option("--state", options.state,
                   "Folder of the certificates; absent: in the user's state folder")
       ->check(checkedBy(checkWritableFolder))
       ->type_name("DIR");
+  command.footer("Exit status: 0 a signal ended it, 2 wrong use, 4 the server could not start");
   command.add_flag("--json", options.json, "Write the ready line as JSON");
 }
 
@@ -77,6 +86,7 @@ int serve(const ServeOptions& options, std::ostream& ready, std::ostream& log) {
     log << "What waits for a second device is answered at " + server.approveURL() + '\n'
         << std::flush;
   }
+  if (!ready) throw std::runtime_error("cannot write to standard output");
   signals.wait();
   return 0;
 }
