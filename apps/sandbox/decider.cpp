@@ -1,5 +1,6 @@
 #include "apps/sandbox/decider.h"
 
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <utility>
 #include <variant>
@@ -9,6 +10,22 @@
 
 namespace veltrane::sandbox {
 namespace {
+
+using nlohmann::json;
+
+/// JSON's null when the body has no such parameter.
+const json& parameterOf(const json& body, const char* name) {
+  static const json none;
+  const auto parameters = body.find("parameters");
+  if (parameters == body.end() || !parameters->is_object()) return none;
+  const auto parameter = parameters->find(name);
+  return parameter == parameters->end() ? none : *parameter;
+}
+
+std::string userNameIn(const json& body) {
+  const json& name = parameterOf(body, "username");
+  return name.is_string() ? name.get<std::string>() : std::string();
+}
 
 Refusal unknownChallenge() {
   return {"unknownChallenge", "There is no challenge of this id.", 404};
@@ -51,7 +68,7 @@ Decision Decider::decide(const RecordedRequest& request, int port) {
           .values = {}};
 }
 
-Decision Decider::decideStart(const StartRequest& start, int port) const {
+Decision Decider::decideStart(const StartRequest& start, int port) {
   auto flow = flowOf(start.flowId);
   if (!flow) throw Refusal("unknownFlow", "There is no flow \"" + start.flowId + "\".", 404);
   return byRules(flow, flow->start, *start.body,
@@ -62,7 +79,7 @@ Decision Decider::decideStart(const StartRequest& start, int port) const {
                   .challenges = {}});
 }
 
-Decision Decider::decideEvent(const EventRequest& event, int port) const {
+Decision Decider::decideEvent(const EventRequest& event, int port) {
   const auto run = runs_.find(event.interactionId);
   if (!run) throw Refusal("unknownInteraction", "There is no interaction of this id.");
   checkIds(event, *run);
@@ -91,14 +108,47 @@ Decision Decider::decideStatus(const StatusRequest& request) {
 }
 
 Decision Decider::byRules(std::shared_ptr<const Flow> flow, const Rules& rules,
-                          const nlohmann::json& body, PlaceholderValues values) const {
-  const Rule* rule = firstMatch(rules, body, [&](const std::string& name) {
+                          const nlohmann::json& body, PlaceholderValues values) {
+  std::string userName = userNameIn(body);
+  const auto stateOf = [&](const std::string& name) {
     return challenges_.stateOf(values.interactionId, name);
-  });
+  };
+  const Rule* rule = firstMatch(
+      rules, body, stateOf, [&] { return relyingParty_.knows(flow->relyingParty.id, userName); });
   if (!rule) throw Refusal("noMatchingRule", "No rule of the flow fits this body.");
-  return {.flow = flow,
-          .reply = std::shared_ptr<const Reply>(flow, &rule->reply),
-          .values = std::move(values)};
+  Decision decision{.flow = flow,
+                    .reply = std::shared_ptr<const Reply>(flow, &rule->reply),
+                    .values = std::move(values),
+                    .passkey = rule->passkey,
+                    .userName = std::move(userName)};
+  check(decision, body);
+  return decision;
+}
+
+void Decider::check(const Decision& decision, const json& body) {
+  const std::string& interactionId = decision.values.interactionId;
+  const json& response = parameterOf(body, "webAuthnResponse");
+  if (decision.passkey == PasskeyStep::registration) {
+    relyingParty_.checkRegistration(interactionId, response);
+  } else if (decision.passkey == PasskeyStep::assertion) {
+    relyingParty_.checkAssertion(interactionId, response);
+  }
+}
+
+std::string Decider::withOptions(const Decision& decision, const std::string& text) {
+  const bool creates = decision.passkey == PasskeyStep::creationOptions;
+  if (!creates && decision.passkey != PasskeyStep::requestOptions) return text;
+  RelyingParty::Ceremony ceremony{.party = decision.flow->relyingParty,
+                                  .interactionId = decision.values.interactionId,
+                                  .userName = decision.userName};
+  for (auto& origin : ceremony.party.origins) origin = filledPlain(origin, decision.values);
+  json answer = json::parse(text);
+  if (creates) {
+    relyingParty_.addCreationOptions(ceremony, answer);
+  } else {
+    relyingParty_.addRequestOptions(ceremony, answer);
+  }
+  return answer.dump();
 }
 
 std::string Decider::issue(Decision decision) {
@@ -110,7 +160,8 @@ std::string Decider::issue(Decision decision) {
   for (const DocumentIds& document : reply.documents) {
     runs_.add(values.flowId, decision.flow, filled(document, values));
   }
-  return reply.verbatim ? reply.text : filled(reply.text, values);
+  if (reply.verbatim) return reply.text;
+  return withOptions(decision, filled(reply.text, values));
 }
 
 }  // namespace veltrane::sandbox

@@ -42,12 +42,13 @@ bool Condition::holds(const nlohmann::json& body) const {
 }
 
 const Rule* firstMatch(const Rules& rules, const nlohmann::json& body,
-                       const ChallengeStates& states) {
+                       const ChallengeStates& states, const HasPasskey& hasPasskey) {
   const auto matches = [&](const Rule& rule) {
     return std::all_of(rule.when.begin(), rule.when.end(),
                        [&](const Condition& condition) { return condition.holds(body); }) &&
            std::all_of(rule.challenges.begin(), rule.challenges.end(),
-                       [&](const auto& wanted) { return states(wanted.first) == wanted.second; });
+                       [&](const auto& wanted) { return states(wanted.first) == wanted.second; }) &&
+           (!rule.hasPasskey || *rule.hasPasskey == hasPasskey());
   };
   const auto rule = std::find_if(rules.begin(), rules.end(), matches);
   return rule == rules.end() ? nullptr : &*rule;

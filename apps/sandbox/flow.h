@@ -65,10 +65,22 @@ struct Condition {
   bool holds(const nlohmann::json& body) const;
 };
 
+/// What a rule does with passkeys before it answers.
+enum class PasskeyStep {
+  none,
+  creationOptions,  ///< The answer brings options to make a passkey with.
+  registration,     ///< The request must bring a right answer to such options.
+  requestOptions,   ///< The answer brings options to sign in with.
+  assertion,        ///< The request must bring a right answer to those.
+};
+
 struct Rule {
   std::vector<Condition> when;  ///< All must hold; none: always.
   /// Names of challenges of the run, each with the state that it must have.
   std::map<std::string, std::string> challenges;
+  /// Whether the user whom the request names must have a passkey, or must have none.
+  std::optional<bool> hasPasskey;
+  PasskeyStep passkey = PasskeyStep::none;
   Reply reply;
 };
 
@@ -77,9 +89,12 @@ using Rules = std::vector<Rule>;
 /// The state of the run's challenge of that name; empty when none has been opened.
 using ChallengeStates = std::function<std::string(const std::string& name)>;
 
+/// Whether the user of the request has a passkey.
+using HasPasskey = std::function<bool()>;
+
 /// The first rule whose conditions all hold, or null.
 const Rule* firstMatch(const Rules& rules, const nlohmann::json& body,
-                       const ChallengeStates& states);
+                       const ChallengeStates& states, const HasPasskey& hasPasskey);
 
 /// What a few questions for a challenge's status are answered with.
 struct StatusStep {
@@ -100,11 +115,19 @@ struct ChallengePlan {
   std::vector<StatusStep> status;  ///< One after the other; behind them always the truth.
 };
 
+/// Who passkeys are for, and where they may be used.
+struct RelyingPartyPlan {
+  std::string id = "localhost";
+  std::string name = "Sandbox";
+  std::vector<std::string> origins{"https://localhost", "${serverURL}"};  ///< With placeholders.
+};
+
 /// A flow as its file tells it.
 struct Flow {
   Rules start;
   std::map<std::string, Rules> events;  ///< By "eventName".
   std::map<std::string, ChallengePlan> challenges;
+  RelyingPartyPlan relyingParty;
 };
 
 /// Reads the text of a flow file. Throws std::invalid_argument that names the place and what is

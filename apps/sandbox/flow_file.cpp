@@ -8,6 +8,7 @@
 #include "apps/sandbox/documents.h"
 #include "apps/sandbox/flow.h"
 #include "apps/sandbox/flow_file_node.h"
+#include "apps/sandbox/passkeys/options_names.h"
 #include "apps/sandbox/placeholders.h"
 
 namespace veltrane::sandbox {
@@ -21,6 +22,11 @@ constexpr std::size_t kMaxExit = 4;
 constexpr std::size_t kMaxTimes = 1'000'000;
 constexpr std::array<std::string_view, 4> kChallengeStates{"inProgress", "approved", "denied",
                                                            "expired"};
+constexpr std::array<std::pair<std::string_view, PasskeyStep>, 4> kPasskeySteps{
+    {{"creationOptions", PasskeyStep::creationOptions},
+     {"registration", PasskeyStep::registration},
+     {"requestOptions", PasskeyStep::requestOptions},
+     {"assertion", PasskeyStep::assertion}}};
 constexpr std::size_t kSmallestPadding = 14;
 constexpr std::string_view kNoJson = "\x01\x9e{\"token\": \xff\xfe ]]>\x7f not an answer";
 
@@ -170,9 +176,32 @@ void readChallengeStates(const Node& states, const PlaceholderNames& names, Rule
   });
 }
 
+PasskeyStep readPasskeyStep(const Node& node) {
+  const std::string text = node.text();
+  const auto step = std::find_if(kPasskeySteps.begin(), kPasskeySteps.end(),
+                                 [&](const auto& entry) { return entry.first == text; });
+  if (step == kPasskeySteps.end()) {
+    node.fail("must be creationOptions, registration, requestOptions or assertion");
+  }
+  return step->second;
+}
+
+/// What an answer says about its options completes those that the relying party makes.
+void checkOptions(const Node& rule, PasskeyStep step) {
+  const bool creates = step == PasskeyStep::creationOptions;
+  if (!creates && step != PasskeyStep::requestOptions) return;
+  if (!rule.has("answer")) rule.fail("has no answer for the passkey's options");
+  const char* const name = creates ? passkeys::kCreationOptions : passkeys::kRequestOptions;
+  if (rule["answer"].has(name)) rule["answer"][name].mustBeObject();
+}
+
 Rule readRule(const Node& node, const PlaceholderNames& names) {
-  node.mustHoldOnly({"when", "challenges", "answer", "status", "headers", "trouble"});
+  node.mustHoldOnly(
+      {"when", "challenges", "hasPasskey", "passkey", "answer", "status", "headers", "trouble"});
   Rule rule;
+  if (node.has("hasPasskey")) rule.hasPasskey = node["hasPasskey"].flag();
+  if (node.has("passkey")) rule.passkey = readPasskeyStep(node["passkey"]);
+  checkOptions(node, rule.passkey);
   if (node.has("when")) rule.when = readWhen(node["when"]);
   if (node.has("challenges")) readChallengeStates(node["challenges"], names, rule);
   if (!readReply(node, names, rule.reply)) node.fail("has no answer");
@@ -236,6 +265,18 @@ ChallengePlan readChallenge(const Node& node, const PlaceholderNames& names) {
   return plan;
 }
 
+RelyingPartyPlan readRelyingParty(const Node& node) {
+  node.mustHoldOnly({"id", "name", "origins"});
+  RelyingPartyPlan plan;
+  if (node.has("id")) plan.id = node["id"].text();
+  if (node.has("name")) plan.name = node["name"].text();
+  if (node.has("origins")) {
+    plan.origins.clear();
+    node["origins"].eachItem([&](const Node& origin) { plan.origins.push_back(origin.text()); });
+  }
+  return plan;
+}
+
 PlaceholderNames readNames(const Node& root) {
   PlaceholderNames names;
   if (root.has("challenges")) {
@@ -282,8 +323,8 @@ void checkLook(const Node& look) {
 std::shared_ptr<const Flow> readFlow(const std::string& jsonText) {
   const json file = parseFlowFile(jsonText);
   const Node root(file, "");
-  root.mustHoldOnly(
-      {"about", "start", "events", "challenges", "qrCodes", "demo", "look", "expect"});
+  root.mustHoldOnly({"about", "start", "events", "challenges", "relyingParty", "qrCodes", "after",
+                     "demo", "look", "expect"});
   if (!root.has("start")) root.fail("has no \"start\"");
   auto flow = std::make_shared<Flow>();
   const PlaceholderNames names = readNames(root);
@@ -299,6 +340,8 @@ std::shared_ptr<const Flow> readFlow(const std::string& jsonText) {
       flow->challenges.emplace(name, readChallenge(challenge, names));
     });
   }
+  if (root.has("relyingParty")) flow->relyingParty = readRelyingParty(root["relyingParty"]);
+  if (root.has("after")) root["after"].text();
   if (root.has("demo")) checkDemo(root["demo"]);
   if (root.has("look")) checkLook(root["look"]);
   if (root.has("expect")) checkExpect(root["expect"]);

@@ -93,7 +93,8 @@ TEST(FlowFile, firstRuleThatFitsWins) {
     {"when": {"a.b": {"not": null}, "c": {"missing": false}}, "answer": {"rule": 2}},
     {"when": {"n": 1, "t": true}, "answer": {"rule": 3}}]})");
   const auto ruleFor = [&](const char* body) {
-    const Rule* rule = firstMatch(flow->start, json::parse(body), noChallenges);
+    const Rule* rule =
+        firstMatch(flow->start, json::parse(body), noChallenges, [] { return false; });
     return rule ? rule->reply.text : "none";
   };
   EXPECT_EQ(ruleFor(R"({"a": {"b": "x"}})"), R"({"rule":0})");
