@@ -58,6 +58,12 @@ TPMStatus toStatus(const TPMFailure& failure) {
     return {.cause = "The TPM's storage hierarchy is switched off.",
             .remedy = "Switch it on in the firmware's settings, or clear the TPM there."};
   }
+  if ((failure.code() & TSS2_RC_LAYER_MASK) != TSS2_TPM_RC_LAYER) {
+    return {.cause = std::string("The TPM cannot be reached: ") + failure.what(),
+            .remedy =
+                "Install the part of tpm2-tss for it (libtss2-tcti-device), and see that no "
+                "other program holds the TPM."};
+  }
   return {.cause = std::string("The TPM does not work: ") + failure.what(),
           .remedy =
               "Restart the machine; if that does not help, look for the TPM in the "

