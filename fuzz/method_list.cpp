@@ -15,7 +15,7 @@ void requireMethods(const JSON& flow) {
     for (std::size_t i = 0; i < methods.size(); ++i) {
       fuzz::require(methods[i].index == i);
       fuzz::require(!methods[i].imageURL || !methods[i].imageURL->empty());
-      for (const Dictionary& view : methods[i].userViewProps) {
+      for (const Dictionary& view : *methods[i].userViewProps) {
         fuzz::require(view["connectionId"].text().has_value());
         fuzz::require(view["capabilityName"].text().has_value());
       }

@@ -18,20 +18,19 @@ struct PictureValue {
   /// There is a picture.
   Q_PROPERTY(bool here READ isHere)
   /// A code that a camera reads.
-  Q_PROPERTY(bool code MEMBER code)
+  Q_PROPERTY(bool code READ isCode)
 
  public:
   PictureValue() = default;
-  explicit PictureValue(const ImageView& view)
-      : view(view), code(view.image && isCode(*view.image)) {}
+  explicit PictureValue(const ImageView& view) : view(view) {}
   bool isHere() const { return view.image != nullptr; }
+  bool isCode() const { return view.image && qtquick::isCode(*view.image); }
   friend bool operator==(const PictureValue& a, const PictureValue& b) {
     return a.view.image == b.view.image && a.view.contentMode == b.view.contentMode &&
            a.view.scale == b.view.scale;
   }
 
   ImageView view;
-  bool code = false;
 };
 
 /// Draws a picture of the core, in its content mode and never mirrored. Where it can, it hands the

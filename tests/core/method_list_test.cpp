@@ -52,7 +52,7 @@ TEST_F(MethodList, everyConnectorBecomesOneRowInItsPlace) {
   for (const AuthMethod& method : methods()->records) {
     rows.push_back(std::to_string(method.index) + '|' + method.title + '|' + method.subTitle + '|' +
                    method.imageURL.value_or("-") + '|' + method.connectionId + '|' +
-                   std::to_string(method.userViewProps.size()));
+                   std::to_string(method.userViewProps->size()));
   }
   EXPECT_THAT(rows,
               ElementsAre("0|Push||-|push-1|2", "1|only-id|use me|-||0", "2||register me|-|7|0",

@@ -157,7 +157,7 @@ TEST_F(PictureRoom, IsHandedToAPainterInTheSizeOfTheScreen) {
 TEST_F(PictureRoom, ACodeIsDrawnInWholePixels) {
   const auto board = [](int x, int y) { return (x + y) % 2 ? QColor(Qt::transparent) : Qt::black; };
   show(paint({21, 21}, board));
-  EXPECT_TRUE(view->picture().code);
+  EXPECT_TRUE(view->picture().isCode());
   EXPECT_EQ(view->drawn(), QRectF(29, 4, 42, 42));
   for (int i = 0; i < 42; ++i) {
     EXPECT_EQ(at(29 + i, 4), (i / 2) % 2 ? kWhite : QColor(Qt::black)) << i;

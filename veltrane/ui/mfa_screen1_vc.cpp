@@ -64,14 +64,14 @@ void MfaScreen1VC::openSelectedScreen(std::size_t index) {
   if (index >= records.size()) fatal("The row is outside the list of methods.");
   if (!vtFlow || !flow) fatal("The method screen was opened without a flow.");
   const AuthMethod& method = records[index];
-  if (method.userViewProps.empty()) {
+  if (method.userViewProps->empty()) {
     return Alert::showAlert(shared_from_this(), "This method is not available.", "Veltrane Flow");
   }
   setOpening(true);
   Open::screenTemplate1VC({.vtFlow = vtFlow,
                            .from = navigation,
                            .flow = *flow,
-                           .userViewProps = method.userViewProps,
+                           .userViewProps = *method.userViewProps,
                            .userViewIndex = 0,
                            .isModel = false,
                            .makeItRoot = false});

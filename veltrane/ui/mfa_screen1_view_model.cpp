@@ -31,7 +31,8 @@ AuthMethod methodOf(const JSON& flow, const JSON& connector, std::size_t index) 
   if (auto url = shownValue(connector, "iconUrlPng"); !url.empty())
     method.imageURL = std::move(url);
   method.connectionId = connector["connectionId"].asText();
-  method.userViewProps = GenericViewModel::getUserViewProps(flow, connector);
+  method.userViewProps = Lazy<UserViewProps>(
+      [flow, connector] { return GenericViewModel::getUserViewProps(flow, connector); });
   return method;
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "veltrane/base/lazy.h"
 #include "veltrane/engine/generic_view_model.h"
 
 namespace veltrane {
@@ -17,8 +18,8 @@ struct AuthMethod {
   std::string connectionId;
   /// Position in the offered list, from 0.
   std::size_t index = 0;
-  /// The screens that run when the method is chosen.
-  UserViewProps userViewProps;
+  /// The screens that run when the method is chosen. Only one of a long list ever is.
+  Lazy<UserViewProps> userViewProps;
 };
 
 /// Turns a flow document into the list of methods it offers.

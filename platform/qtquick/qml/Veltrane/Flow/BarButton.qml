@@ -42,7 +42,7 @@ AbstractButton {
                 Chevron {
                     anchors.centerIn: parent
                     color: button.view.palette.barControl
-                    rotation: button.view.stage.mirrored ? -90 : 90
+                    direction: button.view.stage.mirrored ? Chevron.Right : Chevron.Left
                     size: Math.round(15 * button.textScale)
                     stroke: 1.6 * button.textScale
                 }

@@ -7,6 +7,7 @@ FlowRow {
 
     required property MethodCell cell
     readonly property MethodScreenItem methods: row.screen as MethodScreenItem
+    readonly property bool mirrored: row.screen.stage.mirrored
 
     stops: [method]
 
@@ -23,11 +24,15 @@ FlowRow {
         readonly property bool last: row.ListView.view !== null && row.index === row.ListView.view.count - 1
 
         readonly property bool ringed: method.activeFocus && row.ringVisible
+        // Worked out, not anchored: a text whose width changes is laid out again.
+        readonly property real wordsHeight: title.height + (row.cell.subTitle !== "" ? 2 + subTitle.height : 0)
+        readonly property real wordsWidth: Math.max(0, method.width - 40 - 14 - 12 - arrow.implicitWidth)
+        readonly property real wordsX: row.mirrored ? arrow.implicitWidth + 12 : 40 + 14
 
         Accessible.name: row.cell.subTitle !== "" ? row.cell.title + ", " + row.cell.subTitle : row.cell.title
         Accessible.role: Accessible.Button
         focus: true
-        height: Math.max(tile.height, words.height) + 28
+        height: Math.max(40, method.wordsHeight) + 28
         objectName: "method"
         width: parent.width
 
@@ -68,51 +73,42 @@ FlowRow {
                 radius: 10
             }
         }
-        Item {
-            id: words
-            anchors.left: tile.right
-            anchors.leftMargin: 14
-            anchors.right: arrow.left
-            anchors.rightMargin: 12
-            anchors.verticalCenter: parent.verticalCenter
-            height: title.height + (subTitle.text !== "" ? 2 + subTitle.height : 0)
-
-            Text {
-                id: title
-                Accessible.ignored: true
-                color: row.cell.titleColor
-                font.pixelSize: row.points(17)
-                font.weight: Font.DemiBold
-                horizontalAlignment: Text.AlignLeft
-                objectName: "title"
-                text: row.cell.title
-                textFormat: Text.PlainText
-                width: words.width
-                wrapMode: Text.Wrap
-            }
-            Text {
-                id: subTitle
-                Accessible.ignored: true
-                color: row.cell.subTitleColor
-                font.pixelSize: row.points(14)
-                horizontalAlignment: Text.AlignLeft
-                objectName: "subTitle"
-                text: row.cell.subTitle
-                textFormat: Text.PlainText
-                width: words.width
-                wrapMode: Text.Wrap
-                y: title.height + 2
-            }
+        Text {
+            id: title
+            Accessible.ignored: true
+            color: row.cell.titleColor
+            font.pixelSize: row.points(17)
+            font.weight: Font.DemiBold
+            horizontalAlignment: Text.AlignLeft
+            objectName: "title"
+            text: row.cell.title
+            textFormat: Text.PlainText
+            width: method.wordsWidth
+            wrapMode: Text.Wrap
+            x: method.wordsX
+            y: (method.height - method.wordsHeight) / 2
         }
-        // Turned on its side, it is as wide as it is high.
+        Text {
+            id: subTitle
+            Accessible.ignored: true
+            color: row.cell.subTitleColor
+            font.pixelSize: row.points(14)
+            horizontalAlignment: Text.AlignLeft
+            objectName: "subTitle"
+            text: row.cell.subTitle
+            textFormat: Text.PlainText
+            width: method.wordsWidth
+            wrapMode: Text.Wrap
+            x: method.wordsX
+            y: title.y + title.height + 2
+        }
         Chevron {
             id: arrow
             anchors.right: parent.right
-            anchors.rightMargin: (arrow.height - arrow.width) / 2
             anchors.verticalCenter: parent.verticalCenter
             color: row.screen.palette.muted
+            direction: row.mirrored ? Chevron.Left : Chevron.Right
             objectName: "arrow"
-            rotation: row.screen.stage.mirrored ? 90 : -90
             size: row.points(10)
             stroke: 1.6 * row.textScale
         }
