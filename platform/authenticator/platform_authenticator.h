@@ -8,16 +8,26 @@
 #include <vector>
 
 #include "platform/authenticator/key_keeper.h"
+#include "platform/authenticator/lock.h"
 #include "platform/authenticator/passkey_list.h"
-#include "platform/authenticator/stretch.h"
 #include "veltrane/passkeys/authenticator.h"
 
 namespace veltrane::authenticator {
 
+struct AuthenticatorState;
+
+/// Which store a keeper works for, should it keep something for each.
+struct StorePlace {
+  /// Random text that the store keeps.
+  std::string id;
+  /// Where the store lies.
+  std::filesystem::path folder;
+};
+
 /// Gives a keeper, or nothing where this machine has none of the kind. Called on the
-/// authenticator's thread when a key is first needed, again at later needs while it gave nothing;
-/// may block, does not throw.
-using KeyKeeperFactory = std::function<std::unique_ptr<KeyKeeper>()>;
+/// authenticator's thread when a key is first needed, and again at later needs while it gave
+/// nothing; may block, does not throw.
+using KeyKeeperFactory = std::function<std::unique_ptr<KeyKeeper>(const StorePlace&)>;
 
 struct PlatformAuthenticatorOptions {
   std::filesystem::path file = defaultPasskeyFile();
@@ -63,9 +73,8 @@ class PlatformAuthenticator final : public Authenticator {
                             Got got) override;
 
  private:
-  struct Device;
   class Requests;
-  std::shared_ptr<Device> device_;
+  std::shared_ptr<AuthenticatorState> state_;
   std::unique_ptr<Requests> requests_;
 };
 

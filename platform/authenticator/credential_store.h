@@ -1,0 +1,77 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/authenticator/lock.h"
+#include "platform/authenticator/passkey_list.h"
+#include "veltrane/passkeys/passkey_failure.h"
+
+namespace veltrane::authenticator {
+
+/// A stored credential: what a list shows, and what it takes to sign.
+struct Credential : PasskeyEntry {
+  /// Bytes.
+  std::string userId;
+  /// The private key, of use to its keeper alone.
+  std::string sealed;
+};
+
+/// For an act that has nothing to tell but that it was done.
+struct Done {};
+
+/// What a person remembers and this file can check.
+enum class LockKind : std::uint8_t { pin, passphrase };
+
+/// The authenticator's file. Several objects and processes may use one at the same time, each
+/// object by any thread, one after another. Whatever changes the file is on disk when its function
+/// returns.
+///
+/// A file that is damaged is moved aside: the call that finds it fails with a cause that says where
+/// it is, the next one meets an empty store. Reading never makes a file.
+class CredentialStore {
+ public:
+  static constexpr int kTries = 8;
+
+  explicit CredentialStore(std::filesystem::path file);
+  ~CredentialStore();
+  CredentialStore(const CredentialStore&) = delete;
+  CredentialStore& operator=(const CredentialStore&) = delete;
+
+  /// Those of a relying party that are named in `allowed`, or, where that is empty, that can be
+  /// found without being named. Newest first.
+  PasskeyResult<std::vector<Credential>> find(const std::string& rpId,
+                                              const std::vector<std::string>& allowed);
+  PasskeyResult<std::vector<PasskeyEntry>> list();
+
+  PasskeyResult<Done> add(const Credential& credential);
+  /// False when there is none of that id.
+  PasskeyResult<bool> remove(std::string_view id);
+  /// Takes away older discoverable credentials of the same account at the same relying party.
+  PasskeyResult<Done> removeFormer(const Credential& credential);
+  /// Counts up, and answers the new count; nothing when the credential has gone.
+  PasskeyResult<std::optional<std::uint32_t>> countUp(std::string_view id);
+  PasskeyResult<std::size_t> reset();
+
+  /// Random text that tells this store from every other.
+  PasskeyResult<std::string> storeId();
+
+  PasskeyResult<std::optional<Lock>> lock(LockKind kind);
+  /// False, and nothing changes, when there is one already: another process may have been quicker.
+  PasskeyResult<bool> addLock(LockKind kind, const Lock& lock);
+  /// Takes one try off. False when none is left.
+  PasskeyResult<bool> spendTry(LockKind kind);
+  /// All tries again, if the lock is still that one.
+  PasskeyResult<Done> restoreTries(LockKind kind, const Lock& lock);
+
+ private:
+  class File;
+  std::unique_ptr<File> file_;
+};
+
+}  // namespace veltrane::authenticator

@@ -1,0 +1,163 @@
+// The file: who may read it, what a copy of it is worth, and what becomes of a damaged one.
+#include <gmock/gmock.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+
+#include <fstream>
+
+#include "tests/authenticator/authenticator_test.h"
+
+namespace veltrane::authenticator::testing {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::AllOf;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::SizeIs;
+
+using Store = AuthenticatorTest;
+
+mode_t modeOf(const fs::path& path) {
+  struct stat found {};
+  ::stat(path.c_str(), &found);
+  return found.st_mode & 0777;
+}
+
+void execute(const fs::path& file, const char* sql) {
+  sqlite3* db = nullptr;
+  sqlite3_open(file.c_str(), &db);
+  ASSERT_EQ(sqlite3_exec(db, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(db);
+  sqlite3_close(db);
+}
+
+void overwrite(const fs::path& file, const std::string& bytes) {
+  std::ofstream(file, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+TEST_F(Store, IsItsOwnersAlone) {
+  const mode_t former = ::umask(0);
+  valueOf(device_.make(makeRequest()));
+  EXPECT_EQ(modeOf(file_.parent_path()), 0700);
+  for (const auto& entry : fs::directory_iterator(file_.parent_path())) {
+    EXPECT_EQ(modeOf(entry), 0600) << entry;
+  }
+  fs::permissions(file_, fs::perms(0644));
+  valueOf(remove(file_, "x"));
+  EXPECT_EQ(modeOf(file_), 0600);
+  ::umask(former);
+}
+
+TEST_F(Store, IsNotMadeByLooking) {
+  EXPECT_EQ(device_.authenticator().holds("example.com", {}), false);
+  EXPECT_THAT(stored(), IsEmpty());
+  EXPECT_EQ(valueOf(remove(file_, "x")), false);
+  EXPECT_EQ(valueOf(reset(file_)), 0);
+  EXPECT_EQ(errorOf(device_.get(getRequest())).failure, PasskeyFailure::noneFound);
+  EXPECT_FALSE(fs::exists(file_.parent_path()));
+}
+
+TEST_F(Store, ListsAndRemoves) {
+  const auto alice = valueOf(device_.make(makeRequest("u1", "alice@example.com")));
+  valueOf(device_.make(makeRequest("u2", "bob@example.com")));
+  const auto entries = stored();
+  ASSERT_THAT(entries, SizeIs(2));
+  const auto& entry = entries[entries[0].id == alice.id ? 0 : 1];
+  EXPECT_EQ(entry.rpId, "example.com");
+  EXPECT_EQ(entry.userName, "alice@example.com");
+  EXPECT_EQ(entry.keeper, "machine");
+  EXPECT_EQ(entry.algorithm, cose::kES256);
+  EXPECT_TRUE(entry.isDiscoverable);
+  EXPECT_TRUE(valueOf(remove(file_, alice.id)));
+  EXPECT_FALSE(valueOf(remove(file_, alice.id)));
+  EXPECT_EQ(errorOf(device_.get(getRequest({alice.id}))).failure, PasskeyFailure::noneFound);
+  EXPECT_THAT(everything(), Not(HasSubstr("alice@")));
+}
+
+TEST_F(Store, ACopyIsWorthNothingWithAnotherWrappingKey) {
+  const auto made = valueOf(device_.make(makeRequest()));
+  TestDevice thief(file_, {keeperOf('x')});
+  const TestPlatform platform(thief, console_);
+  const auto error = errorOf(thief.get(getRequest({made.id})));
+  EXPECT_EQ(error.failure, PasskeyFailure::failed);
+  EXPECT_THAT(error.cause, HasSubstr("another wrapping key"));
+}
+
+// Nor does a row lend its key to another, whoever has the wrapping key.
+TEST_F(Store, ASealedKeyIsBoundToItsRow) {
+  valueOf(device_.make(makeRequest("u1")));
+  valueOf(device_.make(makeRequest("u2")));
+  device_.restart();
+  execute(
+      file_,
+      "UPDATE credentials SET sealed = (SELECT sealed FROM credentials WHERE userId = x'7531')");
+  device_.person.account = 0;
+  const bool first = std::holds_alternative<Assertion>(device_.get(getRequest()));
+  device_.person.account = 1;
+  const bool second = std::holds_alternative<Assertion>(device_.get(getRequest()));
+  EXPECT_NE(first, second);
+  execute(file_, "UPDATE credentials SET rpId = 'example.net'");
+  auto elsewhere = getRequest();
+  elsewhere.rpId = "example.net";
+  EXPECT_EQ(errorOf(device_.get(elsewhere)).failure, PasskeyFailure::failed);
+}
+
+TEST_F(Store, ADamagedOneIsSetAsideWithAnErrorAndANewOneBegins) {
+  valueOf(device_.make(makeRequest("u1", "alice@example.com")));
+  const std::string sound = readFile(file_);
+  std::string garbled = sound;
+  garbled.replace(4096, 2 * 4096, 2 * 4096, '\xa5');
+  const std::string damages[] = {std::string(3000, 'x'), garbled, sound.substr(0, 5000)};
+  int number = 0;
+  for (const auto& damage : damages) {
+    device_.restart();
+    overwrite(file_, damage);
+    const auto error = errorOf(device_.get(getRequest()));
+    const auto name = "passkeys.db.damaged-" + std::to_string(++number);
+    EXPECT_EQ(error.failure, PasskeyFailure::failed);
+    EXPECT_THAT(error.cause, HasSubstr(name));
+    EXPECT_EQ(readFile(file_.parent_path() / name), damage);
+    EXPECT_THAT(console_->take(), ElementsAre(AllOf(HasSubstr(name), Not(HasSubstr("alice")))));
+    EXPECT_EQ(errorOf(device_.get(getRequest())).failure, PasskeyFailure::noneFound);
+    valueOf(device_.make(makeRequest()));
+    EXPECT_THAT(stored(), SizeIs(1));
+  }
+}
+
+// What a stranger has put into the file never runs.
+TEST_F(Store, ForeignTablesAreDamage) {
+  valueOf(device_.make(makeRequest()));
+  const char* const additions[] = {
+      "CREATE TRIGGER t AFTER UPDATE ON credentials BEGIN DELETE FROM locks; END",
+      "CREATE VIEW v AS SELECT * FROM credentials", "CREATE TABLE another(x)"};
+  for (const char* addition : additions) {
+    execute(file_, addition);
+    device_.restart();
+    EXPECT_THAT(errorOf(device_.get(getRequest())).cause, HasSubstr("tables of another kind"));
+    valueOf(device_.make(makeRequest()));
+  }
+}
+
+TEST_F(Store, OneOfALaterVersionIsLeftAlone) {
+  valueOf(device_.make(makeRequest()));
+  execute(file_, "PRAGMA user_version = 2; CREATE TABLE another(x)");
+  const std::string bytes = readFile(file_);
+  device_.restart();
+  EXPECT_THAT(errorOf(device_.make(makeRequest())).cause, HasSubstr("later version"));
+  EXPECT_EQ(readFile(file_), bytes);
+}
+
+TEST_F(Store, AFolderThatCannotBeMadeIsAnError) {
+  overwrite(folder_ / "file", "");
+  TestDevice device(folder_ / "file" / "passkeys.db");
+  const TestPlatform platform(device, console_);
+  const auto error = errorOf(device.make(makeRequest()));
+  EXPECT_EQ(error.failure, PasskeyFailure::failed);
+  EXPECT_THAT(error.cause, HasSubstr("cannot be used"));
+}
+
+}  // namespace
+}  // namespace veltrane::authenticator::testing
