@@ -160,7 +160,7 @@ TEST_F(RunCommand, SaysThatThereIsNoDisplay) {
 
 TEST_F(RunCommand, PicturesShowAllOfALongScreenAndItsWait) {
   json fields = json::array();
-  for (int i = 0; i < 20; ++i) fields.push_back(flows::textField("field" + std::to_string(i)));
+  for (int i = 0; i < 30; ++i) fields.push_back(flows::textField("field" + std::to_string(i)));
   const auto view = [](const json& rows) {
     return json{{"navTitle", {{"value", "Acme"}}}, {"screenComponentList", {{"value", rows}}}};
   };
