@@ -9,15 +9,18 @@
 
 namespace veltrane::authenticator {
 
+class SigningKeyMaker;
+
 /// Keys made by OpenSSL and sealed with AES-256-GCM under a wrapping key that something else keeps.
 /// ES256 and EdDSA (Ed25519). A sealed key is a version byte, the nonce, the encrypted key and its
-/// tag; the algorithm and the context are authenticated with it. Plain keys are wiped.
+/// tag; version, algorithm and context are authenticated with it. Plain keys are wiped.
 class SoftwareKeyKeeper final : public KeyKeeper {
  public:
   static constexpr std::size_t kWrappingKeySize = 32;
 
-  /// `wrappingKey` of any other size than `kWrappingKeySize` makes every call fail.
+  /// With a `wrappingKey` of any other size than `kWrappingKeySize` every call fails.
   SoftwareKeyKeeper(std::string name, Secret wrappingKey);
+  ~SoftwareKeyKeeper() override;
 
   std::string name() const override { return name_; }
   std::vector<int> algorithms() const override;
@@ -28,6 +31,7 @@ class SoftwareKeyKeeper final : public KeyKeeper {
  private:
   std::string name_;
   Secret wrappingKey_;
+  std::unique_ptr<SigningKeyMaker> maker_;
 };
 
 }  // namespace veltrane::authenticator
