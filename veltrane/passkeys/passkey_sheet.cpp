@@ -32,9 +32,16 @@ void PasskeySheet::offer(std::string title, std::function<void()> action) {
   offerAction_ = std::move(action);
 }
 
+void PasskeySheet::work(std::function<void()> cancelled) {
+  cancelled_ = std::move(cancelled);
+  question_ = {.step = PasskeyStep::working};
+  changed();
+}
+
 void PasskeySheet::close() {
   if (!isOpen()) return;
   answer_ = nullptr;
+  cancelled_ = nullptr;
   question_ = {};
   changed();
 }
@@ -70,7 +77,9 @@ void PasskeySheet::useAlternative() {
 }
 
 void PasskeySheet::cancel() {
-  if (answer_) reply({.kind = PasskeyAnswer::Kind::cancelled});
+  if (answer_) return reply({.kind = PasskeyAnswer::Kind::cancelled});
+  const auto cancelled = cancelled_;
+  if (isOpen() && cancelled) cancelled();
 }
 
 void PasskeySheet::reply(PasskeyAnswer answer) {

@@ -86,6 +86,9 @@ class PasskeySheet {
   /// A second way out that every question from now on has which names none itself. Taken, it
   /// calls `action` in place of the question's answer. An empty title ends the offer.
   void offer(std::string title, std::function<void()> action);
+  /// Opens the sheet with nothing to ask yet. From now on Cancel calls `cancelled` wherever no
+  /// question takes it.
+  void work(std::function<void()> cancelled);
   /// Takes the sheet away without an answer.
   void close();
 
@@ -103,6 +106,7 @@ class PasskeySheet {
 
   PasskeyQuestion question_;
   Answer answer_;
+  std::function<void()> cancelled_;
   std::string offerTitle_;
   std::function<void()> offerAction_;
   bool showsOffer_ = false;

@@ -114,6 +114,9 @@ struct WebAuthnClient::Request : std::enable_shared_from_this<Request> {
 
   void start(PasskeyPresenter* presenter, std::chrono::milliseconds timeout) {
     finishLater(failure(PasskeyFailure::timedOut), timeout);
+    sheet->work([weak = weak_from_this()] {
+      if (const auto self = weak.lock()) self->finish(failure(PasskeyFailure::cancelled));
+    });
     if (presenter) presenter->present(sheet);
     startWith(0);
   }
@@ -205,6 +208,16 @@ void WebAuthnClient::credentialsGet(const std::string& rpId, const std::string& 
     return authenticator.get(asked, sheet, written<Assertion>(std::move(outcome), write));
   };
   request->start(parts_.presenter.get(), timeout);
+}
+
+std::function<std::shared_ptr<CredentialsManager>()> makeWebAuthnClients(
+    WebAuthnClient::Parts parts) {
+  const auto made = std::make_shared<Candidates>();
+  parts.authenticators = [made, make = std::move(parts.authenticators)] {
+    if (made->empty()) *made = make();
+    return *made;
+  };
+  return [parts] { return std::make_shared<WebAuthnClient>(parts); };
 }
 
 }  // namespace veltrane

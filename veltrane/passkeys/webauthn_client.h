@@ -53,4 +53,9 @@ class WebAuthnClient final : public CredentialsManager {
   std::shared_ptr<Request> running_;
 };
 
+/// For `Platform::makeCredentialsManager`: clients that share the authenticators, which are made at
+/// the first request of the first.
+std::function<std::shared_ptr<CredentialsManager>()> makeWebAuthnClients(
+    WebAuthnClient::Parts parts);
+
 }  // namespace veltrane

@@ -6,16 +6,20 @@
 #include "apps/vtflow/drive/exit_status.h"
 #include "apps/vtflow/drive/line_reader.h"
 #include "apps/vtflow/drive/line_writer.h"
+#include "apps/vtflow/drive/passkey_user.h"
 #include "apps/vtflow/drive/ports.h"
 #include "apps/vtflow/drive/session.h"
 #include "apps/vtflow/drive/stage.h"
 #include "apps/vtflow/drive/watched_transport.h"
 #include "apps/vtflow/temporary_folder.h"
 #include "apps/vtflow/termination_signals.h"
+#include "platform/authenticator/platform_authenticator.h"
 #include "platform/curl/curl_transport.h"
 #include "platform/loop/run_loop.h"
 #include "platform/pictures/codec.h"
+#include "platform/publicsuffix/public_suffix_list.h"
 #include "platform/sqlite/sqlite_store.h"
+#include "veltrane/passkeys/webauthn_client.h"
 #include "veltrane/platform.h"
 #include "veltrane/toolkit/notification_center.h"
 #include "veltrane/ui/main_storyboard.h"
@@ -35,6 +39,7 @@ class Drive {
   std::shared_ptr<LineWriter> greet(int output);
   std::shared_ptr<WatchedTransport> makeTransport() const;
   Platform consoleAlone() const;
+  WebAuthnClient::Parts passkeys() const;
   Platform allPorts() const;
   Activity activity() const;
   /// Work for the main thread that is not the flow's own.
@@ -46,6 +51,7 @@ class Drive {
   const std::shared_ptr<loop::RunLoop> loop_ = std::make_shared<loop::RunLoop>();
   const std::shared_ptr<LineWriter> out_;
   const std::shared_ptr<WatchedTransport> transport_;
+  const std::shared_ptr<PasskeyUser> passkeyUser_;
   // The store, when it opens, may have to tell something.
   const PlatformScope console_;
   const PlatformScope ports_;
@@ -59,6 +65,7 @@ Drive::Drive(const DriveOptions& options, int output)
     : options_(options),
       out_(greet(output)),
       transport_(makeTransport()),
+      passkeyUser_(std::make_shared<PasskeyUser>(options.userVerification == "yes")),
       console_(consoleAlone()),
       ports_(allPorts()),
       stage_(host_, *out_),
@@ -121,6 +128,19 @@ Platform Drive::consoleAlone() const {
   return platform;
 }
 
+/// No keeper of this machine's: what a test stores, another run of it opens anywhere.
+WebAuthnClient::Parts Drive::passkeys() const {
+  const auto file = options_.credentials.value_or(folder_.path() / "passkeys.db");
+  return {.authenticators =
+              [file] {
+                return std::vector<std::shared_ptr<Authenticator>>{
+                    std::make_shared<authenticator::PlatformAuthenticator>(
+                        authenticator::PlatformAuthenticatorOptions{.file = file})};
+              },
+          .presenter = passkeyUser_,
+          .suffixes = publicsuffix::make()};
+}
+
 Platform Drive::allPorts() const {
   auto platform = consoleAlone();
   const auto idiom = options_.tablet ? InterfaceIdiom::pad : InterfaceIdiom::phone;
@@ -131,11 +151,15 @@ Platform Drive::allPorts() const {
   platform.transport = transport_;
   platform.pictureCodec = std::make_shared<pictures::Codec>();
   platform.device = std::make_shared<DescribedDevice>(options_.screen().scale, idiom);
+  platform.makeCredentialsManager = makeWebAuthnClients(passkeys());
   return platform;
 }
 
 Activity Drive::activity() const {
-  return {.isCalling = [this] { return transport_->underWay(RequestPurpose::call) > 0; },
+  return {.isCalling =
+              [this] {
+                return transport_->underWay(RequestPurpose::call) > 0 || passkeyUser_->isAsked();
+              },
           .hasQueuedWork = [this] { return loop_->hasQueuedWork(); }};
 }
 

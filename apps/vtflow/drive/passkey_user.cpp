@@ -43,8 +43,14 @@ void PasskeyUser::present(const std::shared_ptr<PasskeySheet>& sheet) {
     if (!agrees || isRefused) return shown->cancel();
     agree(*shown);
   };
+  sheet_ = sheet;
   changed_ = sheet->changed.subscribe([answer] { MainQueue::current().async(answer); });
   MainQueue::current().async(answer);
+}
+
+bool PasskeyUser::isAsked() const {
+  const auto sheet = sheet_.lock();
+  return sheet && sheet->isOpen();
 }
 
 }  // namespace veltrane::tool

@@ -13,9 +13,12 @@ class PasskeyUser final : public PasskeyPresenter {
  public:
   explicit PasskeyUser(bool agrees) : agrees_(agrees) {}
   void present(const std::shared_ptr<PasskeySheet>& sheet) override;
+  /// A passkey is being made or used.
+  bool isAsked() const;
 
  private:
   bool agrees_;
+  std::weak_ptr<PasskeySheet> sheet_;
   Subscription changed_;
 };
 
