@@ -83,7 +83,10 @@ FlowRow {
             objectName: "placeholder"
             elide: Text.ElideRight
             font: field.font
+            // Rather smaller than cut, though never below its usual size.
+            fontSizeMode: Text.HorizontalFit
             horizontalAlignment: Text.AlignLeft
+            minimumPixelSize: 16
             text: row.cell.placeholder
             textFormat: Text.PlainText
             verticalAlignment: Text.AlignVCenter
