@@ -29,7 +29,7 @@ class SecretServiceTrouble : public std::runtime_error {
 /// each call throws a SecretServiceTrouble where it fails, soon once `cancellable` is cancelled.
 class SecretServiceConnection {
  public:
-  /// `session`: whether secrets will be asked for, which the bus then carries encrypted.
+  /// `session`: whether secrets will be asked for, which then pass encrypted.
   SecretServiceConnection(GCancellable* cancellable, bool session);
 
   /// That the default keyring is there and unlocked.

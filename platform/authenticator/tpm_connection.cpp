@@ -21,7 +21,7 @@ bool TPMFailure::is(TPM2_RC error) const {
   return (code_ & TSS2_RC_LAYER_MASK) == TSS2_TPM_RC_LAYER && (code_ & kError) == error;
 }
 
-void check(const char* call, TSS2_RC code) {
+void checkTPM(const char* call, TSS2_RC code) {
   if (code != TSS2_RC_SUCCESS) throw TPMFailure(call, code);
 }
 

@@ -24,9 +24,9 @@ class TPMFailure : public std::runtime_error {
 
 /// Calls a function of tpm2-tss; throws a TPMFailure unless it succeeds.
 #define VELTRANE_TPM_CALL(name, ...) \
-  ::veltrane::authenticator::check(#name, tpm2().name(__VA_ARGS__))
+  ::veltrane::authenticator::checkTPM(#name, tpm2().name(__VA_ARGS__))
 
-void check(const char* call, TSS2_RC code);
+void checkTPM(const char* call, TSS2_RC code);
 
 struct TPMFree {
   void operator()(void* memory) const { tpm2().Esys_Free(memory); }

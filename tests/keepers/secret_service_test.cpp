@@ -4,12 +4,12 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <future>
 #include <set>
-#include <vector>
 
 #include "platform/authenticator/secret_service_key.h"
 #include "veltrane/passkeys/authenticator.h"
@@ -59,10 +59,8 @@ TEST(Unlocked, KeepsAKeyForEachStore) {
 }
 
 TEST(Unlocked, OneThatIsWantedByManyAtOnceIsMadeOnce) {
-  std::vector<std::future<std::string>> all;
-  for (int i = 0; i < 8; ++i) {
-    all.push_back(std::async(std::launch::async, [] { return keyOf(store("many")); }));
-  }
+  std::array<std::future<std::string>, 8> all;
+  for (auto& key : all) key = std::async(std::launch::async, [] { return keyOf(store("many")); });
   std::set<std::string> keys;
   for (auto& key : all) keys.insert(key.get());
   EXPECT_EQ(keys.size(), 1U);

@@ -14,12 +14,6 @@
 namespace veltrane::testing {
 namespace {
 
-sockaddr_in loopback(int port) {
-  return {.sin_family = AF_INET,
-          .sin_port = htons(static_cast<in_port_t>(port)),
-          .sin_addr = {htonl(INADDR_LOOPBACK)}};
-}
-
 class Socket {
  public:
   Socket() : fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {}
@@ -27,34 +21,31 @@ class Socket {
   Socket(const Socket&) = delete;
   Socket& operator=(const Socket&) = delete;
 
-  bool bindTo(int port) const {
-    const auto address = loopback(port);
-    return bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+  /// `use`: bind or connect, to this machine alone.
+  template <typename Use>
+  bool at(int port, Use use) {
+    address.sin_port = htons(static_cast<in_port_t>(port));
+    return use(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
   }
-  bool connectTo(int port) const {
-    const auto address = loopback(port);
-    return connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-  }
-  int port() const {
-    sockaddr_in address{};
+  int port() {
     socklen_t size = sizeof address;
     getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
     return ntohs(address.sin_port);
   }
-
   void shut() {
     if (fd >= 0) close(std::exchange(fd, -1));
   }
 
   int fd;
+  sockaddr_in address{.sin_family = AF_INET, .sin_port = 0, .sin_addr = {htonl(INADDR_LOOPBACK)}};
 };
 
 /// Comes back once the emulator has set up all it listens on; false if it ended before.
 bool answers(int controlPort) {
-  const Socket control;
+  Socket control;
   const unsigned char capabilities[] = {0, 0, 0, 1};
   char answer[8];
-  return control.connectTo(controlPort) &&
+  return control.at(controlPort, connect) &&
          send(control.fd, capabilities, sizeof capabilities, MSG_NOSIGNAL) == sizeof capabilities &&
          recv(control.fd, answer, sizeof answer, MSG_WAITALL) == sizeof answer;
 }
@@ -82,10 +73,10 @@ bool SoftwareTPM::start() {
   // Clients look for the control channel at the port behind the other.
   Socket control;
   {
-    const Socket commands;
-    if (!commands.bindTo(0)) return false;
+    Socket commands;
+    if (!commands.at(0, bind)) return false;
     port_ = commands.port();
-    if (!control.bindTo(port_ + 1) || listen(control.fd, 8) != 0) return false;
+    if (!control.at(port_ + 1, bind) || listen(control.fd, 8) != 0) return false;
   }
   const std::string state = "dir=" + state_.string();
   const std::string server = "type=tcp,port=" + std::to_string(port_);
