@@ -154,12 +154,15 @@ std::vector<std::string> clippedTexts(QQuickItem* root) {
 }
 
 TEST_F(Look, LargeTextGrowsRowsWithoutCuttingWords) {
-  openForm(everything(), R"("navTitle":{"value":"Confirm your identity"})");
+  auto components = everything();
+  components.insert(components.begin(), field("mail", R"("placeholder":"you@company.example")"));
+  openForm(components, R"("navTitle":{"value":"Confirm your identity"})");
   const double before = form()->property("contentHeight").toDouble();
   stage().setTextScale(2);
   settle();
   EXPECT_GT(form()->property("contentHeight").toDouble(), before * 1.3);
   EXPECT_EQ(clippedTexts(stage().activeView()->content()), std::vector<std::string>());
+  EXPECT_FALSE(item("placeholder")->property("truncated").toBool());
   std::vector<QRectF> rows;
   for (int row = 0; row < screen()->rows()->rowCount(); ++row) {
     QQuickItem* item = nullptr;
