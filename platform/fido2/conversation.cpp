@@ -6,9 +6,9 @@
 
 namespace veltrane::fido2 {
 
-Conversation::Conversation(std::shared_ptr<MainQueue> mainQueue,
+Conversation::Conversation(const std::shared_ptr<MainQueue>& mainQueue,
                            std::shared_ptr<PasskeySheet> sheet, Answer answer)
-    : mainQueue_(std::move(mainQueue)), sheet_(std::move(sheet)), answer_(std::move(answer)) {}
+    : mainQueue_(mainQueue), sheet_(std::move(sheet)), answer_(std::move(answer)) {}
 
 void Conversation::show(PasskeyQuestion question, PasskeyError ifCancelled) {
   post(std::move(question), std::move(ifCancelled), nullptr);
@@ -30,7 +30,7 @@ bool Conversation::pause(std::chrono::milliseconds time) const {
 }
 
 void Conversation::end(Outcome outcome) {
-  mainQueue_->async([self = shared_from_this(), outcome = std::move(outcome)] {
+  async([self = shared_from_this(), outcome = std::move(outcome)] {
     if (!self->sheet_) return;
     self->stop();
     const auto sheet = std::exchange(self->sheet_, nullptr);
@@ -41,8 +41,8 @@ void Conversation::end(Outcome outcome) {
 }
 
 void Conversation::abandon() {
-  stop();
   end(PasskeyError{PasskeyFailure::cancelled});
+  stop();
 }
 
 void Conversation::drop() {
@@ -52,8 +52,8 @@ void Conversation::drop() {
 }
 
 void Conversation::post(PasskeyQuestion question, PasskeyError ifCancelled, Heard heard) {
-  mainQueue_->async([self = shared_from_this(), question = std::move(question),
-                     ifCancelled = std::move(ifCancelled), heard = std::move(heard)] {
+  async([self = shared_from_this(), question = std::move(question),
+         ifCancelled = std::move(ifCancelled), heard = std::move(heard)] {
     if (!self->sheet_) return;
     // The sheet may outlive the request.
     const std::weak_ptr<Conversation> weak = self;
@@ -61,13 +61,18 @@ void Conversation::post(PasskeyQuestion question, PasskeyError ifCancelled, Hear
       const auto alive = weak.lock();
       if (!alive) return;
       if (answer.kind == PasskeyAnswer::Kind::cancelled) {
-        alive->stop();
+        // In this order: what the halted thread comes to must not be the first to arrive.
         alive->end(ifCancelled);
+        alive->stop();
       } else if (heard) {
         heard(std::move(answer));
       }
     });
   });
+}
+
+void Conversation::async(std::function<void()> work) {
+  if (const auto mainQueue = mainQueue_.lock()) mainQueue->async(std::move(work));
 }
 
 void Conversation::hear(PasskeyAnswer answer) {

@@ -28,7 +28,7 @@ class Conversation : public std::enable_shared_from_this<Conversation> {
   using Answer = std::function<void(Outcome)>;
 
   /// Main thread. `answer` is called there, once at most.
-  Conversation(std::shared_ptr<MainQueue> mainQueue, std::shared_ptr<PasskeySheet> sheet,
+  Conversation(const std::shared_ptr<MainQueue>& mainQueue, std::shared_ptr<PasskeySheet> sheet,
                Answer answer);
 
   // For the key's thread.
@@ -58,10 +58,12 @@ class Conversation : public std::enable_shared_from_this<Conversation> {
   using Heard = std::function<void(PasskeyAnswer)>;
 
   void post(PasskeyQuestion question, PasskeyError ifCancelled, Heard heard);
+  void async(std::function<void()> work);
   void hear(PasskeyAnswer answer);
   void stop();
 
-  const std::shared_ptr<MainQueue> mainQueue_;
+  /// Weak: work that it never runs would keep it for good.
+  const std::weak_ptr<MainQueue> mainQueue_;
   Halt halt_;
 
   // Main thread alone; empty once the request is over.

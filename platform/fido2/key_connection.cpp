@@ -1,6 +1,7 @@
 #include "platform/fido2/key_connection.h"
 
 #include <algorithm>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -16,6 +17,11 @@ thread_local KeyConnection* opening = nullptr;
 std::vector<std::string> textsOf(char** texts, std::size_t count) {
   return texts != nullptr ? std::vector<std::string>(texts, texts + count)
                           : std::vector<std::string>{};
+}
+
+bool isKeepAlive(std::span<const unsigned char> report) {
+  constexpr std::size_t kCommand = 4;
+  return report.size() > kCommand && report[kCommand] == (CTAP_FRAME_INIT | CTAP_KEEPALIVE);
 }
 
 bool hasOption(const fido_cbor_info_t* info, std::string_view option) {
@@ -111,6 +117,8 @@ int KeyConnection::read(unsigned char* report, std::size_t size, int limit) {
       gone_ = true;
     } else if (*count > 0) {
       lastWord_ = Clock::now();
+      // Being at work all the time gives a key no more of it than it was to have.
+      if (limit == 0 && isKeepAlive({report, *count})) return -1;
       return static_cast<int>(*count);
     } else if (!halt_.requested() || farewellEnd_) {
       gone_ = gone_ || Clock::now() >= lastWord_ + patience_.silence;

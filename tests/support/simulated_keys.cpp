@@ -12,6 +12,8 @@
 namespace veltrane::testing {
 namespace {
 
+/// Between two words of a key at work.
+constexpr std::chrono::milliseconds kPause{10};
 constexpr std::size_t kReport = fido2::KeyWire::kReportSize;
 constexpr std::uint8_t kPing = 0x81, kInit = 0x86, kCBOR = 0x90, kCancel = 0x91, kKeepAlive = 0xBB,
                        kError = 0xBF;
@@ -98,8 +100,7 @@ std::optional<std::string> SimulatedKey::read(std::chrono::milliseconds limit,
   static const fido2::Halt never;
   if (auto report = nextReport(); !report || !report->empty()) return report;
   // A key at work says so now and then.
-  const auto wait = limit.count() < 0 ? std::chrono::milliseconds(10)
-                                      : std::min(limit, std::chrono::milliseconds(10));
+  const auto wait = limit.count() < 0 ? kPause : std::min(limit, kPause);
   (halt != nullptr ? halt : &never)->wait(event_, wait);
   return nextReport();
 }
@@ -119,7 +120,10 @@ std::optional<std::string> SimulatedKey::nextReport() {
     return report;
   }
   const bool isAtWork = pending_ || (manner_ == Manner::endless && !channel_.empty());
-  return isAtWork ? frame(kKeepAlive, std::string("\0\1\2", 3)) : std::string();
+  const auto now = std::chrono::steady_clock::now();
+  if (!isAtWork || now - lastReport_ < kPause) return "";
+  lastReport_ = now;
+  return frame(kKeepAlive, std::string("\0\1\2", 3));
 }
 
 void SimulatedKey::receive(std::string_view report) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <deque>
 #include <functional>
 #include <map>
@@ -73,6 +74,7 @@ class SimulatedKey {
   std::size_t expected_ = 0;
   std::function<std::string()> pending_;
   std::deque<std::string> reports_;
+  std::chrono::steady_clock::time_point lastReport_;
 };
 
 /// The ports. Any thread.

@@ -1,0 +1,125 @@
+// Whatever the key does and whatever is on the sheet: Cancel answers once, a dropped handle not at
+// all, and the thread comes back.
+#include "tests/fido2/person.h"
+
+namespace veltrane::testing {
+namespace {
+
+using enum PasskeyStep;
+
+/// Each state in which a request can be ended, and how it is reached.
+struct State {
+  PasskeyStep step;
+  std::function<void(SimulatedKeys&)> prepare;
+  Requirement verification = Requirement::discouraged;
+};
+
+std::shared_ptr<SimulatedKey> untouched(KeyBehaviour behaviour = {}) {
+  auto key = std::make_shared<SimulatedKey>(std::move(behaviour));
+  key->waitForTouch();
+  return key;
+}
+
+std::vector<State> states() {
+  return {{insertKey, [](auto&) {}},
+          {touchKey, [](auto& keys) { keys.plugIn("a", untouched()); }},
+          {selectKey,
+           [](auto& keys) {
+             keys.plugIn("a", untouched());
+             keys.plugIn("b", untouched());
+           }},
+          {enterPIN, [](auto& keys) { keys.plugIn("a", untouched({.pin = "123456"})); },
+           Requirement::required},
+          {newPIN, [](auto& keys) { keys.plugIn("a", untouched()); }, Requirement::required},
+          {notice, [](auto& keys) {
+             keys.plugIn("a", std::make_shared<SimulatedKey>(KeyBehaviour{.refusal = 0x27}));
+           }}};
+}
+
+class KeyEnds : public Person, public ::testing::WithParamInterface<std::size_t> {
+ protected:
+  void start() {
+    state = states()[GetParam()];
+    state.prepare(*keys);
+    auto request = registration();
+    request.userVerification = state.verification;
+    startMake(request);
+  }
+  State state;
+};
+
+TEST_P(KeyEnds, CancelAnswersOnceAndTheNextRequestGoesOn) {
+  start();
+  cancelAt(state.step);
+  awaitAnswer();
+  ASSERT_EQ(made->index(), 1U);
+  EXPECT_EQ(std::get<PasskeyError>(*made).failure, PasskeyFailure::cancelled);
+  keys->pullOut("a");
+  keys->pullOut("b");
+  insert("c");
+  EXPECT_FALSE(make().id.empty());
+}
+
+TEST_P(KeyEnds, ADroppedHandleIsSilent) {
+  start();
+  bool isDropped = false;
+  when(state.step, [&] {
+    handle.reset();
+    isDropped = true;
+  });
+  ASSERT_TRUE(loop->runUntil([&] { return isDropped; }, std::chrono::seconds(60)));
+  authenticator.reset();
+  sheet->cancel();
+  loop->runUntilIdle();
+  EXPECT_EQ(answers, 0);
+}
+
+TEST_P(KeyEnds, WithoutAnAuthenticatorThereIsAnAnswerStill) {
+  start();
+  when(state.step, [&] { authenticator.reset(); });
+  awaitAnswer();
+  EXPECT_EQ(std::get<PasskeyError>(*made).failure, PasskeyFailure::cancelled);
+}
+
+INSTANTIATE_TEST_SUITE_P(InEachState, KeyEnds, ::testing::Range(std::size_t{0}, states().size()));
+
+class HostileKeys : public Person, public ::testing::WithParamInterface<SimulatedKey::Manner> {};
+
+TEST_P(HostileKeys, LeaveTheWayOutOpen) {
+  const auto key = insert("a");
+  for (const auto step : {insertKey, touchKey, notice}) cancelAt(step);
+  key->setManner(GetParam());
+  EXPECT_NE(failToMake().failure, PasskeyFailure::noneFound);
+}
+
+TEST_P(HostileKeys, ThatTurnSoInTheMiddleDoNotHoldTheThread) {
+  const auto key = insert("a");
+  key->waitForTouch();
+  when(touchKey, [&] {
+    key->setManner(GetParam());
+    key->touch();
+    sheet->cancel();
+  });
+  startMake();
+  awaitAnswer();
+  handle.reset();
+  authenticator.reset();
+}
+
+TEST_P(HostileKeys, EndWithTheRequestsTime) {
+  const auto key = insert("a");
+  key->setManner(GetParam());
+  auto request = registration();
+  request.timeout = std::chrono::milliseconds(400);
+  when(notice, [this] { sheet->cancel(); });
+  startMake(request);
+  awaitAnswer();
+  EXPECT_EQ(made->index(), 1U);
+}
+
+using enum SimulatedKey::Manner;
+INSTANTIATE_TEST_SUITE_P(OfEachKind, HostileKeys,
+                         ::testing::Values(silent, endless, strangeChannel, cut, huge, garbage));
+
+}  // namespace
+}  // namespace veltrane::testing
