@@ -7,9 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "apps/vtflow/doctor/doctor_command.h"
 #include "apps/vtflow/drive/drive_command.h"
 #include "apps/vtflow/drive/exit_status.h"
 #include "apps/vtflow/messages.h"
+#include "apps/vtflow/passkeys/passkeys_command.h"
 #include "apps/vtflow/serve/serve_command.h"
 #include "apps/vtflow/window/run_command.h"
 
@@ -25,6 +27,8 @@ constexpr const char* kDriveHelp =
 struct Options {
   DriveOptions drive;
   ServeOptions serve;
+  DoctorOptions doctor;
+  PasskeysOptions passkeys;
 };
 
 /// All commands on one parser; `run` stands here for the help alone.
@@ -37,21 +41,20 @@ struct Parser {
     addDriveOptions(*drive, options.drive);
     drive->footer(std::string(exit_status::kHelp) + kDriveHelp);
     addServeOptions(*serve, options.serve);
+    addDoctorOptions(*doctor, options.doctor);
+    addPasskeysOptions(*passkeys, options.passkeys);
     app.footer("vtflow COMMAND --help tells the options of each.");
   }
 
   bool knows(const std::string& command) const {
-    const auto commands = {run, drive, serve};
-    return std::any_of(commands.begin(), commands.end(),
-                       [&](const CLI::App* one) { return one->get_name() == command; });
+    const auto isIt = [&](const CLI::App* one) { return one->get_name() == command; };
+    return !app.get_subcommands(isIt).empty();
   }
 
   /// As it was called: with the command, if there was one.
   std::string name() const {
-    for (const CLI::App* command : {drive, serve}) {
-      if (command->parsed()) return "vtflow " + command->get_name();
-    }
-    return "vtflow";
+    const auto parsed = app.get_subcommands();
+    return parsed.empty() ? "vtflow" : "vtflow " + parsed.front()->get_name();
   }
 
   CLI::App app{"Runs flows of the Veltrane orchestration server", "vtflow"};
@@ -60,6 +63,8 @@ struct Parser {
       "drive",
       "Run a flow without a window: events on standard output, commands on standard input");
   CLI::App* serve = app.add_subcommand("serve", "Run the sandbox server on a loopback address");
+  CLI::App* doctor = app.add_subcommand("doctor", "Tell whether passkeys work on this machine");
+  CLI::App* passkeys = app.add_subcommand("passkeys", "List or delete the passkeys kept here");
 };
 
 int explain(const Parser& parser, const CLI::ParseError& error, const Terminal& terminal) {
@@ -77,6 +82,8 @@ int explain(const Parser& parser, const CLI::ParseError& error, const Terminal& 
 int dispatch(const Parser& parser, const Options& options, const Terminal& terminal) {
   try {
     if (parser.drive->parsed()) return drive(options.drive, terminal.input, terminal.output);
+    if (parser.doctor->parsed()) return doctor(options.doctor, terminal.text);
+    if (parser.passkeys->parsed()) return managePasskeys(options.passkeys, terminal);
     return serve(options.serve, terminal.text, terminal.errors);
   } catch (const std::exception& error) {
     terminal.errors << parser.name() << ": " << asReason(error.what()) << '\n';
@@ -95,7 +102,7 @@ int runTool(int argumentCount, const char* const* arguments, Terminal terminal) 
   Parser parser(options);
   if (!words.empty() && !words.front().starts_with('-') && !parser.knows(words.front())) {
     terminal.errors << "vtflow: " << asReason("there is no command \"" + words.front() + "\"")
-                    << ", but run, drive and serve (see vtflow --help)\n";
+                    << ", but run, drive, serve, doctor and passkeys (see vtflow --help)\n";
     return exit_status::kUsage;
   }
   try {

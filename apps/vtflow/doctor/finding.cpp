@@ -1,0 +1,39 @@
+#include "apps/vtflow/doctor/finding.h"
+
+#include <algorithm>
+
+namespace veltrane::tool {
+namespace {
+
+const char* wordFor(Finding::State state) {
+  switch (state) {
+    case Finding::State::ok:
+      return "ok       ";
+    case Finding::State::missing:
+      return "missing  ";
+    case Finding::State::wrong:
+      return "wrong    ";
+    case Finding::State::fatal:
+      return "FATAL    ";
+  }
+  return "";
+}
+
+}  // namespace
+
+std::string lineOf(const Finding& finding) {
+  std::string line = wordFor(finding.state) + finding.subject + ": " + finding.cause;
+  if (!finding.remedy.empty()) line += ' ' + finding.remedy;
+  // Names of devices and services are their makers'.
+  std::replace_if(
+      line.begin(), line.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, ' ');
+  return line;
+}
+
+bool allowPasskeys(const Findings& findings) {
+  return std::none_of(findings.begin(), findings.end(), [](const Finding& finding) {
+    return finding.state == Finding::State::fatal;
+  });
+}
+
+}  // namespace veltrane::tool

@@ -1,0 +1,60 @@
+#include "apps/vtflow/passkeys/passkey_text.h"
+
+#include <algorithm>
+#include <cctype>
+#include <ctime>
+#include <iterator>
+
+namespace veltrane::tool {
+namespace {
+
+using authenticator::PasskeyEntry;
+
+std::string harmless(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
+  return text;
+}
+
+std::string dayOf(std::chrono::sys_seconds time) {
+  const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
+  std::tm parts{};
+  char text[16];
+  const auto size = std::strftime(text, sizeof text, "%Y-%m-%d", ::localtime_r(&seconds, &parts));
+  return {text, size};
+}
+
+}  // namespace
+
+std::string idText(const PasskeyEntry& entry) {
+  std::string text;
+  for (const unsigned char byte : entry.id) {
+    text += "0123456789abcdef"[byte >> 4];
+    text += "0123456789abcdef"[byte & 0x0F];
+  }
+  return text;
+}
+
+std::string ownerText(const PasskeyEntry& entry) {
+  return harmless(entry.userName.empty() ? entry.userDisplayName : entry.userName) + " at " +
+         harmless(entry.rpId);
+}
+
+std::string lineOf(const PasskeyEntry& entry) {
+  return dayOf(entry.created) + "  " + ownerText(entry) + "  " + entry.keeper + "  " +
+         std::to_string(entry.counter) + (entry.counter == 1 ? " signature  " : " signatures  ") +
+         idText(entry);
+}
+
+std::vector<PasskeyEntry> withId(const std::vector<PasskeyEntry>& entries,
+                                 const std::string& start) {
+  std::string wanted = start;
+  std::transform(wanted.begin(), wanted.end(), wanted.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  std::vector<PasskeyEntry> found;
+  std::copy_if(entries.begin(), entries.end(), std::back_inserter(found),
+               [&](const PasskeyEntry& entry) { return idText(entry).starts_with(wanted); });
+  return found;
+}
+
+}  // namespace veltrane::tool
