@@ -6,13 +6,25 @@
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <algorithm>
+#include <vector>
 
 #include "platform/qtquick/flow_stage.h"
 #include "platform/qtquick/install.h"
+#include "platform/qtquick/passkey_item.h"
 #include "platform/qtquick/view_registry.h"
 #include "veltrane/base/console.h"
 
 namespace veltrane::qtquick {
+namespace {
+
+/// In the order they were made. User-interface thread.
+std::vector<FlowPresenter*>& presenters() {
+  static std::vector<FlowPresenter*> all;
+  return all;
+}
+
+}  // namespace
 
 FlowPresenter::FlowPresenter(QQuickWindow* window, QQmlEngine* engine)
     : FlowPresenter(window->contentItem(), engine) {}
@@ -25,12 +37,17 @@ FlowPresenter::FlowPresenter(QQuickItem* item, QQmlEngine* engine)
   connect(stage_.get(), &FlowStage::viewsChanged, this, &FlowPresenter::rememberFocus);
   connect(item, &QQuickItem::windowChanged, this,
           [this](QQuickWindow* window) { window_ = window; });
+  connect(item, &QObject::destroyed, this, [this] { qDeleteAll(findChildren<PasskeyItem*>()); });
   window_ = item->window();
   QGuiApplication::instance()->installEventFilter(this);
   makeOverlay(engine);
+  presenters().push_back(this);
 }
 
 FlowPresenter::~FlowPresenter() {
+  std::erase(presenters(), this);
+  // They look at the stage.
+  qDeleteAll(findChildren<PasskeyItem*>());
   delete overlay_;
 }
 
@@ -43,16 +60,73 @@ void FlowPresenter::makeOverlay(QQmlEngine* engine) {
     ownEngine_ = std::make_unique<QQmlEngine>();
     engine = ownEngine_.get();
   }
-  QQmlComponent component(engine, moduleFile("FlowOverlay.qml"));
+  overlay_ = make(*engine, "FlowOverlay.qml",
+                  {{QStringLiteral("stage"), QVariant::fromValue<QObject*>(stage_.get())}});
+}
+
+QQuickItem* FlowPresenter::make(QQmlEngine& engine, std::string_view file, QVariantMap properties) {
+  QQmlComponent component(&engine, moduleFile(file));
   if (!component.isReady()) {
     console::print("The flow cannot be shown: " + component.errorString().toStdString());
-    return;
+    return nullptr;
   }
-  auto* made = component.createWithInitialProperties(
-      {{QStringLiteral("stage"), QVariant::fromValue<QObject*>(stage_.get())},
-       {QStringLiteral("parent"), QVariant::fromValue<QQuickItem*>(parent_)}});
+  properties.insert(QStringLiteral("parent"), QVariant::fromValue<QQuickItem*>(parent_));
+  auto* made = component.createWithInitialProperties(properties);
   QQmlEngine::setObjectOwnership(made, QQmlEngine::CppOwnership);
-  overlay_ = qobject_cast<QQuickItem*>(made);
+  return qobject_cast<QQuickItem*>(made);
+}
+
+bool FlowPresenter::show(const std::shared_ptr<PasskeySheet>& sheet) {
+  if (!overlay_ || !parent_ || !window_) return false;
+  focusBelowPasskey_ = window_->activeFocusItem();
+  auto* item = new PasskeyItem(sheet, *stage_, this);
+  auto* content = make(*qmlEngine(overlay_), "PasskeySheet.qml",
+                       {{QStringLiteral("item"), QVariant::fromValue<QObject*>(item)}});
+  if (!content) {
+    delete item;
+    return false;
+  }
+  passkey_ = item;
+  connect(item, &PasskeyItem::asked, this, &FlowPresenter::passkeyChanged);
+  connect(item, &PasskeyItem::hasSettled, this, &FlowPresenter::passkeyChanged);
+  connect(item, &PasskeyItem::closed, this, &FlowPresenter::takeFocusBack);
+  connect(item, &PasskeyItem::left, item, &QObject::deleteLater);
+  connect(item, &QObject::destroyed, this, &FlowPresenter::passkeyChanged);
+  item->setContent(content);
+  emit passkeyChanged();
+  return true;
+}
+
+PasskeyItem* FlowPresenter::passkey() const {
+  return passkey_;
+}
+
+void FlowPresenter::takeFocusBack() {
+  if (focusBelowPasskey_ && focusBelowPasskey_->isVisible() && focusBelowPasskey_->isEnabled()) {
+    focusBelowPasskey_->forceActiveFocus();
+  } else if (const ViewItem* view = stage_->activeView(); view && view->content()) {
+    view->content()->forceActiveFocus();
+  }
+}
+
+int FlowPresenter::claim() const {
+  return (stage_->isShowing() ? 2 : 0) + (window_ && window_->isActive() ? 1 : 0);
+}
+
+FlowPresenter* FlowPresenter::current() {
+  FlowPresenter* best = nullptr;
+  for (FlowPresenter* one : presenters()) {
+    if (!best || one->claim() >= best->claim()) best = one;
+  }
+  return best;
+}
+
+bool FlowPresenter::isShown(const PasskeySheet& sheet) {
+  return std::any_of(presenters().begin(), presenters().end(), [&](const FlowPresenter* one) {
+    const auto items = one->findChildren<PasskeyItem*>();
+    return std::any_of(items.begin(), items.end(),
+                       [&](const PasskeyItem* item) { return item->shows(sheet); });
+  });
 }
 
 // The host's focus comes back once the last view has moved out.

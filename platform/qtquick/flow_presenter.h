@@ -3,9 +3,15 @@
 #include <QObject>
 #include <QPointer>
 #include <QQuickItem>
+#include <QVariantMap>
 #include <memory>
+#include <string_view>
 
 #include "veltrane/toolkit/view_controller.h"
+
+namespace veltrane {
+class PasskeySheet;
+}
 
 QT_BEGIN_NAMESPACE
 class QQmlEngine;
@@ -15,6 +21,7 @@ QT_END_NAMESPACE
 namespace veltrane::qtquick {
 
 class FlowStage;
+class PasskeyItem;
 
 /// Shows flows over a host's window or item. Make one on the user-interface thread, hand its
 /// `hostViewController()` to `VTFlow::runFlow`, and keep it until the flow's outcome is there.
@@ -44,13 +51,35 @@ class FlowPresenter final : public QObject {
   /// What holds the flow's views. Null when the module's files are missing or the parent is gone.
   QQuickItem* overlay() const { return overlay_; }
 
+  /// Shows the sheet's questions above everything of the flow's until it is closed. False when
+  /// there is nothing to show them on.
+  bool show(const std::shared_ptr<PasskeySheet>& sheet);
+  /// The panel of the sheet shown last; null when it has gone.
+  PasskeyItem* passkey() const;
+
+  /// The presenter whose flow is on display, that of the active window before others; else any of
+  /// the active window; else the one made last. Null when there is none.
+  static FlowPresenter* current();
+  /// One of the presenters shows this sheet.
+  static bool isShown(const PasskeySheet& sheet);
+
+ signals:
+  /// A passkey's panel shows another question, has come to rest, or has gone.
+  void passkeyChanged();
+
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   FlowPresenter(QQuickItem* item, QQmlEngine* engine);
   void makeOverlay(QQmlEngine* engine);
+  /// A file of the module, within the presenter's item; null, and a line on the console, when the
+  /// file is missing.
+  QQuickItem* make(QQmlEngine& engine, std::string_view file, QVariantMap properties);
   void rememberFocus();
+  /// The focus comes back to where it was before the panel, or to the screen that is there now.
+  void takeFocusBack();
+  int claim() const;
 
   QPointer<QQuickItem> parent_;
   QPointer<QQuickItem> formerFocus_;
@@ -58,6 +87,8 @@ class FlowPresenter final : public QObject {
   std::unique_ptr<QQmlEngine> ownEngine_;
   std::unique_ptr<FlowStage> stage_;
   QPointer<QQuickItem> overlay_;
+  QPointer<PasskeyItem> passkey_;
+  QPointer<QQuickItem> focusBelowPasskey_;
   bool wasShowing_ = false;
 };
 
