@@ -9,20 +9,24 @@
 namespace veltrane::authenticator {
 namespace {
 
-constexpr Database::Schema kSchema = {
-    "CREATE TABLE credentials("
-    "id BLOB PRIMARY KEY NOT NULL, rpId TEXT NOT NULL, userId BLOB NOT NULL,"
-    " userName TEXT NOT NULL, userDisplayName TEXT NOT NULL, algorithm INTEGER NOT NULL,"
-    " keeper TEXT NOT NULL, sealed BLOB NOT NULL,"
-    " counter INTEGER NOT NULL CHECK(counter BETWEEN 0 AND 4294967295),"
-    " discoverable INTEGER NOT NULL, created INTEGER NOT NULL) STRICT, WITHOUT ROWID;\n"
-    "CREATE INDEX accounts ON credentials(rpId, userId) WHERE discoverable = 1;\n"
-    "CREATE TABLE locks("
-    "kind INTEGER PRIMARY KEY NOT NULL, passes INTEGER NOT NULL, memoryKiB INTEGER NOT NULL,"
-    " lanes INTEGER NOT NULL, salt BLOB NOT NULL, verifier BLOB NOT NULL,"
-    " triesLeft INTEGER NOT NULL CHECK(triesLeft BETWEEN 0 AND 8)) STRICT;\n"
-    "CREATE TABLE store(id TEXT NOT NULL) STRICT;\n",
-    "INSERT INTO store VALUES(lower(hex(randomblob(16))))", 1};
+const Database::Schema& schema() {
+  static const Database::Schema schema = {
+      {"CREATE TABLE credentials("
+       "id BLOB PRIMARY KEY NOT NULL, rpId TEXT NOT NULL, userId BLOB NOT NULL,"
+       " userName TEXT NOT NULL, userDisplayName TEXT NOT NULL, algorithm INTEGER NOT NULL,"
+       " keeper TEXT NOT NULL, sealed BLOB NOT NULL,"
+       " counter INTEGER NOT NULL CHECK(counter BETWEEN 0 AND 4294967295),"
+       " discoverable INTEGER NOT NULL, created INTEGER NOT NULL) STRICT, WITHOUT ROWID",
+       "CREATE INDEX accounts ON credentials(rpId, userId) WHERE discoverable = 1",
+       "CREATE TABLE locks("
+       "kind INTEGER PRIMARY KEY NOT NULL, passes INTEGER NOT NULL, memoryKiB INTEGER NOT NULL,"
+       " lanes INTEGER NOT NULL, salt BLOB NOT NULL, verifier BLOB NOT NULL,"
+       " triesLeft INTEGER NOT NULL CHECK(triesLeft BETWEEN 0 AND 8)) STRICT",
+       "CREATE TABLE store(id TEXT NOT NULL) STRICT"},
+      "INSERT INTO store VALUES(lower(hex(randomblob(16))))",
+      1};
+  return schema;
+}
 static_assert(CredentialStore::kTries == 8);
 
 #define VELTRANE_COLUMNS                                                                           \
@@ -133,7 +137,13 @@ class CredentialStore::File {
     const Hold hold(file_, Hold::Mode::alone);
     file_.createIfMissing();
     identity_ = file_.identity();
-    database_.emplace(file_.path(), kSchema);
+    try {
+      database_.emplace(file_.path(), schema());
+    } catch (const StoreError& error) {
+      // What SQLite cannot make sense of before any of our statements is the file's fault.
+      if (error.code() == SQLITE_ERROR) throw StoreError(SQLITE_CORRUPT, error.what());
+      throw;
+    }
   }
 
   PasskeyError failure(const StoreError& error, std::string& report) {

@@ -1,5 +1,6 @@
 #include "platform/authenticator/sqlite_file.h"
 
+#include <algorithm>
 #include <string>
 
 namespace veltrane::authenticator {
@@ -72,26 +73,28 @@ Database::Database(const std::filesystem::path& file, const Schema& schema) {
 
 void Database::requireSchema(const Schema& schema) {
   if (version() > schema.version) {
-    throw StoreError(SQLITE_ERROR, "it was made by a later version of this program");
+    throw StoreError(SQLITE_CANTOPEN, "it was made by a later version of this program");
   }
-  if (presentSchema().empty()) {
+  if (presentStatements().empty()) {
     Transaction making(*this);
-    if (presentSchema().empty()) {
-      run(schema.statements);
-      run(schema.contents);
-      run(("PRAGMA user_version=" + std::to_string(schema.version)).c_str());
-    }
+    if (presentStatements().empty()) make(schema);
     making.commit();
   }
-  if (presentSchema() != schema.statements) {
+  if (!std::ranges::is_permutation(presentStatements(), schema.statements)) {
     throw StoreError(SQLITE_CORRUPT, "it has tables of another kind");
   }
 }
 
-std::string Database::presentSchema() {
-  std::string all;
-  auto rows = query("SELECT sql FROM sqlite_master WHERE sql IS NOT NULL ORDER BY rowid");
-  while (rows.step()) all += rows.bytes(0) + ";\n";
+void Database::make(const Schema& schema) {
+  for (const auto& statement : schema.statements) run(statement.c_str());
+  run(schema.contents);
+  run(("PRAGMA user_version=" + std::to_string(schema.version)).c_str());
+}
+
+std::vector<std::string> Database::presentStatements() {
+  std::vector<std::string> all;
+  auto rows = query("SELECT sql FROM sqlite_master WHERE sql IS NOT NULL");
+  while (rows.step()) all.push_back(rows.bytes(0));
   return all;
 }
 

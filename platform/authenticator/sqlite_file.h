@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace veltrane::authenticator {
 
@@ -57,11 +58,12 @@ class Query {
 /// stranger put into the file never runs. Failures are `StoreError`s.
 class Database {
  public:
-  /// The tables, one statement after another, each ended by ";\n"; what is in them at first; and
-  /// the number of this set of tables.
   struct Schema {
-    const char* statements;
+    /// One for each table and index.
+    std::vector<std::string> statements;
+    /// What is in them at first.
     const char* contents;
+    /// Of this set of tables.
     int version;
   };
   /// Makes the tables in an empty file. One of a later version is an error, but no damage.
@@ -74,7 +76,8 @@ class Database {
 
  private:
   void requireSchema(const Schema& schema);
-  std::string presentSchema();
+  void make(const Schema& schema);
+  std::vector<std::string> presentStatements();
   std::int64_t version();
 
   struct Close {

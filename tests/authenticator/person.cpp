@@ -4,7 +4,15 @@
 
 namespace veltrane::authenticator::testing {
 
-Person::Person() : changes_(sheet_->changed.subscribe([this] { answer(); })) {}
+Person::Person() {
+  attend(std::make_shared<PasskeySheet>());
+}
+
+void Person::attend(std::shared_ptr<PasskeySheet> sheet) {
+  sheet_ = std::move(sheet);
+  changes_ = sheet_->changed.subscribe([this] { answer(); });
+  answer();
+}
 
 std::vector<PasskeyQuestion> Person::takeQuestions() {
   return std::exchange(questions_, {});

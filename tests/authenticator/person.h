@@ -9,10 +9,13 @@
 
 namespace veltrane::authenticator::testing {
 
-/// Someone in front of the sheet, who answers each question in turn.
+/// Someone in front of a sheet, who answers each question in turn.
 class Person {
  public:
   Person();
+
+  /// Turns to another sheet.
+  void attend(std::shared_ptr<PasskeySheet> sheet);
 
   std::string pin = "2580";
   std::string passphrase = "correct horse battery";
@@ -28,7 +31,7 @@ class Person {
  private:
   void answer();
 
-  std::shared_ptr<PasskeySheet> sheet_ = std::make_shared<PasskeySheet>();
+  std::shared_ptr<PasskeySheet> sheet_;
   Subscription changes_;
   std::vector<PasskeyQuestion> questions_;
 };
