@@ -21,28 +21,45 @@ std::string testName(const ::testing::TestParamInfo<std::filesystem::path>& info
   return name;
 }
 
+json contentOf(const std::filesystem::path& file) {
+  std::ifstream stream(file);
+  return json::parse(stream);
+}
+
 /// Each flow that comes with the server says how it is driven and how it ends.
-class ShippedFlow : public ::testing::TestWithParam<std::filesystem::path> {};
+class ShippedFlow : public ::testing::TestWithParam<std::filesystem::path> {
+ protected:
+  void drive(const std::filesystem::path& file) const {
+    const json flow = contentOf(file);
+    DriverProcess driver({"drive", "--company", "acme", "--flow", file.stem().string(),
+                          "--base-url", server_.baseURL(), "--ca", server_.authorityFile().string(),
+                          "--credentials", folder_.path() / "passkeys.db"});
+    for (const auto& command : flow.value("demo", json::array())) driver.send(command);
+    driver.closeInput();
+    const auto expected = flow.value("expect", json::object());
+    EXPECT_EQ(driver.wait(), expected.value("exit", 0)) << driver.output();
+    EXPECT_TRUE(driver.events("refused").empty()) << driver.output();
+    const auto results = driver.events("result");
+    for (const char* const field : {"reason", "message", "code"}) {
+      if (!expected.contains(field)) continue;
+      ASSERT_EQ(results.size(), 1);
+      EXPECT_EQ(results.front().at("error").at(field), expected.at(field));
+    }
+  }
+
+ private:
+  const ScratchFolder folder_;
+  const sandbox::Server server_{
+      {.stateFolder = folder_.path(), .flowsFolder = sandbox::shippedFlowsFolder()}};
+};
 
 TEST_P(ShippedFlow, EndsAsItsFileSays) {
   const auto& file = GetParam();
-  std::ifstream stream(file);
-  const auto flow = json::parse(stream);
-  const ScratchFolder folder;
-  const sandbox::Server server({.stateFolder = folder.path(), .flowFiles = {file}});
-  DriverProcess driver({"drive", "--company", "acme", "--flow", file.stem().string(), "--base-url",
-                        server.baseURL(), "--ca", server.authorityFile().string()});
-  for (const auto& command : flow.value("demo", json::array())) driver.send(command);
-  driver.closeInput();
-  const auto expected = flow.value("expect", json::object());
-  EXPECT_EQ(driver.wait(), expected.value("exit", 0)) << driver.output();
-  EXPECT_TRUE(driver.events("refused").empty()) << driver.output();
-  const auto results = driver.events("result");
-  for (const char* const field : {"reason", "message", "code"}) {
-    if (!expected.contains(field)) continue;
-    ASSERT_EQ(results.size(), 1);
-    EXPECT_EQ(results.front().at("error").at(field), expected.at(field));
+  const json flow = contentOf(file);
+  if (flow.contains("after")) {
+    drive(file.parent_path() / (flow["after"].get<std::string>() + ".json"));
   }
+  drive(file);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, ShippedFlow, ::testing::ValuesIn(shippedFlows()), testName);
