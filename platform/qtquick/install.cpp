@@ -8,12 +8,18 @@
 #include <utility>
 
 // The one file of this folder that knows the other adapters: it puts the usual set together.
+#include "platform/authenticator/platform_authenticator.h"
+#include "platform/authenticator/usual_keepers.h"
 #include "platform/curl/curl_transport.h"
+#include "platform/fido2/security_key_authenticator.h"
 #include "platform/pictures/codec.h"
+#include "platform/publicsuffix/public_suffix_list.h"
 #include "platform/qtquick/main_queue.h"
+#include "platform/qtquick/passkey_presenter.h"
 #include "platform/qtquick/screen_device.h"
 #include "platform/sqlite/sqlite_store.h"
 #include "veltrane/base/console.h"
+#include "veltrane/passkeys/webauthn_client.h"
 #include "veltrane/toolkit/notification_center.h"
 #include "veltrane/toolkit/storyboard.h"
 #include "veltrane/ui/main_storyboard.h"
@@ -55,6 +61,20 @@ class FirstFrame final : public QObject {
 /// For hosts that draw nothing for a while.
 constexpr std::chrono::milliseconds kHeadStart{100};
 
+WebAuthnClient::Parts passkeys(const Options& options) {
+  const auto file = options.passkeysFile.value_or(authenticator::defaultPasskeyFile());
+  return {.authenticators =
+              [file] {
+                return std::vector<std::shared_ptr<Authenticator>>{
+                    std::make_shared<authenticator::PlatformAuthenticator>(
+                        authenticator::PlatformAuthenticatorOptions{
+                            .file = file, .keepers = authenticator::usualKeepers()}),
+                    std::make_shared<fido2::SecurityKeyAuthenticator>()};
+              },
+          .presenter = std::make_shared<QtPasskeyPresenter>(),
+          .suffixes = publicsuffix::make()};
+}
+
 }  // namespace
 
 void registerTypes() {
@@ -77,6 +97,7 @@ Platform makePlatform(const Options& options) {
   platform.transport = transport;
   platform.pictureCodec = std::make_shared<pictures::Codec>();
   platform.device = std::make_shared<ScreenDevice>(options.idiom);
+  platform.makeCredentialsManager = makeWebAuthnClients(passkeys(options));
   return platform;
 }
 

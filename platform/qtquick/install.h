@@ -13,12 +13,14 @@ struct Options {
   std::optional<std::filesystem::path> authorityFile;
   /// The settings file; absent: the user's own.
   std::optional<std::filesystem::path> settingsFile;
+  /// This machine's passkeys; absent: the user's own.
+  std::optional<std::filesystem::path> passkeysFile;
   /// Absent: told by the size of the screen.
   std::optional<InterfaceIdiom> idiom;
 };
 
-/// The usual adapters: Qt's event loop, the screen, libcurl, the SQLite settings file and the
-/// flow's own screens. Call on the user-interface thread, with a QGuiApplication.
+/// The usual adapters: Qt's event loop, the screen, libcurl, the SQLite settings file, passkeys of
+/// this machine and of security keys, and the flow's own screens. Call on the user-interface thread, with a QGuiApplication.
 Platform makePlatform(const Options& options = {});
 
 /// Installs `makePlatform(options)`, process-wide. Once, before the first `VTFlow`. A host that
