@@ -109,27 +109,37 @@ int KeyConnection::read(unsigned char* report, std::size_t size, int limit) {
     }
     const auto now = Clock::now();
     const auto wait = std::chrono::ceil<std::chrono::milliseconds>(endOfWait(limit) - now);
+    gone_ = now >= lastWord_ + patience_.silence;
     // A key that never stops talking must find an end as well.
-    if (wait.count() <= 0 && (farewellEnd_ || now >= deadline_)) return -1;
+    if (gone_ || (wait.count() <= 0 && (farewellEnd_ || now >= deadline_))) return -1;
     const auto count = wire_->read({report, size}, std::max(wait, std::chrono::milliseconds(0)),
                                    farewellEnd_ ? nullptr : &halt_);
     if (!count) {
       gone_ = true;
     } else if (*count > 0) {
-      lastWord_ = Clock::now();
+      hear({report, *count});
       // Being at work all the time gives a key no more of it than it was to have.
       if (limit == 0 && isKeepAlive({report, *count})) return -1;
       return static_cast<int>(*count);
     } else if (!halt_.requested() || farewellEnd_) {
-      gone_ = gone_ || Clock::now() >= lastWord_ + patience_.silence;
+      gone_ = Clock::now() >= lastWord_ + patience_.silence;
       return -1;
     }
+  }
+}
+
+void KeyConnection::hear(std::span<const unsigned char> report) {
+  // What it says to other programs does not count.
+  if (report.size() >= channel_.size() &&
+      std::equal(channel_.begin(), channel_.end(), report.begin())) {
+    lastWord_ = Clock::now();
   }
 }
 
 int KeyConnection::write(const unsigned char* numbered, std::size_t size) {
   // What is asked of a key begins its time to answer. The first byte is the report's number.
   lastWord_ = Clock::now();
+  if (size > channel_.size()) std::copy_n(numbered + 1, channel_.size(), channel_.begin());
   if (size < 1 || gone_ || !wire_->write({numbered + 1, size - 1})) {
     gone_ = true;
     return -1;

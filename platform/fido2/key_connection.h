@@ -2,10 +2,12 @@
 
 #include <fido.h>
 
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -62,6 +64,7 @@ class KeyConnection {
 
   int read(unsigned char* report, std::size_t size, int limit);
   int write(const unsigned char* numbered, std::size_t size);
+  void hear(std::span<const unsigned char> report);
   void askAbilities();
   Clock::time_point endOfWait(int limit) const;
 
@@ -72,6 +75,8 @@ class KeyConnection {
   Patience patience_;
   Fido<fido_dev_t> device_;
   KeyAbilities abilities_;
+  /// CTAPHID's name for this conversation; begins each report.
+  std::array<unsigned char, 4> channel_{};
   Clock::time_point lastWord_;
   std::optional<Clock::time_point> farewellEnd_;
   bool gone_ = false;

@@ -40,8 +40,16 @@ KeyFinder::KeyFinder(KeySource& source, Conversation& talk, Occasion occasion,
 
 std::unique_ptr<KeyConnection> KeyFinder::find() {
   told_.reset();
+  tried_.clear();
   while (!isOver()) {
-    Keys keys = open(present());
+    const auto paths = present();
+    if (paths != tried_) {
+      // A key may take its time to be opened.
+      told_.reset();
+      if (!paths.empty()) talk_.show(working(occasion_), ifCancelled_);
+      tried_ = paths;
+    }
+    Keys keys = open(paths);
     if (keys.size() == 1) return std::move(keys.front());
     if (keys.empty()) {
       askForKey();

@@ -42,6 +42,7 @@ class KeyFinder {
   std::set<std::string> aside_;
   std::string problem_;
   PasskeyError ifCancelled_{PasskeyFailure::cancelled};
+  std::vector<std::string> tried_;
   /// The problem of the question on display.
   std::optional<std::string> told_;
 };

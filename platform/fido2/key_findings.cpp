@@ -1,5 +1,6 @@
 #include "platform/fido2/key_findings.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -50,7 +51,7 @@ KeyFinding judge(const fs::path& device, std::string product) {
   if (!fs::exists(device, error)) {
     finding.cause = "The system knows the key, but its device " + device.string() + " is missing.";
     finding.remedy = "Take the key out and insert it again; in a container, hand the device in.";
-  } else if (access(device.c_str(), R_OK | W_OK) != 0) {
+  } else if (faccessat(AT_FDCWD, device.c_str(), R_OK | W_OK, AT_EACCESS) != 0) {
     finding.cause = "You may not read and write " + device.string() + ".";
     finding.remedy =
         "Install udev's rules for security keys (Debian: apt-get install libfido2-1 udev), then "

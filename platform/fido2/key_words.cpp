@@ -57,6 +57,10 @@ PasskeyQuestion insertKey(const Occasion& occasion, std::string problem) {
   return asked;
 }
 
+PasskeyQuestion working(const Occasion& occasion) {
+  return question(occasion, PasskeyStep::working, "Security key", {});
+}
+
 PasskeyQuestion selectKey(const Occasion& occasion) {
   return question(occasion, PasskeyStep::selectKey, "Choose a security key",
                   "Several security keys are plugged in. Touch the one you want to use.");

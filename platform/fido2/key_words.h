@@ -20,6 +20,7 @@ struct Occasion {
 };
 
 PasskeyQuestion insertKey(const Occasion& occasion, std::string problem);
+PasskeyQuestion working(const Occasion& occasion);
 PasskeyQuestion selectKey(const Occasion& occasion);
 PasskeyQuestion touchKey(const Occasion& occasion);
 PasskeyQuestion enterPIN(const Occasion& occasion, std::string problem);

@@ -87,6 +87,7 @@ class Verification {
         problem = "That PIN is too long for the security key.";
         continue;
       }
+      talk_.show(working(occasion_));
       const int result = fido_dev_set_pin(key_.device(), answer->secret.cString(),
                                           pin_ ? pin_->cString() : nullptr);
       if (result == FIDO_OK) pin_ = std::move(answer->secret);
