@@ -2,6 +2,7 @@
 
 #include <QAccessible>
 #include <QCoreApplication>
+#include <chrono>
 #include <utility>
 
 #include "platform/qtquick/convert.h"
@@ -16,12 +17,16 @@ static_assert(static_cast<int>(PasskeyItem::Working) == static_cast<int>(Passkey
 constexpr double kText = 4.5;
 /// Longer names are cut in their middle: the two ends are what tells them apart.
 constexpr qsizetype kLongestName = 96;
+constexpr std::chrono::milliseconds kLate{300};
 
 QString nameOf(const std::string& text) {
   const QString name = toQString(text).simplified();
   if (name.size() <= kLongestName) return name;
-  const qsizetype half = kLongestName / 2;
-  return name.left(half) + QChar(0x2026) + name.right(half);
+  qsizetype head = kLongestName / 2;
+  qsizetype tail = name.size() - kLongestName / 2;
+  if (name.at(head).isLowSurrogate()) --head;
+  if (name.at(tail).isLowSurrogate()) ++tail;
+  return name.first(head) + QChar(0x2026) + name.sliced(tail);
 }
 
 }  // namespace
@@ -39,6 +44,8 @@ PasskeyItem::PasskeyItem(const std::shared_ptr<PasskeySheet>& sheet, FlowStage& 
                          QObject* parent)
     : QObject(parent), sheet_(sheet), stage_(stage) {
   subscription_ = sheet->changed.subscribe([this] { follow(); });
+  lateTimer_.setSingleShot(true);
+  connect(&lateTimer_, &QTimer::timeout, this, &PasskeyItem::beLate);
   connect(&stage, &FlowStage::lookChanged, this, &PasskeyItem::followLook);
   connect(&stage, &FlowStage::viewsChanged, this, &PasskeyItem::followLook);
   followLook();
@@ -65,26 +72,43 @@ void PasskeyItem::follow() {
   const auto sheet = sheet_.lock();
   const bool wasOpen = std::exchange(open_, sheet && sheet->isOpen());
   cancellable_ = sheet && sheet->canCancel();
-  if (!open_) {
-    busy_ = true;
-  } else if (const auto& now = sheet->question();
-             now.step == PasskeyStep::working && !cancellable_ && now.title == shown_.title) {
-    busy_ = true;
-  } else {
-    return show(now);
-  }
-  emit changed();
+  if (open_ && sheet->question().step != PasskeyStep::working) return show(sheet->question());
+  work();
   if (wasOpen && !open_) emit closed();
 }
 
+void PasskeyItem::work() {
+  if (!std::exchange(busy_, true)) lateTimer_.start(kLate);
+  if (!open_) lateTimer_.stop();
+  if (late_ && open_) return beLate();
+  emit changed();
+}
+
+void PasskeyItem::beLate() {
+  const auto sheet = sheet_.lock();
+  if (!sheet || sheet->question().step != PasskeyStep::working) return;
+  late_ = true;
+  const auto& now = sheet->question();
+  const bool hasName = !now.title.empty() && now.title != shown_.title;
+  if (hasName || step() == None) shown_ = now;
+  if (hasName && !std::exchange(choices_, {}).isEmpty()) emit choicesChanged();
+  emit changed();
+  if (hasName) emit asked();
+  announce();
+}
+
 void PasskeyItem::show(const PasskeyQuestion& question) {
+  lateTimer_.stop();
+  late_ = false;
   const bool another =
       std::exchange(busy_, false) || question.step != shown_.step || question.title != shown_.title;
   const bool newProblem = question.problem != shown_.problem;
   shown_ = question;
   if (another) mismatch_ = false;
   QStringList choices;
-  for (const auto& choice : question.choices) choices << nameOf(choice);
+  for (const auto& choice : question.choices) {
+    choices << (question.step == PasskeyStep::method ? translatedPhrase(choice) : nameOf(choice));
+  }
   const bool otherChoices = choices != choices_;
   choices_ = std::move(choices);
   emit changed();
@@ -94,10 +118,10 @@ void PasskeyItem::show(const PasskeyQuestion& question) {
 }
 
 QString PasskeyItem::title() const {
-  return translated(shown_.title);
+  return translatedPhrase(shown_.title);
 }
 QString PasskeyItem::message() const {
-  return translated(shown_.message);
+  return translatedPhrase(shown_.message);
 }
 QString PasskeyItem::relyingParty() const {
   return toQString(shown_.relyingParty);
@@ -106,13 +130,13 @@ QString PasskeyItem::account() const {
   return nameOf(shown_.account);
 }
 QString PasskeyItem::confirmTitle() const {
-  return translated(shown_.confirmTitle);
+  return translatedPhrase(shown_.confirmTitle);
 }
 QString PasskeyItem::alternativeTitle() const {
-  return translated(shown_.alternativeTitle);
+  return translatedPhrase(shown_.alternativeTitle);
 }
 QString PasskeyItem::problem() const {
-  return translated(shown_.problem);
+  return translatedPhrase(shown_.problem);
 }
 bool PasskeyItem::takesSecret() const {
   return step() == EnterPIN || step() == Passphrase || takesTwo();

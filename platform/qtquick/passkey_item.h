@@ -7,6 +7,7 @@
 #include <QQuickItem>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 #include <memory>
 
 #include "platform/qtquick/palette.h"
@@ -21,8 +22,10 @@ class FlowStage;
 /// loop.
 void cancelSoon(const std::weak_ptr<PasskeySheet>& sheet);
 
-/// A passkey's sheet as QML sees it, from its first question until its panel has moved out. Between
-/// an answer and the next question it goes on showing the old one, `busy`.
+/// A passkey's sheet as QML sees it, from its first question until its panel has moved out. While
+/// the sheet is `working` it goes on showing the last question, `busy`: usually the next one is
+/// there before anyone has seen that there was none. Only after a moment it is `late`, and shows
+/// what is being done if that has a title of its own.
 class PasskeyItem : public QObject {
   Q_OBJECT
   QML_NAMED_ELEMENT(PasskeyItem)
@@ -51,6 +54,7 @@ class PasskeyItem : public QObject {
   Q_PROPERTY(bool open READ isOpen NOTIFY changed)
   /// The person has answered; the next question is not there yet.
   Q_PROPERTY(bool busy READ isBusy NOTIFY changed)
+  Q_PROPERTY(bool late READ isLate NOTIFY changed)
   Q_PROPERTY(bool cancellable READ isCancellable NOTIFY changed)
 
  public:
@@ -98,6 +102,7 @@ class PasskeyItem : public QObject {
   bool takesTwo() const { return step() == NewPIN || step() == NewPassphrase; }
   bool isOpen() const { return open_; }
   bool isBusy() const { return busy_; }
+  bool isLate() const { return late_; }
   bool isCancellable() const { return cancellable_; }
 
   /// What QML made for it. Announced as a dialog.
@@ -135,6 +140,8 @@ class PasskeyItem : public QObject {
  private:
   void follow();
   void show(const PasskeyQuestion& question);
+  void work();
+  void beLate();
   void followLook();
   void announce() const;
 
@@ -146,9 +153,11 @@ class PasskeyItem : public QObject {
   QPointer<QQuickItem> content_;
   bool open_ = false;
   bool busy_ = false;
+  bool late_ = false;
   bool cancellable_ = false;
   bool mismatch_ = false;
   bool settled_ = false;
+  QTimer lateTimer_;
   Subscription subscription_;
 };
 

@@ -1,6 +1,7 @@
 #include "platform/qtquick/words.h"
 
 #include <QCoreApplication>
+#include <QRegularExpression>
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -49,6 +50,17 @@ QString translated(const std::optional<std::string>& text) {
     return lookUp(phrase).arg(toQString(std::string_view(*text).substr(start.size())));
   }
   return toQString(*text);
+}
+
+QString translatedPhrase(const std::string& text) {
+  if (text.empty()) return {};
+  static const QRegularExpression kNumber(QStringLiteral("[0-9]+"));
+  QString phrase = toQString(text);
+  const auto number = kNumber.match(phrase);
+  if (!number.hasMatch()) return lookUp(text.c_str());
+  const QString value = number.captured();
+  phrase.replace(number.capturedStart(), value.size(), QStringLiteral("%1"));
+  return lookUp(phrase.toUtf8().constData()).arg(value);
 }
 
 }  // namespace veltrane::qtquick

@@ -14,4 +14,8 @@ inline constexpr const char* kTranslationContext = "Veltrane.Flow";
 /// the library itself says; other words of a server are handed on as they are.
 QString translated(const std::optional<std::string>& text);
 
+/// For what the library alone says, a passkey's panel for one: any words are looked up. A number
+/// in them is looked up as "%1".
+QString translatedPhrase(const std::string& text);
+
 }  // namespace veltrane::qtquick

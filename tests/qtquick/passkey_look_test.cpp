@@ -122,6 +122,8 @@ class PasskeyLook : public PasskeyFrontEnd {
       SCOPED_TRACE(look + " " + name);
       ask(question);
       if (!parts("passkeyField").empty()) type("1234");
+      const bool works = question.step == PasskeyStep::working;
+      if (works) waitFor([this] { return part("passkeySpinner") != nullptr; });
       EXPECT_EQ(clippedTexts(panel()), std::vector<std::string>());
       QQuickItem* const start = parts("passkeyField").empty() ? part("passkeyTitle") : focused();
       EXPECT_TRUE(place(part("passkeyBody")).contains(place(start)));

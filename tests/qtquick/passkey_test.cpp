@@ -239,8 +239,13 @@ TEST_F(Passkeys, BetweenTwoQuestionsThePanelStaysAsItIs) {
   ask(question(PasskeyStep::enterPIN));
   EXPECT_EQ(part("passkeySpinner"), nullptr);
   EXPECT_EQ(place(part("passkeyTitle")), title);
-  ask(question(PasskeyStep::working));
-  EXPECT_NE(part("passkeySpinner"), nullptr);
+  auto saving = question(PasskeyStep::working);
+  saving.title = "Saving";
+  ask(saving);
+  EXPECT_EQ(textOf("passkeyTitle"), "Title");
+  waitFor([this] { return part("passkeySpinner") != nullptr; });
+  EXPECT_EQ(textOf("passkeyTitle"), "Saving");
+  EXPECT_EQ(part("passkeyField"), nullptr);
   EXPECT_EQ(part("passkeyCancel")->opacity(), 1);
   click(part("passkeyCancel"));
   EXPECT_EQ(answers_.back(), Kind::cancelled);

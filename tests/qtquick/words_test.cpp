@@ -88,6 +88,8 @@ TEST_F(Words, AreAllInTheGuideForTranslators) {
   for (const QString& word : shown | translator.asked) {
     EXPECT_TRUE(guide.contains("| `" + word + "` |")) << word.toStdString();
   }
+  EXPECT_EQ(translatedPhrase("Wrong PIN. 3 tries left."), "[Wrong PIN. 3 tries left.]");
+  EXPECT_TRUE(translator.asked.contains("Wrong PIN. %1 tries left."));
   EXPECT_EQ(translated("Something of a server's"), "Something of a server's");
 }
 

@@ -77,9 +77,8 @@ class PasskeySheet {
 
   const PasskeyQuestion& question() const { return question_; }
   bool isOpen() const { return question_.step != PasskeyStep::none; }
-  /// Somebody waits for an answer, so that `cancel` does something. Not so between an answer and
-  /// the next question; who works for long asks `working` to be cancellable.
-  bool canCancel() const { return answer_ != nullptr; }
+  /// Whether `cancel` does something: a question is open, or `work` has said who is to be told.
+  bool canCancel() const { return answer_ || (isOpen() && cancelled_); }
 
   /// Shows a question. `answer` is called once at most, after the sheet has gone to `working`.
   void ask(PasskeyQuestion question, Answer answer);

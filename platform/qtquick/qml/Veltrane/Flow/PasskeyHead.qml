@@ -7,8 +7,6 @@ Item {
 
     readonly property bool consent: head.item.step === PasskeyItem.Consent
     required property PasskeyItem item
-    // The next question is late.
-    required property bool late
     readonly property bool moves: head.item.open && !head.item.stage.still && !head.item.stage.reducedMotion
     // Room is short.
     required property bool narrow
@@ -34,7 +32,7 @@ Item {
 
         Item {
             height: tile.height + 8
-            visible: !head.narrow
+            visible: !head.narrow || !(head.consent || head.item.takesSecret || head.item.choices.length > 0)
             width: parent.width
 
             Rectangle {
@@ -104,7 +102,7 @@ Item {
                     color: head.item.palette.link
                     objectName: "passkeySpinner"
                     running: head.moves
-                    visible: head.late || head.item.step === PasskeyItem.Working
+                    visible: head.item.late
                 }
             }
         }
@@ -117,7 +115,7 @@ Item {
             font.pixelSize: head.points(20)
             horizontalAlignment: Text.AlignHCenter
             objectName: "passkeyTitle"
-            text: head.item.title
+            text: head.item.title !== "" || !head.item.late ? head.item.title : qsTranslate("Veltrane.Flow", "Please wait")
             textFormat: Text.PlainText
             visible: title.text !== ""
             width: parent.width

@@ -236,7 +236,6 @@ FocusScope {
             PasskeyHead {
                 id: head
                 item: sheet.item
-                late: delay.over && sheet.item.busy
                 narrow: sheet.height < 480
                 width: body.width
 
@@ -295,19 +294,6 @@ FocusScope {
 
         onTriggered: if (!sheet.activeFocus && sheet.item.open && sheet.Window.active)
             sheet.forceActiveFocus()
-    }
-    // The next question is usually there before anyone has seen that there was none.
-    Timer {
-        id: delay
-
-        property bool over: false
-
-        interval: 300
-        running: sheet.item.busy && sheet.item.open
-
-        onRunningChanged: if (delay.running)
-            delay.over = false
-        onTriggered: delay.over = true
     }
     ParallelAnimation {
         id: moving
