@@ -6,8 +6,8 @@
 
 namespace veltrane {
 
-/// A value that is made when it is first looked at. One thread at a time; a copy of one not made yet
-/// makes its own.
+/// A value that is made when it is first looked at. One thread at a time; a copy of one not made
+/// yet makes its own.
 template <typename Value>
 class Lazy {
  public:
