@@ -36,20 +36,33 @@ if [ -n "$has_display" ] && grep -qF '${challenge:' "$script"; then
   echo "(a browser warns of its certificate, which only this machine knows)"
 fi
 
-arguments=(run --company demo --flow "$flow" --base-url "$url" --ca "$authority"
-  --look "$script" --store "$scratch/settings.db")
-status=0
-if [ -n "$has_display" ]; then
-  "$vtflow" "${arguments[@]}" || status=$?
-else
-  pictures="demo-pictures/$flow"
+# Answers by its status how the flow has ended.
+play() {
+  local script="apps/sandbox/flows/$1.json" pictures="demo-pictures/$1" status=0
+  local arguments=(run --company demo --flow "$1" --base-url "$url" --ca "$authority"
+    --look "$script" --store "$scratch/settings.db" --credentials "$scratch/passkeys.db")
+  if [ -n "$has_display" ]; then
+    "$vtflow" "${arguments[@]}"
+    return
+  fi
   mkdir -p "$pictures"
   rm -f "$pictures"/*.png
-  export QT_QPA_PLATFORM=offscreen XDG_RUNTIME_DIR="${XDG_RUNTIME_DIR:-$scratch}"
-  "$vtflow" "${arguments[@]}" --pictures "$pictures" --script "$script" || status=$?
+  QT_QPA_PLATFORM=offscreen XDG_RUNTIME_DIR="${XDG_RUNTIME_DIR:-$scratch}" \
+    "$vtflow" "${arguments[@]}" --pictures "$pictures" --script "$script" || status=$?
   echo "There is no display: the flow ran off screen. Its screens are in $pictures:"
   ls "$pictures"
+  return "$status"
+}
+
+# What the flow builds upon, as a sign-in upon its registration.
+before=$(sed -n 's/^  "after": "\(.*\)",\{0,1\}$/\1/p' "$script")
+if [ -n "$before" ]; then
+  echo "Before it the flow $before, which this one builds upon:"
+  play "$before"
+  echo "Now the flow $flow:"
 fi
+status=0
+play "$flow" || status=$?
 case "$status" in
   0) echo "The flow ended with a response." ;;
   1) echo "The flow ended with an error." ;;

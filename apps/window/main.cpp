@@ -50,10 +50,13 @@ std::unique_ptr<QGuiApplication> makeApplication(int& count, char** words) {
   return std::make_unique<QGuiApplication>(count, words);
 }
 
-void installPlatform(const window::WindowOptions& options, const std::filesystem::path& store) {
+void installPlatform(const window::WindowOptions& options, const std::filesystem::path& folder) {
   qtquick::Options wishes;
   wishes.authorityFile = options.flow.authorityFile;
-  wishes.settingsFile = options.flow.store.value_or(store);
+  wishes.settingsFile = options.flow.store.value_or(folder / "settings.db");
+  wishes.passkeysFile = options.credentials;
+  // What a script chooses, its PIN say, is nothing to keep.
+  if (options.script && !options.credentials) wishes.passkeysFile = folder / "passkeys.db";
   if (options.tablet) wishes.idiom = InterfaceIdiom::pad;
   auto platform = qtquick::makePlatform(wishes);
   if (!options.verbose) platform.console = std::make_shared<Silence>();
@@ -70,7 +73,7 @@ int run(window::WindowOptions& options, int& count, char** words) {
   const tool::TerminationSignals held;
   const auto application = makeApplication(count, words);
   const tool::TemporaryFolder folder;
-  installPlatform(options, folder.path() / "settings.db");
+  installPlatform(options, folder.path());
   int status = exit_status::kNoResult;
   {
     window::WindowRun flow(options, std::move(script));

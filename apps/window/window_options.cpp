@@ -64,6 +64,12 @@ void addWindowOptions(CLI::App& command, WindowOptions& options) {
           "Window size in points")
       ->type_name("WxH");
   command
+      .add_option("--credentials", options.credentials,
+                  "Passkeys of this machine; absent: the user's own, but temporary ones for a "
+                  "script, which answers their panels too")
+      ->check(tool::checkedBy(tool::checkStoreFile))
+      ->type_name("FILE");
+  command
       .add_option(
           "--pictures", options.pictures,
           "Show nothing; leave a PNG of each screen in this folder. What an earlier run left "

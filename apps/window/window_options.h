@@ -21,6 +21,8 @@ struct WindowOptions {
   bool verbose = false;
   std::optional<double> textScale;
   QSize size{390, 844};
+  /// This machine's passkeys; absent: the user's own, but temporary ones for a script.
+  std::optional<std::filesystem::path> credentials;
   /// Folder for a picture of each screen; given: nothing is shown on the display.
   std::optional<std::filesystem::path> pictures;
   /// What a user does, played by the program.

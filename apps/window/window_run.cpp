@@ -8,6 +8,7 @@
 #include "apps/window/gestures.h"
 #include "platform/qtquick/alert_item.h"
 #include "platform/qtquick/flow_stage.h"
+#include "platform/qtquick/passkey_item.h"
 #include "platform/qtquick/screen_items.h"
 #include "veltrane/toolkit/alert_controller.h"
 
@@ -68,6 +69,7 @@ WindowRun::WindowRun(const WindowOptions& options, std::vector<JSON> script) : o
   FlowStage& stage = presenter_->stage();
   if (options.script) {
     player_ = std::make_unique<ScriptPlayer>(stage, window_, std::move(script), say);
+    passkeyPlayer_ = std::make_unique<PasskeyPlayer>(window_, say);
   }
   rest_.setSingleShot(true);
   rest_.setInterval(kRest);
@@ -78,6 +80,8 @@ WindowRun::WindowRun(const WindowOptions& options, std::vector<JSON> script) : o
   connect(&rest_, &QTimer::timeout, this, &WindowRun::atRest);
   connect(&stage, &FlowStage::presentationChanged, this, &WindowRun::happened);
   connect(&stage, &FlowStage::settled, this, [this] { rest_.start(); });
+  connect(presenter_.get(), &qtquick::FlowPresenter::passkeyChanged, this,
+          &WindowRun::panelChanged);
 }
 
 WindowRun::~WindowRun() {
@@ -145,7 +149,9 @@ bool WindowRun::isAtRest() const {
 
 void WindowRun::atRest() {
   if (report_ && !presenter_->stage().isShowing()) return end(report_->status);
-  if (!isAtRest()) {
+  if (qtquick::PasskeyItem* const asking = panel()) {
+    panelAtRest(*asking);
+  } else if (!isAtRest()) {
     calm_.invalidate();
   } else if (!waitsForPictures()) {
     if (newToSee_) takePicture();
@@ -183,15 +189,48 @@ void WindowRun::takePicture() {
 
 void WindowRun::savePicture(const std::string& addition) {
   const auto* view = presenter_->stage().activeView();
-  if (!pictures_ || !view) return;
+  if (!view) return;
+  saveAs((view->isAlert() ? "alert" : nameOf(*view->controller())) + addition);
+}
+
+void WindowRun::saveAs(const std::string& name) {
+  if (!pictures_) return;
   // The drawing in memory repairs only what has changed; this makes it draw everything afresh.
   presenter_->overlay()->setOpacity(0.999);
   window_.grabWindow();
   presenter_->overlay()->setOpacity(1);
-  const auto name = view->isAlert() ? std::string("alert") : nameOf(*view->controller());
-  const auto file = pictures_->take(window_, name + addition);
+  const auto file = pictures_->take(window_, name);
   pictureLost_ = pictureLost_ || !file;
   say(file ? "picture  " + file->string() : "picture  of " + name + " could not be saved");
+}
+
+qtquick::PasskeyItem* WindowRun::panel() const {
+  qtquick::PasskeyItem* const shown = presenter_->passkey();
+  return shown && shown->isOpen() ? shown : nullptr;
+}
+
+void WindowRun::panelChanged() {
+  calm_.invalidate();
+  rest_.start();
+  panelIsNew_ = true;
+  if (passkeyPlayer_) passkeyPlayer_->asked();
+}
+
+void WindowRun::panelAtRest(qtquick::PasskeyItem& panel) {
+  calm_.invalidate();
+  if (!panel.isSettled() || panel.isBusy()) return;
+  if (panelIsNew_) {
+    say("passkey  " + panel.title().toStdString());
+    saveAs(nameOf(panel));
+    panelIsNew_ = false;
+  }
+  if (!passkeyPlayer_ || report_) return;
+  const bool isTyped = panel.takesSecret();
+  if (const auto refusal = passkeyPlayer_->answer(panel)) {
+    say("refused  " + *refusal);
+    return giveUp("the script cannot go on");
+  }
+  if (isTyped && !panel.isBusy()) saveAs(nameOf(panel) + " typed");
 }
 
 bool WindowRun::turnPage() {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "apps/window/exit_report.h"
+#include "apps/window/passkey_player.h"
 #include "apps/window/pictures.h"
 #include "apps/window/script_player.h"
 #include "apps/window/window_options.h"
@@ -47,6 +48,12 @@ class WindowRun final : public QObject {
   bool waitsForPictures();
   void takePicture();
   void savePicture(const std::string& addition);
+  void saveAs(const std::string& name);
+  /// A passkey's panel is on display, above the screens.
+  qtquick::PasskeyItem* panel() const;
+  void panelChanged();
+  /// Sees the panel at rest, and has a script go on with it.
+  void panelAtRest(qtquick::PasskeyItem& panel);
   /// Goes through a screen that is longer than the window; false once all of it has been shown.
   bool turnPage();
   QQuickItem* listOnDisplay() const;
@@ -59,11 +66,13 @@ class WindowRun final : public QObject {
   std::unique_ptr<qtquick::FlowPresenter> presenter_;
   std::unique_ptr<Pictures> pictures_;
   std::unique_ptr<ScriptPlayer> player_;
+  std::unique_ptr<PasskeyPlayer> passkeyPlayer_;
   std::shared_ptr<VTFlow> flow_;
   std::optional<ExitReport> report_;
   /// Fires once nothing has moved for a moment.
   QTimer rest_;
   bool newToSee_ = false;
+  bool panelIsNew_ = false;
   /// The script has acted on what the last picture shows.
   bool playedSince_ = false;
   bool pictureLost_ = false;

@@ -8,7 +8,10 @@
 #include <QProcess>
 #include <QStringList>
 #include <QTemporaryDir>
+#include <algorithm>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "apps/sandbox/server.h"
 
@@ -37,6 +40,9 @@ class WindowProgram : public ::testing::Test {
     auto environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), folder.path());
+    // No key goes into a keyring or TPM of whoever runs the tests.
+    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("unix:path=/no"));
+    environment.insert(QStringLiteral("VELTRANE_TPM_TCTI"), QStringLiteral("device:/no"));
     process.setProcessEnvironment(environment);
     process.start(QStringLiteral(WINDOW_PROGRAM), arguments);
     EXPECT_TRUE(process.waitForFinished(kPatience)) << "the program hangs";
@@ -52,6 +58,15 @@ class WindowProgram : public ::testing::Test {
             "--ca",       QString::fromStdString(server.authorityFile().string())};
   }
 
+  /// What another one builds upon comes before it.
+  std::vector<std::string> flowsInOrder() {
+    auto ids = server.flowIds();
+    std::stable_partition(ids.begin(), ids.end(), [&](const std::string& id) {
+      return !flowFile(QString::fromStdString(id)).contains("after");
+    });
+    return ids;
+  }
+
   QTemporaryDir folder;
   sandbox::Server server{{.stateFolder = folder.filePath("state").toStdString(),
                           .flowFiles = {},
@@ -61,13 +76,14 @@ class WindowProgram : public ::testing::Test {
 };
 
 TEST_F(WindowProgram, PlaysEveryShippedFlowToItsEnd) {
-  for (const auto& id : server.flowIds()) {
+  for (const auto& id : flowsInOrder()) {
     const auto name = QString::fromStdString(id);
     const auto file = flowFile(name);
     const auto script = write("script.json", QJsonDocument(file["demo"].toArray()).toJson());
     const auto pictures = folder.filePath(name);
     const int status =
-        run(serverArguments(name) + QStringList{"--script", script, "--pictures", pictures});
+        run(serverArguments(name) + QStringList{"--script", script, "--pictures", pictures,
+                                                "--credentials", path("passkeys.db")});
     EXPECT_EQ(status, file["expect"].toObject()["exit"].toInt()) << id << '\n'
                                                                  << output.toStdString();
     EXPECT_EQ(errors.toStdString(), "") << id;
@@ -75,6 +91,8 @@ TEST_F(WindowProgram, PlaysEveryShippedFlowToItsEnd) {
     const bool hasScreen = output.contains("pressed");
     EXPECT_EQ(QDir(pictures).entryList({"*.png"}).isEmpty(), !hasScreen) << id;
     EXPECT_FALSE(output.contains("correct horse")) << "a secret was printed";
+    const auto seen = QDir(pictures).entryList({"*passkey-pin-typed.png"});
+    EXPECT_EQ(seen.size(), id.starts_with("passkey-") ? 1 : 0) << output.toStdString();
   }
 }
 
