@@ -9,7 +9,7 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 build=${2:-$root/build/fuzz}
 
 cmake -S "$root" --preset fuzz -B "$build" >"$build.log" 2>&1 || { cat "$build.log"; exit 1; }
-targets='document_rows error_body method_list base64_picture passkey_options passkey_store'
+targets='document_rows error_body method_list base64_picture passkey_options passkey_store hostile_key'
 cmake --build "$build" --target $(printf 'fuzz_%s ' $targets)
 
 # What was freed is watched for a while, pictures of 256 MiB not for long.

@@ -101,8 +101,8 @@ TEST_P(HostileKeys, ThatTurnSoInTheMiddleDoNotHoldTheThread) {
   key->waitForTouch();
   when(touchKey, [&] {
     key->setManner(GetParam());
-    key->touch();
     sheet->cancel();
+    key->touch();
   });
   startMake();
   awaitAnswer();
@@ -119,7 +119,7 @@ TEST_P(HostileKeys, EndWithTheRequestsTime) {
   const auto error = failToMake(request);
   ASSERT_EQ(made->index(), 1U);
   // One that answers in time has told what is wrong with it.
-  if (!sawNotice()) EXPECT_EQ(error.failure, PasskeyFailure::timedOut);
+  EXPECT_TRUE(sawNotice() || error.failure == PasskeyFailure::timedOut);
 }
 
 using enum SimulatedKey::Manner;
