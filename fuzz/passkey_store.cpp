@@ -71,17 +71,18 @@ Credential another() {
   return credential;
 }
 
-/// A damaged file is replaced by the call that finds it, so a second one succeeds. What stays is a
-/// store that has that credential already, one of a later version, or one of whose header SQLite
-/// says that memory is short, which may be true.
+/// What stays: one of a later version, one that says it may only be read, one of which SQLite says
+/// that memory is short (which may be true), or one that has the credential already.
+bool mayStay(std::int64_t code) {
+  return code == SQLITE_CANTOPEN || code == SQLITE_READONLY || code == SQLITE_NOMEM ||
+         code == SQLITE_CONSTRAINT_PRIMARYKEY;
+}
+
+/// A damaged file is replaced by the call that finds it, so a second one succeeds.
 void requireBegins(CredentialStore& store) {
   for (int i = 0; i < 3; ++i) {
     const auto added = store.add(another());
-    if (isValue(added)) return;
-    const auto code = std::get<PasskeyError>(added).causeCode;
-    if (code == SQLITE_CANTOPEN || code == SQLITE_NOMEM || code == SQLITE_CONSTRAINT_PRIMARYKEY) {
-      return;
-    }
+    if (isValue(added) || mayStay(std::get<PasskeyError>(added).causeCode.value_or(0))) return;
   }
   fuzz::require(false);
 }

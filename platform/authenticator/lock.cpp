@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t kSaltSize = 16;
 constexpr std::size_t kKeySize = 32;
-constexpr StretchCost kMost{.passes = 32, .memoryKiB = 1024 * 1024, .lanes = 8};
+constexpr StretchCost kMost{.passes = 16, .memoryKiB = 256 * 1024, .lanes = 4};
 
 bool isBearable(const StretchCost& cost) {
   return cost.passes <= kMost.passes && cost.memoryKiB <= kMost.memoryKiB &&

@@ -45,6 +45,12 @@ int openOwnerOnly(const fs::path& path, int flags) {
   return descriptor;
 }
 
+fs::path absoluteOrAsGiven(const fs::path& path) {
+  std::error_code error;
+  auto absolute = fs::absolute(path, error);
+  return error ? path : absolute;
+}
+
 fs::path homeFolder() {
   if (const char* home = std::getenv("HOME"); home != nullptr && *home == '/') return home;
   passwd entry{};
@@ -56,7 +62,7 @@ fs::path homeFolder() {
 
 }  // namespace
 
-OwnedFile::OwnedFile(fs::path path) : path_(std::move(path)) {}
+OwnedFile::OwnedFile(fs::path path) : path_(absoluteOrAsGiven(path)) {}
 
 OwnedFile::~OwnedFile() {
   if (lock_ >= 0) ::close(lock_);
@@ -69,8 +75,8 @@ std::optional<OwnedFile::Identity> OwnedFile::identity() const {
 }
 
 void OwnedFile::prepare() {
-  if (lock_ >= 0) return;
   makeFolders(path_.parent_path());
+  if (lock_ >= 0) ::close(lock_);
   lock_ = openOwnerOnly(withSuffix(path_, ".lock"), O_RDONLY);
 }
 

@@ -1,6 +1,6 @@
 // What the tests need another process for: an authenticator with someone who agrees to everything.
 //
-//   authenticator_helper FILE make COUNT PREFIX   a line for each credential: its id in hex
+//   authenticator_helper FILE make COUNT PREFIX   a line for each credential: its id in Base64
 //   authenticator_helper FILE get ID COUNT        a line for each signature: its counter
 //   authenticator_helper FILE pin PIN             tries a PIN once, then waits to be killed
 #include <unistd.h>
@@ -10,7 +10,7 @@
 #include <string>
 
 #include "tests/authenticator/device.h"
-#include "tests/authenticator/hex.h"
+#include "veltrane/base/base64.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ int makeMany(TestDevice& device, int count, const std::string& prefix) {
   for (int i = 0; i < count; ++i) {
     const auto made = device.make(makeRequest(prefix + std::to_string(i)));
     if (!std::holds_alternative<MadeCredential>(made)) return 3;
-    std::cout << toHex(std::get<MadeCredential>(made).id) << std::endl;
+    std::cout << base64URLEncoded(std::get<MadeCredential>(made).id) << std::endl;
   }
   return 0;
 }
@@ -31,7 +31,7 @@ int getMany(TestDevice& device, const std::string& id, int count) {
   for (int i = 0; i < count; ++i) {
     const auto got = device.get(getRequest({id}));
     if (!std::holds_alternative<Assertion>(got)) return 3;
-    std::cout << toHex(std::get<Assertion>(got).authenticatorData.substr(33, 4)) << std::endl;
+    std::cout << counterOf(std::get<Assertion>(got).authenticatorData) << std::endl;
   }
   return 0;
 }
@@ -59,5 +59,5 @@ int main(int argc, char** argv) {
   if (act == "pin") return tryPIN(device, argv[3]);
   if (argc < 5) return 2;
   if (act == "make") return makeMany(device, std::atoi(argv[3]), argv[4]);
-  return getMany(device, fromHex(argv[3]), std::atoi(argv[4]));
+  return getMany(device, *base64URLDecoded(argv[3]), std::atoi(argv[4]));
 }

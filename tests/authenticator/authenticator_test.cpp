@@ -70,14 +70,6 @@ bool verifies(const MadeCredential& made, const GetAssertion& request, const Ass
                   assertion.signature);
 }
 
-std::uint32_t counterOf(const std::string& authenticatorData) {
-  std::uint32_t counter = 0;
-  for (int i = 33; i < 37; ++i) {
-    counter = counter << 8 | static_cast<unsigned char>(authenticatorData.at(i));
-  }
-  return counter;
-}
-
 bool hasFlag(const std::string& authenticatorData, std::uint8_t flag) {
   return (static_cast<unsigned char>(authenticatorData.at(32)) & flag) != 0;
 }

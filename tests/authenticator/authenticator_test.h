@@ -54,7 +54,6 @@ bool verifies(const std::string& spki, int algorithm, const std::string& message
 /// That of an assertion, over its data and the hash of the request's client data.
 bool verifies(const MadeCredential& made, const GetAssertion& request, const Assertion& assertion);
 
-std::uint32_t counterOf(const std::string& authenticatorData);
 bool hasFlag(const std::string& authenticatorData, std::uint8_t flag);
 
 std::string readFile(const std::filesystem::path& path);

@@ -4,10 +4,10 @@
 
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <optional>
-#include <stdexcept>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace veltrane::authenticator::testing {
@@ -19,9 +19,7 @@ class Child {
     std::string command = "exec " AUTHENTICATOR_HELPER;
     for (const auto& argument : arguments) command += " '" + argument + "'";
     output_ = popen(command.c_str(), "re");
-    const auto first = line();
-    if (!first) throw std::runtime_error("cannot start " + command);
-    process_ = std::atoi(first->c_str());
+    process_ = std::stoi(line().value());
   }
   ~Child() {
     if (output_ == nullptr) return;
@@ -35,9 +33,7 @@ class Child {
   std::optional<std::string> line() {
     char text[256];
     if (std::fgets(text, sizeof text, output_) == nullptr) return std::nullopt;
-    std::string line = text;
-    if (line.back() == '\n') line.pop_back();
-    return line;
+    return std::string(text, std::string_view(text).find('\n'));
   }
   std::vector<std::string> lines() {
     std::vector<std::string> all;
@@ -47,8 +43,7 @@ class Child {
   void kill() const { ::kill(process_, SIGKILL); }
   /// Waits for its end. The exit status, negative the signal that ended it.
   int wait() {
-    const int status = pclose(output_);
-    output_ = nullptr;
+    const int status = pclose(std::exchange(output_, nullptr));
     return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
   }
 

@@ -79,4 +79,12 @@ GetAssertion getRequest(std::vector<std::string> allowed) {
           .userVerification = Requirement::discouraged};
 }
 
+std::uint32_t counterOf(const std::string& authenticatorData) {
+  std::uint32_t counter = 0;
+  for (int i = 33; i < 37; ++i) {
+    counter = counter << 8 | static_cast<unsigned char>(authenticatorData.at(i));
+  }
+  return counter;
+}
+
 }  // namespace veltrane::authenticator::testing

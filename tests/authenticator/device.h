@@ -58,5 +58,6 @@ class TestPlatform {
 /// A request that every server might send, for an account at example.com.
 MakeCredential makeRequest(std::string userId = "u1", std::string userName = "alice@example.com");
 GetAssertion getRequest(std::vector<std::string> allowed = {});
+std::uint32_t counterOf(const std::string& authenticatorData);
 
 }  // namespace veltrane::authenticator::testing

@@ -6,7 +6,7 @@
 
 #include "tests/authenticator/authenticator_test.h"
 #include "tests/authenticator/child.h"
-#include "tests/authenticator/hex.h"
+#include "veltrane/base/base64.h"
 
 namespace veltrane::authenticator::testing {
 namespace {
@@ -18,7 +18,7 @@ using Processes = AuthenticatorTest;
 
 TEST_F(Processes, MakeAndCountAtTheSameTime) {
   const auto made = valueOf(device_.make(makeRequest("mine")));
-  const std::string id = toHex(made.id);
+  const std::string id = base64URLEncoded(made.id);
   Child making({file_, "make", "30", "theirs"});
   Child getting({file_, "get", id, "30"});
   std::set<std::uint32_t> counters;
@@ -26,7 +26,7 @@ TEST_F(Processes, MakeAndCountAtTheSameTime) {
     counters.insert(counterOf(valueOf(device_.get(getRequest({made.id}))).authenticatorData));
   }
   for (const auto& line : getting.lines()) {
-    counters.insert(static_cast<std::uint32_t>(std::stoul(line, nullptr, 16)));
+    counters.insert(static_cast<std::uint32_t>(std::stoul(line)));
   }
   EXPECT_THAT(making.lines(), SizeIs(30));
   EXPECT_EQ(making.wait(), 0);
@@ -50,11 +50,11 @@ TEST_F(Processes, AKilledOneLosesNothingItHasAnswered) {
     for (const auto& id : child.lines()) answered.insert(id);
     EXPECT_EQ(child.wait(), -SIGKILL);
     std::set<std::string> present;
-    for (const auto& entry : stored()) present.insert(toHex(entry.id));
+    for (const auto& entry : stored()) present.insert(base64URLEncoded(entry.id));
     for (const auto& id : answered) EXPECT_TRUE(present.contains(id)) << id;
     // At most the one that was under way came on top.
     EXPECT_LE(present.size(), answered.size() + round + 1);
-    valueOf(device_.get(getRequest({fromHex(*answered.begin())})));
+    valueOf(device_.get(getRequest({*base64URLDecoded(*answered.begin())})));
   }
   EXPECT_THAT(console_->take(), IsEmpty());
 }
@@ -64,7 +64,7 @@ TEST_F(Processes, AKilledOneHasSpentItsTry) {
   auto request = makeRequest();
   request.userVerification = Requirement::required;
   // A PIN whose check takes seconds.
-  TestDevice slow(file_, {keeperOf('k')}, {.passes = 32, .memoryKiB = 64 * 1024});
+  TestDevice slow(file_, {keeperOf('k')}, {.passes = 16, .memoryKiB = 64 * 1024});
   {
     const TestPlatform platform(slow, console_);
     valueOf(slow.make(request));

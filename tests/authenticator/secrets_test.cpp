@@ -1,5 +1,10 @@
 // What must never be found: a PIN, a passphrase, a wrapping key, a private key.
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <fstream>
 
 #include "platform/authenticator/software_key_keeper.h"
 #include "tests/authenticator/authenticator_test.h"
@@ -37,6 +42,60 @@ TEST_F(Secrets, AreNotInTheFilesOrOnTheConsole) {
   EXPECT_THAT(leaks, HasSubstr("alice@example.com"));  // names are plain: the search does search
   EXPECT_THAT(leaks, Not(HasSubstr("planted")));
   EXPECT_EQ(leaks.find(key.bytes()), std::string::npos);
+}
+
+/// How often bytes stand in this process's memory, as a core file would have it. They are given
+/// turned around, so that they are not found in their own place.
+int countInMemory(const std::string& turned) {
+  std::ifstream maps("/proc/self/maps");
+  const int memory = ::open("/proc/self/mem", O_RDONLY);
+  int count = 0;
+  for (std::string line; std::getline(maps, line);) {
+    std::size_t first = 0;
+    std::size_t end = 0;
+    std::sscanf(line.c_str(), "%zx-%zx", &first, &end);
+    constexpr std::size_t kMost = std::size_t{1} << 30;  // a sanitizer's own are larger
+    if (line.find(" rw") == std::string::npos || end - first > kMost) continue;
+    std::string bytes(end - first, '\0');
+    const auto size = ::pread(memory, bytes.data(), bytes.size(), static_cast<off_t>(first));
+    const std::string_view read(bytes.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
+    const auto isThere = [&](const char* at) {
+      return std::equal(turned.rbegin(), turned.rend(), at);
+    };
+    for (std::size_t i = 0; i + turned.size() <= read.size(); ++i) {
+      if (read[i] == turned.back() && isThere(&read[i])) ++count;
+    }
+    Secret::wipe(bytes);
+  }
+  ::close(memory);
+  return count;
+}
+
+TEST_F(Secrets, AreNotLeftInMemory) {
+  const std::string turnedPIN(std::string("niP-").append(6, 'z'));
+  const std::string turnedPassphrase(std::string("esarhP-").append(9, 'q'));
+  const auto planted = [](const std::string& turned) {
+    return Secret(std::string(turned.rbegin(), turned.rend()));
+  };
+  machine_.person.look = [&](PasskeySheet& sheet) {
+    const auto step = sheet.question().step;
+    if (step == PasskeyStep::consent) return true;
+    const bool isPIN = step == PasskeyStep::newPIN || step == PasskeyStep::enterPIN;
+    return sheet.enter(planted(isPIN ? turnedPIN : turnedPassphrase)), false;
+  };
+  auto making = makeRequest();
+  making.userVerification = Requirement::required;
+  valueOf(machine_.make(making));
+  machine_.restart();
+  auto getting = getRequest();
+  getting.userVerification = Requirement::required;
+  valueOf(machine_.get(getting));
+  {
+    const Secret kept = planted(turnedPIN);
+    EXPECT_EQ(countInMemory(turnedPIN), 1);  // the search does search
+  }
+  EXPECT_EQ(countInMemory(turnedPIN), 0);
+  EXPECT_EQ(countInMemory(turnedPassphrase), 0);
 }
 
 TEST(SoftwareKeys, AreSealedToKeyContextAndAlgorithm) {
