@@ -29,7 +29,7 @@ TEST(Doctor, JudgesTheClockByTheServerThenByTheProgramThenByTheSystem) {
        State::fatal,
        "37 days behind"},
       {{.now = kDay, .built = kDay, .serverFailure = "No answer."}, State::wrong, "No answer."},
-      {{.now = kDay, .built = kDay}, State::missing, "Nothing tells"},
+      {{.now = kDay, .built = kDay}, State::unsure, "Nothing tells"},
       {{.now = kDay, .built = kDay, .isSynchronised = true}, State::ok, "keeps it"},
   };
   for (const auto& [reading, state, cause] : cases) {
@@ -72,7 +72,7 @@ TEST(Doctor, TellsWhyAnRpIdDoesNotFitAndWhatWould) {
 }
 
 TEST(Doctor, NamesFromOutsideStayOnTheirLine) {
-  EXPECT_EQ(tool::lineOf({State::wrong, "security key", "A\nB\x1b[1m fails.", "Do so."}),
+  EXPECT_EQ(tool::lineOf({State::wrong, "security key", "A\nB\x1b[1m fails", "Do so."}),
             "wrong    security key: A B [1m fails. Do so.");
 }
 

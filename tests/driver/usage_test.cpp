@@ -80,6 +80,12 @@ TEST(Usage, WrongUseIsStatusTwoAndOneLineThatNamesIt) {
       {{"serve", "--port", "1.5"}, "\"1.5\""},
       {{"serve", "--state", "/dev/null/state"}, "no folder"},
       {{"serve", "--flows", "/nowhere/at/all"}, "--flows"},
+      {{"doctor", "--base-url", "ftp://localhost"}, "--base-url"},
+      {{"doctor", "--ca", "/dev/null"}, "no PEM certificate"},
+      {{"passkeys"}, "subcommand"},
+      {{"passkeys", "list", "stray"}, "stray"},
+      {{"passkeys", "delete"}, "ID"},
+      {{"passkeys", "delete", ""}, "must not be empty"},
   };
   for (const auto& [arguments, named] : wrong) {
     const auto outcome = run(arguments);

@@ -115,7 +115,7 @@ Finding judge(const ClockReading& reading) {
                    "Check the date on this machine, then --base-url and --ca.");
   }
   if (!reading.isSynchronised) {
-    return finding(Finding::State::missing, "Nothing tells the system that its clock is right.",
+    return finding(Finding::State::unsure, "Nothing tells the system that its clock is right.",
                    "Compare it with a server's by --base-url URL, or have it kept: timedatectl "
                    "set-ntp true.");
   }

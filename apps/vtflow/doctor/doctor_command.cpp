@@ -1,6 +1,7 @@
 #include "apps/vtflow/doctor/doctor_command.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdlib>
 #include <ostream>
 
 #include "apps/vtflow/doctor/clock.h"
@@ -30,6 +31,8 @@ void addDoctorOptions(CLI::App& command, DoctorOptions& options) {
 }
 
 int doctor(const DoctorOptions& options, std::ostream& out) {
+  // What goes wrong in a TPM is a finding here; tpm2-tss would tell it as well.
+  ::setenv("TSS2_LOG", "all+none", 0);
   Findings all;
   const auto tell = [&](const Findings& findings) {
     for (const Finding& finding : findings) out << lineOf(finding) << std::endl;

@@ -11,6 +11,8 @@ const char* wordFor(Finding::State state) {
       return "ok       ";
     case Finding::State::missing:
       return "missing  ";
+    case Finding::State::unsure:
+      return "unsure   ";
     case Finding::State::wrong:
       return "wrong    ";
     case Finding::State::fatal:
@@ -23,6 +25,7 @@ const char* wordFor(Finding::State state) {
 
 std::string lineOf(const Finding& finding) {
   std::string line = wordFor(finding.state) + finding.subject + ": " + finding.cause;
+  if (!line.ends_with('.')) line += '.';
   if (!finding.remedy.empty()) line += ' ' + finding.remedy;
   // Names of devices and services are their makers'.
   std::replace_if(

@@ -10,6 +10,7 @@ struct Finding {
   enum class State {
     ok,       ///< As it should be; there is no remedy.
     missing,  ///< Not there, and passkeys work without.
+    unsure,   ///< Nothing here tells whether it is right.
     wrong,    ///< Does not work as it is, though others may.
     fatal,    ///< Keeps passkeys from working.
   };
