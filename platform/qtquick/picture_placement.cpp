@@ -64,9 +64,10 @@ Placement placementOf(const ImageView& view, QSizeF room, double density) {
   QSizeF size = drawnSize(view, own, room);
   Placement placement;
   const bool fits = view.contentMode.value_or(ContentMode::aspectFit) == ContentMode::aspectFit;
-  if (fits && isCode(*view.image)) {
+  if (fits) {
+    // Looked at pixel by pixel only where it makes a difference.
     const QSizeF whole = wholeMultiple(own, size, density);
-    placement.crisp = !whole.isEmpty();
+    placement.crisp = !whole.isEmpty() && isCode(*view.image);
     if (placement.crisp) size = whole;
   }
   const QRectF all = centred(size, room);

@@ -227,6 +227,17 @@ JSON JSON::item(std::size_t index) const {
   return JSON(owner_, &(*asTree(node_))[index]);
 }
 
+std::optional<std::string_view> JSON::textAt(std::initializer_list<std::string_view> path) const {
+  const Tree* node = asTree(node_);
+  for (const auto key : path) {
+    if (!node || !node->is_object()) return std::nullopt;
+    const auto found = node->find(key);
+    node = found == node->end() ? nullptr : &*found;
+  }
+  if (!node || !node->is_string()) return std::nullopt;
+  return *node->get_ptr<const ArenaText*>();
+}
+
 bool JSON::contains(std::string_view key) const {
   return isObject() && asTree(node_)->contains(key);
 }

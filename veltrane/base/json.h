@@ -69,6 +69,9 @@ class JSON {
   /// Any number; a boolean is none.
   std::optional<double> number() const noexcept;
 
+  /// The text below members within members; nothing where one is missing or it is no text. Quicker
+  /// than one `[]` after another, which each share the document.
+  std::optional<std::string_view> textAt(std::initializer_list<std::string_view> path) const;
   std::string textValue() const { return std::string(text().value_or(std::string_view())); }
   /// Itself when it is an object that has members, otherwise nothing.
   std::optional<JSON> nonEmptyObject() const;

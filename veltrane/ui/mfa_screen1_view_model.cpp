@@ -20,7 +20,7 @@ JSON connectorsOf(const JSON& flow, std::size_t activeScreen) {
 }
 
 std::string shownValue(const JSON& connector, const char* property) {
-  return connector["properties"][property]["value"].textValue();
+  return std::string(connector.textAt({"properties", property, "value"}).value_or(""));
 }
 
 AuthMethod methodOf(const JSON& flow, const JSON& connector, std::size_t index) {

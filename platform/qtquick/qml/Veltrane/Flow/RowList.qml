@@ -73,14 +73,24 @@ ListView {
     reuseItems: true
     topMargin: list.screen.marginTop
 
-    ScrollBar.vertical: ScrollBar {
-    }
-
     onCountChanged: opening.restart()
     // A keyboard on the screen takes its part of the height: the field stays in view above it.
     onCurrentItemChanged: list.reveal()
     onHeightChanged: list.reveal()
 
+    // Not for the first frame, which nobody scrolls.
+    Timer {
+        interval: 250
+        running: true
+
+        onTriggered: list.ScrollBar.vertical = scrollBar.createObject(list)
+    }
+    Component {
+        id: scrollBar
+
+        ScrollBar {
+        }
+    }
     // Once the rows have been laid out.
     Timer {
         id: opening
