@@ -136,6 +136,7 @@ TEST_F(RelyingPartyTest, refusesARegistrationThatDiffersInOnePoint) {
   spoils.push_back({"badAttestation", nothing, object("o2NmbXQ")});
   spoils.push_back({"badAttestation", nothing, object("oA")});
   spoils.push_back({"badAttestation", [](auto& one, json&) { one.format = "unheard-of"; }});
+  spoils.push_back({"badAttestation", [](auto& one, json&) { one.algorithmTold = -8; }});
   spoils.push_back({"badResponse", nothing, [](json& a) { a["id"] = a["rawId"] = "AAAA"; }});
   for (const Spoil& spoil : spoils) {
     TestAuthenticator authenticator;

@@ -84,7 +84,7 @@ json TestAuthenticator::registration(const json& options) {
   const auto client = clientData("webauthn.create", options);
   json statement = json::object();
   if (format != "none") {
-    statement = {{"alg", kind_ == Kind::es256 ? -7 : -8},
+    statement = {{"alg", algorithmTold.value_or(kind_ == Kind::es256 ? -7 : -8)},
                  {"sig", binary(signatureOf(data + sha256(client)))}};
   }
   const auto object =

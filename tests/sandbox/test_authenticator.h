@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 
 namespace veltrane::sandbox::test {
@@ -29,7 +30,8 @@ class TestAuthenticator {
   std::string userHandle;  ///< Bytes; what registration took over.
   unsigned flags = 0x05;   ///< Of a user who is there and verified.
   std::uint32_t counter = 1;
-  bool flipsSignature = false;  ///< One bit of it.
+  bool flipsSignature = false;       ///< One bit of it.
+  std::optional<int> algorithmTold;  ///< By the statement, instead of the key's.
 
  private:
   std::string clientData(const char* type, const nlohmann::json& options) const;

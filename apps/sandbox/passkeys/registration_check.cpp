@@ -29,6 +29,7 @@ Refusal badAttestation(const std::string& message) {
 struct AttestationObject {
   std::string format;
   std::string statement;  // CBOR
+  int statementAlgorithm = 0;
   std::string authenticatorData;
 };
 
@@ -51,6 +52,18 @@ std::string encoded(const cbor_item_t* item) {
   return {reinterpret_cast<const char*>(buffer), size};
 }
 
+/// The "alg" of a statement, COSE's number; 0 where there is none. Those in use are negative.
+int algorithmIn(const cbor_item_t* statement) {
+  const cbor_pair* const pairs = cbor_map_handle(statement);
+  for (std::size_t i = 0; i < cbor_map_size(statement); ++i) {
+    const bool isIt = textOf(pairs[i].key) == "alg" && cbor_isa_negint(pairs[i].value);
+    if (isIt && cbor_get_int(pairs[i].value) < 0xFFFF) {
+      return -1 - static_cast<int>(cbor_get_int(pairs[i].value));
+    }
+  }
+  return 0;
+}
+
 AttestationObject readObject(std::string_view bytes) {
   cbor_load_result result{};
   const Item root(cbor_load(unsignedBytes(bytes), bytes.size(), &result));
@@ -65,6 +78,7 @@ AttestationObject readObject(std::string_view bytes) {
     if (name == "authData") object.authenticatorData = bytesOf(pairs[i].value);
     if (name == "attStmt" && cbor_isa_map(pairs[i].value)) {
       object.statement = encoded(pairs[i].value);
+      object.statementAlgorithm = algorithmIn(pairs[i].value);
     }
   }
   if (object.format.empty() || object.statement.empty() || object.authenticatorData.empty()) {
@@ -103,6 +117,10 @@ void checkStatement(const AttestationObject& object, fido_cred_t* credential) {
                          "\" cannot be read.");
   }
   const bool isSelf = fido_cred_x5c_len(credential) == 0;
+  // libfido2 goes by the key's algorithm, whatever the statement says.
+  if (isSelf && object.statementAlgorithm != fido_cred_type(credential)) {
+    throw badAttestation("The statement's algorithm is not that of the credential's key.");
+  }
   const int outcome = isSelf ? fido_cred_verify_self(credential) : fido_cred_verify(credential);
   if (outcome != FIDO_OK) {
     throw Refusal("badSignature", "The attestation statement does not verify: " +

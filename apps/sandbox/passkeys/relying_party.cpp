@@ -22,8 +22,8 @@ using passkeys::kRequestOptions;
 
 constexpr std::size_t kRemembered = 10'000;
 constexpr std::size_t kLongestName = 64;
-constexpr std::int64_t kUsualTimeout = 5 * 60 * 1000;
-constexpr std::int64_t kLongestTimeout = 60 * 60 * 1000;
+constexpr std::int64_t kUsualTimeout = 300'000;
+constexpr std::int64_t kLongestTimeout = 3'600'000;
 constexpr const char* kCreate = "webauthn.create";
 constexpr const char* kGet = "webauthn.get";
 
