@@ -10,9 +10,12 @@ namespace {
 
 constexpr const char* kTooShort = "Use at least 4 characters.";
 
-std::string wrong(int triesLeft) {
-  return "Wrong PIN. " + std::to_string(triesLeft) + (triesLeft == 1 ? " try" : " tries") +
-         " left.";
+/// Whoever finds fewer tries than all learns that somebody has guessed.
+std::string problemOf(bool wasWrong, int triesLeft) {
+  if (triesLeft == CredentialStore::kTries) return {};
+  const std::string left =
+      std::to_string(triesLeft) + (triesLeft == 1 ? " try left." : " tries left.");
+  return wasWrong ? "Wrong PIN. " + left : left;
 }
 
 PasskeyError stretchingFailed() {
@@ -73,7 +76,7 @@ PasskeyResult<Pin::Progress> Pin::enter(const Lock& lock, bool again, Conversati
                                   .title = "Enter your PIN",
                                   .message = "The PIN of the passkeys on this device.",
                                   .confirmTitle = "Continue",
-                                  .problem = again ? wrong(lock.triesLeft) : ""});
+                                  .problem = problemOf(again, lock.triesLeft)});
   if (auto* error = std::get_if<PasskeyError>(&answer)) return std::move(*error);
   return check(lock, std::get<PasskeyAnswer>(answer).secret);
 }

@@ -33,6 +33,7 @@ AuthenticatorTest::AuthenticatorTest()
       platform_(device_, console_) {}
 
 AuthenticatorTest::~AuthenticatorTest() {
+  device_.stop();
   std::error_code ignored;
   fs::remove_all(folder_, ignored);
 }

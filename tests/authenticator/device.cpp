@@ -57,8 +57,8 @@ PasskeyResult<Assertion> TestDevice::get(const GetAssertion& request) {
   return taken(std::move(result));
 }
 
-TestPlatform::TestPlatform(const TestDevice& device, std::shared_ptr<ConsoleSink> console)
-    : scope_(platformOf(device, std::move(console))) {}
+TestPlatform::TestPlatform(TestDevice& device, std::shared_ptr<ConsoleSink> console)
+    : device_(device), scope_(platformOf(device, std::move(console))) {}
 
 MakeCredential makeRequest(std::string userId, std::string userName) {
   return {.clientDataJSON = R"({"type":"webauthn.create"})",

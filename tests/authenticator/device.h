@@ -34,6 +34,7 @@ class TestDevice {
   PlatformAuthenticator& authenticator() { return *authenticator_; }
   /// As when the program is started anew.
   void restart();
+  void stop() { authenticator_.reset(); }
 
   /// Runs the main thread until that holds; false after a time that only a fault takes.
   template <typename Condition>
@@ -49,9 +50,14 @@ class TestDevice {
 /// The platform of a test: the device's queue, and where console lines go.
 class TestPlatform {
  public:
-  TestPlatform(const TestDevice& device, std::shared_ptr<ConsoleSink> console);
+  TestPlatform(TestDevice& device, std::shared_ptr<ConsoleSink> console);
+  /// Its thread may still have something to tell the console.
+  ~TestPlatform() { device_.stop(); }
+  TestPlatform(const TestPlatform&) = delete;
+  TestPlatform& operator=(const TestPlatform&) = delete;
 
  private:
+  TestDevice& device_;
   PlatformScope scope_;
 };
 

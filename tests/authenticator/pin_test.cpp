@@ -99,6 +99,7 @@ TEST_F(PINs, TheEighthWrongOneLocksWithinTheSameRequest) {
   EXPECT_EQ(errorOf(device_.make(making())).failure, PasskeyFailure::locked);
   const auto questions = device_.person.takeQuestions();
   ASSERT_THAT(questions, SizeIs(3));
+  EXPECT_EQ(questions[1].problem, "2 tries left.");
   EXPECT_EQ(questions[2].problem, "Wrong PIN. 1 try left.");
 }
 

@@ -54,16 +54,14 @@ int countInMemory(const std::string& turned) {
     std::size_t first = 0;
     std::size_t end = 0;
     std::sscanf(line.c_str(), "%zx-%zx", &first, &end);
-    constexpr std::size_t kMost = std::size_t{1} << 30;  // a sanitizer's own are larger
+    constexpr std::size_t kMost = std::size_t{1} << 28;  // a sanitizer's own are larger
     if (line.find(" rw") == std::string::npos || end - first > kMost) continue;
     std::string bytes(end - first, '\0');
     const auto size = ::pread(memory, bytes.data(), bytes.size(), static_cast<off_t>(first));
     const std::string_view read(bytes.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
-    const auto isThere = [&](const char* at) {
-      return std::equal(turned.rbegin(), turned.rend(), at);
-    };
-    for (std::size_t i = 0; i + turned.size() <= read.size(); ++i) {
-      if (read[i] == turned.back() && isThere(&read[i])) ++count;
+    for (auto i = read.find(turned.back()); i != read.npos; i = read.find(turned.back(), i + 1)) {
+      if (read.size() - i < turned.size()) break;
+      if (std::equal(turned.rbegin(), turned.rend(), &read[i])) ++count;
     }
     Secret::wipe(bytes);
   }
