@@ -5,9 +5,11 @@
 
 namespace veltrane {
 
+class Camera;
 class ConsoleSink;
 class CredentialsManager;
 class Device;
+class FaceVision;
 class HTTPTransport;
 class IdentityConnector;
 class ImageDownloads;
@@ -51,6 +53,12 @@ struct Platform {
   /// Optional: makes the passkey library's object for one screen; absent: passkey steps end with an
   /// error (engine/credentials_manager.h).
   std::function<std::shared_ptr<CredentialsManager>()> makeCredentialsManager;
+  /// Optional: the camera of one face capture screen; absent, or null: the screen says that there is
+  /// none (face/camera.h). Main thread.
+  std::function<std::shared_ptr<Camera>()> makeCamera;
+  /// Optional: what finds faces for one face capture screen; absent, or null: the screen says so
+  /// (face/face_vision.h). Main thread.
+  std::function<std::shared_ptr<FaceVision>()> makeFaceVision;
   /// Optional: identity vendors; absent: their steps end with an error
   /// (connectors/identity_connector.h).
   std::shared_ptr<IdentityConnector> jumio;

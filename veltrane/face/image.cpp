@@ -105,6 +105,11 @@ PicturePtr Image::resizeWithCoreGraphics(const Picture& picture, PixelSize to) {
   return resize(picture, to, ResizeFramework::coreGraphics);
 }
 
+PicturePtr Image::resizeWithCoreGraphics(const Picture& picture, PixelSize to,
+                                         const PictureCodec& codec) {
+  return isBearable(to) ? codec.resize(picture, to, ResizeFramework::coreGraphics) : nullptr;
+}
+
 PicturePtr Image::resizeWithImageIO(const Picture& picture, PixelSize to) {
   return resize(picture, to, ResizeFramework::imageIO);
 }

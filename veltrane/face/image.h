@@ -28,6 +28,9 @@ struct Image {
   static PicturePtr resizeWithUIKit(const Picture& picture, PixelSize to);
   static PicturePtr resizeWithCoreImage(const Picture& picture, PixelSize to);
   static PicturePtr resizeWithCoreGraphics(const Picture& picture, PixelSize to);
+  /// The same for a thread that must not look at what is installed.
+  static PicturePtr resizeWithCoreGraphics(const Picture& picture, PixelSize to,
+                                           const PictureCodec& codec);
   static PicturePtr resizeWithImageIO(const Picture& picture, PixelSize to);
   static PicturePtr resizeWithAccelerate(const Picture& picture, PixelSize to);
   static PicturePtr resize(const Picture& picture, PixelSize to, ResizeFramework framework);

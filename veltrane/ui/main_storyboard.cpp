@@ -1,5 +1,6 @@
 #include "veltrane/ui/main_storyboard.h"
 
+#include "veltrane/face/face_image_capture_vc.h"
 #include "veltrane/toolkit/storyboard.h"
 #include "veltrane/ui/mfa_screen1_vc.h"
 #include "veltrane/ui/screen_template1_vc.h"
@@ -12,6 +13,7 @@ std::shared_ptr<Storyboard> makeMainStoryboard() {
   storyboard->add("StartFlowVC", [] { return std::make_shared<StartFlowVC>(); });
   storyboard->add("ScreenTemplate1VC", [] { return std::make_shared<ScreenTemplate1VC>(); });
   storyboard->add("MfaScreen1VC", [] { return std::make_shared<MfaScreen1VC>(); });
+  storyboard->add("FaceImageCaptureVC", [] { return std::make_shared<FaceImageCaptureVC>(); });
   return storyboard;
 }
 

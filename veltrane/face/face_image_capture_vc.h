@@ -1,0 +1,92 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+#include "veltrane/face/camera.h"
+#include "veltrane/face/face_drawing.h"
+#include "veltrane/face/face_geometry.h"
+#include "veltrane/face/face_image_capture.h"
+#include "veltrane/face/pixel_buffer.h"
+#include "veltrane/toolkit/view_controller.h"
+
+namespace veltrane {
+
+struct FacesInFrame;
+struct FaceStill;
+
+/// Takes one picture of the person's face: as soon as a face that is followed lies wholly inside
+/// the oval, the camera stops and the frame that showed it there becomes the picture. Whatever
+/// happens then, the delegate hears once at most, after the screen has left: a picture, or an error
+/// when there is none or the person cancels. A flow that ends under the screen leaves it unheard.
+///
+/// Main thread. Frames and vision have a thread of their own, which ends with the screen.
+class FaceImageCaptureVC final : public ViewController, public FaceImageCaptureScreen {
+ public:
+  FaceImageCaptureVC();
+  ~FaceImageCaptureVC() override;
+  std::string_view className() const override { return "FaceImageCaptureVC"; }
+
+  void viewDidLoad() override;
+  void didLeaveStack() override;
+
+  /// For the front end: the view has this size now. Without it no face lies in the oval.
+  void viewDidLayoutSubviews(Size bounds);
+
+  void cancelButtonPressed();
+
+  /// Of the upright picture, in pixels; nothing until the camera is open.
+  PixelSize captureDeviceResolution;
+  /// The live picture is to be shown as in a mirror.
+  bool isMirrored = true;
+  /// The latest frame, shown so that it fills the view (`detectionOverlayLayer` says how); null
+  /// while there is none. Once a face is accepted it is the one that becomes the picture.
+  PixelBufferPtr imagePixelBuffer;
+  /// There is another `imagePixelBuffer`. Not a case of `changed`.
+  Signal<> framePassed;
+
+  Size bounds;
+  std::optional<Rect> ovalRect;
+  OvalImage imgView;
+  OvalDimming dimming;
+  DetectionOverlay detectionOverlayLayer;
+  FaceShapeLayer detectedFaceRectangleShapeLayer{.strokeColor = face::kOutlineGreen,
+                                                 .lineWidth = 5};
+  FaceShapeLayer detectedFaceLandmarksShapeLayer{.strokeColor = face::kLandmarkYellow,
+                                                 .lineWidth = 3};
+  /// A face has been accepted.
+  bool faceDetected = false;
+
+  /// Base64 text of the PNG, once there is one; valid until the screen has left.
+  std::optional<std::string_view> base64Png() const;
+
+ private:
+  enum class Stage : std::uint8_t { looking, taking, over };
+  struct Live;
+
+  bool setupAVCaptureSession();
+  void teardownAVCapture();
+  void presentError(CameraError error);
+  void cameraOpened(const CameraFormat& format);
+  void cameraFailed(const CameraError& error);
+  void framesArrived();
+  void setResolution(PixelSize resolution);
+  void updateLayerGeometry();
+  void drawFaceObservations(const FacesInFrame& seen);
+  void drawOutlines(const std::vector<FaceObservation>& faces);
+  void setOval(const Color& color);
+  bool isInOval(const FaceObservation& observation) const;
+  void accept(const PixelBufferPtr& frame);
+  void stillTaken(std::shared_ptr<const FaceStill> still);
+  void leave(std::optional<VeltraneFlowError> error);
+  std::weak_ptr<FaceImageCaptureVC> self();
+
+  Stage stage_ = Stage::looking;
+  std::shared_ptr<Camera> session_;
+  std::shared_ptr<Live> live_;
+  std::shared_ptr<const FaceStill> still_;
+};
+
+}  // namespace veltrane

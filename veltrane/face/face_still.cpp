@@ -1,0 +1,65 @@
+#include "veltrane/face/face_still.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "veltrane/base/base64.h"
+#include "veltrane/face/frame_picture.h"
+#include "veltrane/face/image.h"
+#include "veltrane/toolkit/picture_codec.h"
+
+namespace veltrane {
+namespace {
+
+/// Wipes pixels that nobody else has a handle of.
+class WipedOnReturn {
+ public:
+  explicit WipedOnReturn(const PicturePtr& picture) : picture_(picture) {}
+  ~WipedOnReturn() {
+    if (!picture_ || picture_.use_count() > 1) return;
+    // The elements of a vector are no constants, whatever the handle to it is.
+    wipe(const_cast<std::uint8_t*>(picture_->pixels.data()), picture_->pixels.size());
+  }
+  WipedOnReturn(const WipedOnReturn&) = delete;
+  WipedOnReturn& operator=(const WipedOnReturn&) = delete;
+
+ private:
+  const PicturePtr& picture_;
+};
+
+}  // namespace
+
+FaceStill::~FaceStill() {
+  wipe(png.data(), png.size());
+  wipe(base64Png.data(), base64Png.size());
+}
+
+namespace face {
+
+PixelSize stillSize(PixelSize size) {
+  if (std::max(size.width, size.height) <= kLongestSide) return size;
+  const double ratio = static_cast<double>(size.width) / size.height;
+  // Whole pixels; a picture that is hardly more than a line keeps one.
+  const auto shorter = [](double side) { return std::max(static_cast<int>(side), 1); };
+  return ratio > 1 ? PixelSize{kLongestSide, shorter(kLongestSide / ratio)}
+                   : PixelSize{shorter(kLongestSide * ratio), kLongestSide};
+}
+
+std::shared_ptr<const FaceStill> takeStill(const PixelBuffer& frame, const PictureCodec& codec) {
+  const PicturePtr whole = pictureFrom(frame);
+  if (!whole) return nullptr;
+  const PixelSize size = stillSize(whole->size);
+  PicturePtr scaled;
+  const WipedOnReturn wiped(scaled);
+  if (size != whole->size) scaled = Image::resizeWithCoreGraphics(*whole, size, codec);
+  auto png = codec.encodePNG(scaled ? *scaled : *whole);
+  if (!png) return nullptr;
+  auto still = std::make_shared<FaceStill>();
+  still->png = std::move(*png);
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(still->png.data());
+  still->base64Png = base64Encoded({bytes, still->png.size()});
+  return still;
+}
+
+}  // namespace face
+}  // namespace veltrane
