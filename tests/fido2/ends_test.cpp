@@ -85,6 +85,7 @@ INSTANTIATE_TEST_SUITE_P(InEachState, KeyEnds, ::testing::Range(std::size_t{0}, 
 
 class HostileKeys : public Person, public ::testing::WithParamInterface<SimulatedKey::Manner> {
  protected:
+  HostileKeys() { authenticator = newAuthenticator(std::chrono::milliseconds(300)); }
   bool sawNotice() const { return lastOf(notice).step == notice; }
 };
 

@@ -97,6 +97,14 @@ class Person : public ::testing::Test {
     return got && got->index() == 1 ? std::get<PasskeyError>(*got) : PasskeyError();
   }
 
+  /// A key that talks may have all the time that a busy machine takes.
+  std::unique_ptr<fido2::SecurityKeyAuthenticator> newAuthenticator(
+      std::chrono::milliseconds silence = std::chrono::minutes(1)) const {
+    return std::make_unique<fido2::SecurityKeyAuthenticator>(
+        keys, fido2::Patience{.glance = std::chrono::milliseconds(5),
+                              .silence = silence,
+                              .farewell = std::chrono::milliseconds(100)});
+  }
   std::shared_ptr<SimulatedKey> insert(const std::string& path, KeyBehaviour behaviour = {}) {
     auto key = std::make_shared<SimulatedKey>(std::move(behaviour));
     keys->plugIn(path, key);
@@ -132,11 +140,7 @@ class Person : public ::testing::Test {
   }()};
   const std::shared_ptr<PasskeySheet> sheet = std::make_shared<PasskeySheet>();
   const std::shared_ptr<SimulatedKeys> keys = std::make_shared<SimulatedKeys>();
-  std::unique_ptr<fido2::SecurityKeyAuthenticator> authenticator =
-      std::make_unique<fido2::SecurityKeyAuthenticator>(
-          keys, fido2::Patience{.glance = std::chrono::milliseconds(5),
-                                .silence = std::chrono::milliseconds(300),
-                                .farewell = std::chrono::milliseconds(100)});
+  std::unique_ptr<fido2::SecurityKeyAuthenticator> authenticator = newAuthenticator();
   std::shared_ptr<void> handle;
   std::optional<PasskeyResult<MadeCredential>> made;
   std::optional<PasskeyResult<Assertion>> got;
