@@ -27,6 +27,7 @@ mode_t modeOf(const fs::path& path) {
   return found.st_mode & 0777;
 }
 
+/// By another hand, while no authenticator is at the file.
 void execute(const fs::path& file, const char* sql) {
   sqlite3* db = nullptr;
   sqlite3_open(file.c_str(), &db);
@@ -101,6 +102,7 @@ TEST_F(Store, ASealedKeyIsBoundToItsRow) {
   device_.person.account = 1;
   const bool second = std::holds_alternative<Assertion>(device_.get(getRequest()));
   EXPECT_NE(first, second);
+  device_.restart();
   execute(file_, "UPDATE credentials SET rpId = 'example.net'");
   auto elsewhere = getRequest();
   elsewhere.rpId = "example.net";
@@ -136,8 +138,8 @@ TEST_F(Store, ForeignTablesAreDamage) {
       "CREATE TRIGGER t AFTER UPDATE ON credentials BEGIN DELETE FROM locks; END",
       "CREATE VIEW v AS SELECT * FROM credentials", "CREATE TABLE another(x)"};
   for (const char* addition : additions) {
-    execute(file_, addition);
     device_.restart();
+    execute(file_, addition);
     EXPECT_THAT(errorOf(device_.get(getRequest())).cause, HasSubstr("tables of another kind"));
     valueOf(device_.make(makeRequest()));
   }
@@ -145,9 +147,9 @@ TEST_F(Store, ForeignTablesAreDamage) {
 
 TEST_F(Store, OneOfALaterVersionIsLeftAlone) {
   valueOf(device_.make(makeRequest()));
+  device_.restart();
   execute(file_, "PRAGMA user_version = 2; CREATE TABLE another(x)");
   const std::string bytes = readFile(file_);
-  device_.restart();
   EXPECT_THAT(errorOf(device_.make(makeRequest())).cause, HasSubstr("later version"));
   EXPECT_EQ(readFile(file_), bytes);
 }
