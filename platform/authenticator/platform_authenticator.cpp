@@ -5,7 +5,6 @@
 
 #include "platform/authenticator/ceremony.h"
 #include "platform/authenticator/conversation.h"
-#include "platform/authenticator/software_key_keeper.h"
 #include "veltrane/platform.h"
 #include "veltrane/toolkit/work_queue.h"
 
