@@ -37,6 +37,9 @@ class FaceImageCaptureVC final : public ViewController, public FaceImageCaptureS
 
   void cancelButtonPressed();
 
+  /// A picture may still come: the camera runs, or has run and the picture is being made.
+  bool isCapturing() const { return session_ != nullptr || stage_ == Stage::taking; }
+
   /// Of the upright picture, in pixels; nothing until the camera is open.
   PixelSize captureDeviceResolution;
   /// The live picture is to be shown as in a mirror.

@@ -32,7 +32,8 @@ struct PixelPlane {
   std::ptrdiff_t stride = 0;
 };
 
-/// One picture of a camera. The pixels do not change for as long as the buffer lives; any thread.
+/// One picture of a camera. The pixels do not change for as long as the buffer lives,
+/// which may be longer than the camera does; any thread.
 ///
 /// A camera makes one around memory that it owns, with `memory` to keep or give it back, or lets
 /// `allocate` own the memory, which is then wiped when the last handle goes. Only the camera can

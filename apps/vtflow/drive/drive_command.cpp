@@ -19,9 +19,11 @@
 #include "platform/pictures/codec.h"
 #include "platform/publicsuffix/public_suffix_list.h"
 #include "platform/sqlite/sqlite_store.h"
+#include "veltrane/face/face_image_capture_vc.h"
 #include "veltrane/passkeys/webauthn_client.h"
 #include "veltrane/platform.h"
 #include "veltrane/toolkit/notification_center.h"
+#include "veltrane/toolkit/storyboard.h"
 #include "veltrane/ui/main_storyboard.h"
 
 namespace veltrane::tool {
@@ -147,6 +149,11 @@ Platform Drive::allPorts() const {
   platform.mainQueue = loop_;
   platform.notificationCenter = std::make_shared<NotificationCenter>();
   platform.storyboard = makeMainStoryboard();
+  platform.storyboard->add("FaceImageCaptureVC", [screen = options_.screen()] {
+    auto capture = std::make_shared<FaceImageCaptureVC>();
+    capture->viewDidLayoutSubviews({screen.width, screen.height});
+    return capture;
+  });
   platform.settings = sqlite::open(options_.flow.store.value_or(folder_.path() / "settings.db"));
   platform.transport = transport_;
   platform.pictureCodec = std::make_shared<pictures::Codec>();

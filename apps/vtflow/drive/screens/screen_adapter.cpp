@@ -3,9 +3,11 @@
 #include <string_view>
 #include <utility>
 
+#include "apps/vtflow/drive/screens/face_image_capture_adapter.h"
 #include "apps/vtflow/drive/screens/mfa_screen1_adapter.h"
 #include "apps/vtflow/drive/screens/screen_template1_adapter.h"
 #include "apps/vtflow/drive/screens/start_flow_adapter.h"
+#include "veltrane/face/face_image_capture_vc.h"
 #include "veltrane/toolkit/navigation_controller.h"
 #include "veltrane/ui/mfa_screen1_vc.h"
 #include "veltrane/ui/screen_template1_vc.h"
@@ -30,6 +32,7 @@ struct Maker {
 constexpr Maker kMakers[] = {
     {"StartFlowVC", makeFor<StartFlowAdapter, StartFlowVC>},
     {"MfaScreen1VC", makeFor<MfaScreen1Adapter, MfaScreen1VC>},
+    {"FaceImageCaptureVC", makeFor<FaceImageCaptureAdapter, FaceImageCaptureVC>},
     {"ScreenTemplate1VC", makeFor<ScreenTemplate1Adapter, ScreenTemplate1VC>},
 };
 

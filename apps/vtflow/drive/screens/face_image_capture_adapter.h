@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+
+#include "apps/vtflow/drive/screens/screen_adapter.h"
+#include "veltrane/toolkit/signal.h"
+
+namespace veltrane {
+class FaceImageCaptureVC;
+}
+
+namespace veltrane::tool {
+
+/// The camera screen: where its oval lies, and its colour. Each change of these is told anew.
+class FaceImageCaptureAdapter final : public ScreenAdapter {
+ public:
+  FaceImageCaptureAdapter(const std::shared_ptr<FaceImageCaptureVC>& screen,
+                          ScreenListener listener);
+
+  Dictionary describe() override;
+  /// While the camera runs, a face may come into the oval at any time.
+  bool isPolling() const override;
+  Refusal cancel() override;
+
+ private:
+  std::weak_ptr<FaceImageCaptureVC> screen_;
+  Dictionary told_;
+  Subscription changes_;
+};
+
+}  // namespace veltrane::tool
