@@ -44,12 +44,14 @@ KeyKeepers::KeyKeepers(std::vector<KeyKeeperFactory> factories, CredentialStore&
       keepers_(factories_.size()) {}
 
 PasskeyResult<KeyKeeper*> KeyKeepers::at(std::size_t index) {
-  auto& keeper = keepers_[index];
-  if (!keeper) {
-    auto id = store_.storeId();
-    if (auto* error = std::get_if<PasskeyError>(&id)) return std::move(*error);
-    keeper = factories_[index]({std::get<std::string>(std::move(id)), folder_});
+  auto id = store_.storeId();
+  if (auto* error = std::get_if<PasskeyError>(&id)) return std::move(*error);
+  if (std::get<std::string>(id) != storeId_) {
+    storeId_ = std::get<std::string>(std::move(id));
+    for (auto& keeper : keepers_) keeper.reset();
   }
+  auto& keeper = keepers_[index];
+  if (!keeper) keeper = factories_[index]({storeId_, folder_});
   return keeper.get();
 }
 

@@ -45,6 +45,8 @@ class KeyKeepers {
   StretchCost cost_;
   std::filesystem::path folder_;
   std::vector<std::unique_ptr<KeyKeeper>> keepers_;
+  /// Which store they work for: one that takes the place of another has keys of its own.
+  std::string storeId_;
   std::unique_ptr<KeyKeeper> passphraseKeeper_;
   /// Which passphrase it was made of: after a reset there is another.
   std::string passphraseSalt_;

@@ -5,6 +5,7 @@
 
 #include <fstream>
 
+#include "platform/authenticator/software_key_keeper.h"
 #include "tests/authenticator/authenticator_test.h"
 
 namespace veltrane::authenticator::testing {
@@ -129,6 +130,20 @@ TEST_F(Store, ADamagedOneIsSetAsideWithAnErrorAndANewOneBegins) {
     valueOf(device_.make(makeRequest()));
     EXPECT_THAT(stored(), SizeIs(1));
   }
+}
+
+TEST_F(Store, OneThatTakesThePlaceOfAnotherHasAWrappingKeyOfItsOwn) {
+  TestDevice device(file_, {[](const StorePlace& store) {
+                      return std::make_unique<SoftwareKeyKeeper>(
+                          "machine", Secret(std::string_view(store.id)));
+                    }});
+  const TestPlatform platform(device, console_);
+  const auto former = valueOf(device.make(makeRequest()));
+  valueOf(device.get(getRequest({former.id})));
+  fs::rename(file_, folder_ / "former.db");
+  const auto made = valueOf(device.make(makeRequest()));
+  device.restart();
+  EXPECT_TRUE(verifies(made, getRequest(), valueOf(device.get(getRequest()))));
 }
 
 // What a stranger has put into the file never runs.
