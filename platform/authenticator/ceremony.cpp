@@ -22,7 +22,7 @@ void keepNewestOfEachAccount(std::vector<Credential>& credentials) {
 
 PasskeyQuestion signInQuestion(const std::vector<Credential>& credentials) {
   PasskeyQuestion question{.title = "Sign in with a passkey?",
-                           .relyingParty = displayText(credentials.front().rpId)};
+                           .relyingParty = relyingPartyText(credentials.front().rpId)};
   if (credentials.size() == 1) {
     question.step = PasskeyStep::consent;
     question.message = "It is kept on this device.";
@@ -79,7 +79,7 @@ PasskeyResult<PasskeyAnswer> Ceremony::consent(const MakeCredential& request) {
   return conversation_.ask({.step = PasskeyStep::consent,
                             .title = "Create a passkey?",
                             .message = "It is kept on this device.",
-                            .relyingParty = displayText(request.rpId),
+                            .relyingParty = relyingPartyText(request.rpId),
                             .account = accountText(request.userName, request.userDisplayName),
                             .confirmTitle = "Create"});
 }

@@ -6,8 +6,6 @@
 namespace veltrane::authenticator {
 namespace {
 
-constexpr std::size_t kMostCharacters = 64;
-
 /// Bytes of the code point at the start of `text`; 0 where it is ill-formed.
 std::size_t lengthAt(std::string_view text) {
   const auto lead = static_cast<unsigned char>(text[0]);
@@ -37,7 +35,7 @@ bool isHidden(std::string_view character) {
 
 }  // namespace
 
-std::string displayText(std::string_view text) {
+std::string displayText(std::string_view text, std::size_t most) {
   std::string shown;
   std::size_t count = 0;
   while (!text.empty()) {
@@ -45,7 +43,7 @@ std::string displayText(std::string_view text) {
     const auto character = text.substr(0, std::max<std::size_t>(length, 1));
     text.remove_prefix(character.size());
     if (length > 0 && isHidden(character)) continue;
-    if (++count > kMostCharacters) return shown.append("…");
+    if (++count > most) return shown.append("…");
     shown.append(length > 0 ? character : "\ufffd");
   }
   return shown;

@@ -51,6 +51,19 @@ TEST_F(Accounts, ConsentNamesRelyingPartyAndAccount) {
   EXPECT_EQ(questions[0].account, std::string(64, 'A') + "… (alice@example.com)");
 }
 
+// A part of it could be the name of someone else.
+TEST_F(Accounts, ConsentNamesALongRelyingPartyWhole) {
+  auto making = makeRequest();
+  making.rpId = "login.example.com." + std::string(60, 'x') + "." + std::string(60, 'y') + ".net";
+  valueOf(device_.make(making));
+  auto signingIn = getRequest();
+  signingIn.rpId = making.rpId;
+  valueOf(device_.get(signingIn));
+  for (const auto& question : device_.person.takeQuestions()) {
+    EXPECT_EQ(question.relyingParty, making.rpId);
+  }
+}
+
 TEST_F(Accounts, AnExcludedCredentialIsToldAfterConsentAlone) {
   const auto made = valueOf(device_.make(makeRequest()));
   device_.person.takeSteps();

@@ -5,16 +5,12 @@
 #include <ctime>
 #include <iterator>
 
+#include "platform/authenticator/display_text.h"
+
 namespace veltrane::tool {
 namespace {
 
 using authenticator::PasskeyEntry;
-
-std::string harmless(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
-  return text;
-}
 
 std::string dayOf(std::chrono::sys_seconds time) {
   const std::time_t seconds = std::chrono::system_clock::to_time_t(time);
@@ -36,8 +32,8 @@ std::string idText(const PasskeyEntry& entry) {
 }
 
 std::string ownerText(const PasskeyEntry& entry) {
-  return harmless(entry.userName.empty() ? entry.userDisplayName : entry.userName) + " at " +
-         harmless(entry.rpId);
+  const auto& name = entry.userName.empty() ? entry.userDisplayName : entry.userName;
+  return authenticator::displayText(name) + " at " + authenticator::relyingPartyText(entry.rpId);
 }
 
 std::string lineOf(const PasskeyEntry& entry) {
