@@ -68,7 +68,9 @@ QString SecretField::text() const {
 Secret SecretField::secret() const {
   QString text = this->text();
   if (std::any_of(text.cbegin(), text.cend(), [](QChar c) { return c.unicode() > 0x7F; })) {
-    const QString composed = text.normalized(QString::NormalizationForm_C);
+    QString composed = text.normalized(QString::NormalizationForm_C);
+    // What is composed already comes back in the same buffer.
+    composed.detach();
     overwrite(text);
     text = composed;
   }

@@ -124,6 +124,16 @@ TEST_F(Passkeys, ANewSecretIsTypedTwiceAndComposed) {
   EXPECT_EQ(secret_.bytes(), "abc\u00e9");
 }
 
+TEST_F(Passkeys, ASecretBeyondASCIIArrivesAsItIs) {
+  for (const char* const secret : {"\u00e4\u00f6\u00fc1", "\U0001f511 \u043a\u043b\u044e\u0447"}) {
+    ask(question(PasskeyStep::passphrase));
+    QGuiApplication::clipboard()->setText(QString::fromUtf8(secret));
+    press(Qt::Key_V, Qt::ControlModifier);
+    press(Qt::Key_Return);
+    EXPECT_EQ(secret_.bytes(), secret);
+  }
+}
+
 TEST_F(Passkeys, AnAccountIsPickedWithArrows) {
   auto asked = question(PasskeyStep::account);
   for (int i = 0; i < 500; ++i) asked.choices.push_back("user" + std::to_string(i));
