@@ -21,6 +21,7 @@ endfunction()
 
 set_target_properties(veltrane_compile PROPERTIES EXPORT_NAME compile)
 veltrane_install_component(core veltrane_compile veltrane_core)
+veltrane_install_component(late ${VELTRANE_LATE_LIBRARIES})
 veltrane_install_component(loop veltrane_loop)
 veltrane_install_component(curl veltrane_curl)
 veltrane_install_component(sqlite veltrane_sqlite)

@@ -9,6 +9,20 @@
 #include "veltrane/toolkit/work_queue.h"
 
 namespace veltrane::authenticator {
+namespace {
+
+/// Whether what makes and reads credentials is installed.
+bool hasLibraries() {
+#ifdef VELTRANE_LATE_crypto
+  static const bool all =
+      veltrane_late_load_argon2() && veltrane_late_load_cbor() && veltrane_late_load_crypto();
+  return all;
+#else
+  return true;
+#endif
+}
+
+}  // namespace
 
 /// The thread, and what is under way on it.
 class PlatformAuthenticator::Requests {
@@ -46,15 +60,16 @@ PlatformAuthenticator::~PlatformAuthenticator() = default;
 
 std::optional<bool> PlatformAuthenticator::holds(const std::string& rpId,
                                                  const std::vector<std::string>& allowed) const {
+  if (!hasLibraries()) return false;
   const auto found = state_->store.find(rpId, allowed);
   const auto* credentials = std::get_if<std::vector<Credential>>(&found);
   return credentials == nullptr ? std::nullopt : std::optional(!credentials->empty());
 }
 
 bool PlatformAuthenticator::canMake(const MakeCredential& request) const {
-  return std::ranges::any_of(request.algorithms, [](int algorithm) {
-    return algorithm == cose::kES256 || algorithm == cose::kEdDSA;
-  });
+  return hasLibraries() && std::ranges::any_of(request.algorithms, [](int algorithm) {
+           return algorithm == cose::kES256 || algorithm == cose::kEdDSA;
+         });
 }
 
 std::shared_ptr<void> PlatformAuthenticator::make(MakeCredential request,

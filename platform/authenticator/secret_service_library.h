@@ -20,7 +20,7 @@ namespace veltrane::authenticator {
                                   each(g_list_free_full) each(g_object_unref) each(g_str_equal) \
                                       each(g_str_hash)
 
-#define VELTRANE_SECRET_MEMBER(name) decltype (&::name)(name) = nullptr;
+#define VELTRANE_SECRET_MEMBER(name) decltype(&::name) name = nullptr;
 struct SecretFunctions {
   VELTRANE_SECRET_FUNCTIONS(VELTRANE_SECRET_MEMBER)
 };

@@ -19,7 +19,7 @@ namespace veltrane::authenticator {
                   each(Tss2_MU_TPM2B_PRIVATE_Marshal) each(Tss2_MU_TPM2B_PRIVATE_Unmarshal) \
                       each(Tss2_TctiLdr_Initialize) each(Tss2_TctiLdr_Finalize)
 
-#define VELTRANE_TPM_MEMBER(name) decltype (&::name)(name) = nullptr;
+#define VELTRANE_TPM_MEMBER(name) decltype(&::name) name = nullptr;
 struct TPMFunctions {
   VELTRANE_TPM_FUNCTIONS(VELTRANE_TPM_MEMBER)
   /// Null where this part of tpm2-tss is not installed: it only puts errors in words.

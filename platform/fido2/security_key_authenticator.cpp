@@ -18,6 +18,17 @@ namespace {
 
 using Clock = KeyConnection::Clock;
 
+/// Whether what talks with keys is installed.
+bool hasLibraries() {
+#ifdef VELTRANE_LATE_fido2
+  static const bool all =
+      veltrane_late_load_cbor() && veltrane_late_load_crypto() && veltrane_late_load_fido2();
+  return all;
+#else
+  return true;
+#endif
+}
+
 Clock::time_point deadlineOf(std::chrono::milliseconds timeout) {
   return timeout.count() > 0 ? Clock::now() + timeout : Clock::time_point::max();
 }
@@ -77,11 +88,11 @@ SecurityKeyAuthenticator::~SecurityKeyAuthenticator() = default;
 
 std::optional<bool> SecurityKeyAuthenticator::holds(
     const std::string& /*rpId*/, const std::vector<std::string>& /*allowed*/) const {
-  return std::nullopt;
+  return hasLibraries() ? std::nullopt : std::optional(false);
 }
 
 bool SecurityKeyAuthenticator::canMake(const MakeCredential& request) const {
-  return std::ranges::any_of(request.algorithms, [](int algorithm) {
+  return hasLibraries() && std::ranges::any_of(request.algorithms, [](int algorithm) {
     return algorithm == COSE_ES256 || algorithm == COSE_EDDSA || algorithm == COSE_ES384 ||
            algorithm == COSE_RS256;
   });

@@ -25,7 +25,7 @@ class SecurityKeyAuthenticator final : public Authenticator {
 
   std::string attachment() const override { return "cross-platform"; }
   std::string displayName() const override { return "Security key"; }
-  /// Nothing: a key has to be there to tell.
+  /// Nothing: a key has to be there to tell. False where libfido2 is not installed.
   std::optional<bool> holds(const std::string& rpId,
                             const std::vector<std::string>& allowed) const override;
   /// Whether there can be a key for it.

@@ -12,6 +12,19 @@
 namespace veltrane::pictures {
 namespace {
 
+/// Whether what decodes and scales is installed, once a picture needs it.
+bool hasLibraries() {
+#ifdef VELTRANE_LATE_zimg
+  static const bool all =
+      veltrane_late_load_deflate() && veltrane_late_load_exif() && veltrane_late_load_gif() &&
+      veltrane_late_load_jpeg() && veltrane_late_load_pixman() && veltrane_late_load_webp() &&
+      veltrane_late_load_webpdemux() && veltrane_late_load_yuv() && veltrane_late_load_zimg();
+  return all;
+#else
+  return true;
+#endif
+}
+
 /// By how the bytes start; what a server or a file name calls them says nothing.
 std::optional<Decoded> decodeAny(std::string_view bytes) {
   if (bytes.starts_with("\x89PNG\r\n\x1a\n")) return decodePNG(bytes);
@@ -50,6 +63,7 @@ bool scale(const Picture& from, Picture& to, ResizeFramework framework) {
 }  // namespace
 
 PicturePtr Codec::decode(std::string_view bytes) const try {
+  if (!hasLibraries()) return nullptr;
   auto decoded = decodeAny(bytes);
   return decoded ? finished(std::move(*decoded)) : nullptr;
 } catch (const std::bad_alloc&) {
@@ -57,14 +71,15 @@ PicturePtr Codec::decode(std::string_view bytes) const try {
 }
 
 std::optional<std::string> Codec::encodePNG(const Picture& picture) const try {
-  return isSound(picture) ? encodedPNG(picture) : std::nullopt;
+  return hasLibraries() && isSound(picture) ? encodedPNG(picture) : std::nullopt;
 } catch (const std::bad_alloc&) {
   return std::nullopt;
 }
 
 PicturePtr Codec::resize(const Picture& picture, PixelSize size, ResizeFramework framework) const
     try {
-  if (!isSound(picture) || !isScalable(picture.size) || !isScalable(size)) return nullptr;
+  if (!hasLibraries() || !isSound(picture) || !isScalable(picture.size) || !isScalable(size))
+    return nullptr;
   const auto result = std::make_shared<Picture>(unwritten(size));
   if (!scale(picture, *result, framework)) return nullptr;
   result->isOpaque = picture.isOpaque || hasOnlyOpaquePixels(*result);
