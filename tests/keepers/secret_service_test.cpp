@@ -12,6 +12,8 @@
 #include <set>
 
 #include "platform/authenticator/secret_service_key.h"
+#include "tests/authenticator/lock_out.h"
+#include "tests/support/temporary_folder.h"
 #include "veltrane/passkeys/authenticator.h"
 
 // Each suite wants a desktop session of the kind that it is named after: see desktop.sh.
@@ -46,6 +48,16 @@ void expectTrouble(const std::string& cause, std::chrono::milliseconds limit = 6
   EXPECT_THAT(status.remedy, Not(IsEmpty()));
   EXPECT_THAT(keyOf(store("a", limit)), HasSubstr("no: " + status.cause.substr(0, cause.size())));
   EXPECT_FALSE(makeSecretServiceKeyKeeper(store("a", limit)));
+}
+
+TEST(Unlocked, KeepsTheKeysOfAnAuthenticatorThatLocks) {
+  const TemporaryFolder folder;
+  authenticator::testing::expectLockOut(
+      folder.path() / "passkeys.db",
+      [](const authenticator::StorePlace& place) {
+        return makeSecretServiceKeyKeeper({.folder = place.folder, .storeId = place.id});
+      },
+      "secret-service");
 }
 
 TEST(Unlocked, KeepsAKeyForEachStore) {

@@ -13,7 +13,9 @@
 #include <iterator>
 
 #include "platform/authenticator/tpm_key_keeper.h"
+#include "tests/authenticator/lock_out.h"
 #include "tests/keepers/swtpm.h"
+#include "tests/support/temporary_folder.h"
 #include "veltrane/passkeys/authenticator.h"
 
 namespace veltrane::testing {
@@ -70,6 +72,14 @@ TEST_F(TPM, SignsWithKeysItMadeUnderTheirContextAloneAndLeavesNothingBehind) {
     ASSERT_TRUE(errorOf(refused));
     EXPECT_THAT(errorOf(refused)->cause, HasSubstr("authorization failure"));
   }
+}
+
+TEST_F(TPM, KeepsTheKeysOfAnAuthenticatorThatLocks) {
+  const TemporaryFolder folder;
+  authenticator::testing::expectLockOut(
+      folder.path() / "passkeys.db",
+      [this](const authenticator::StorePlace&) { return makeTPMKeyKeeper({.tcti = tpm.tcti()}); },
+      "tpm");
 }
 
 TEST_F(TPM, AnotherOneCannotUseASealedKeyNorCanAnyoneADamagedOne) {

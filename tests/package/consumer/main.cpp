@@ -4,9 +4,12 @@
 #include <filesystem>
 #include <iostream>
 
+#include "platform/authenticator/platform_authenticator.h"
 #include "platform/curl/curl_transport.h"
+#include "platform/fido2/security_key_authenticator.h"
 #include "platform/loop/run_loop.h"
 #include "platform/pictures/codec.h"
+#include "platform/publicsuffix/public_suffix_list.h"
 #include "platform/sqlite/sqlite_store.h"
 #include "veltrane/flow/vt_flow.h"
 #include "veltrane/platform.h"
@@ -60,5 +63,11 @@ int main(int /*argc*/, char** argv) {
   const auto key = platform.settings->value("apiKey");
   const veltrane::pictures::Codec codec;
   if (codec.decode("no picture")) return 1;
+  const veltrane::authenticator::PlatformAuthenticator device(
+      {.file = std::filesystem::path(argv[0]) += ".passkeys.db"});
+  const veltrane::fido2::SecurityKeyAuthenticator securityKey;
+  const veltrane::MakeCredential wanted{.algorithms = {veltrane::cose::kES256}};
+  if (!device.canMake(wanted) || !securityKey.canMake(wanted)) return 1;
+  if (!veltrane::publicsuffix::make()->contains("co.uk")) return 1;
   return outcome->failed && key == veltrane::SettingValue("demo-key") ? 0 : 1;
 }
