@@ -53,8 +53,8 @@ struct Platform {
   /// Optional: makes the passkey library's object for one screen; absent: passkey steps end with an
   /// error (engine/credentials_manager.h).
   std::function<std::shared_ptr<CredentialsManager>()> makeCredentialsManager;
-  /// Optional: the camera of one face capture screen; absent, or null: the screen says that there is
-  /// none (face/camera.h). Main thread.
+  /// Optional: the camera of one face capture screen; absent, or null: the screen says that there
+  /// is none (face/camera.h). Main thread.
   std::function<std::shared_ptr<Camera>()> makeCamera;
   /// Optional: what finds faces for one face capture screen; absent, or null: the screen says so
   /// (face/face_vision.h). Main thread.

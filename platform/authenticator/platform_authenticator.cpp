@@ -5,6 +5,7 @@
 
 #include "platform/authenticator/ceremony.h"
 #include "platform/authenticator/conversation.h"
+#include "platform/authenticator/notice.h"
 #include "veltrane/platform.h"
 #include "veltrane/toolkit/work_queue.h"
 
@@ -20,6 +21,15 @@ bool hasLibraries() {
 #else
   return true;
 #endif
+}
+
+/// A person who is told what is the matter can still take another way.
+template <typename Value>
+void tellFailure(const PasskeyResult<Value>& result, Conversation& conversation) {
+  const auto* error = std::get_if<PasskeyError>(&result);
+  if (auto notice = error != nullptr ? noticeOf(*error) : std::nullopt) {
+    conversation.ask(std::move(*notice));
+  }
 }
 
 }  // namespace
@@ -63,7 +73,10 @@ std::optional<bool> PlatformAuthenticator::holds(const std::string& rpId,
   if (!hasLibraries()) return false;
   const auto found = state_->store.find(rpId, allowed);
   const auto* credentials = std::get_if<std::vector<Credential>>(&found);
-  return credentials == nullptr ? std::nullopt : std::optional(!credentials->empty());
+  if (credentials != nullptr) return !credentials->empty();
+  // A damaged store is set aside when it is found; the request that follows tells of it.
+  trouble_ = std::get<PasskeyError>(found);
+  return std::nullopt;
 }
 
 bool PlatformAuthenticator::canMake(const MakeCredential& request) const {
@@ -79,6 +92,7 @@ std::shared_ptr<void> PlatformAuthenticator::make(MakeCredential request,
                          made = std::move(made)](Conversation& conversation) mutable {
         Ceremony ceremony(*state, conversation);
         auto result = ceremony.make(request);
+        tellFailure(result, conversation);
         auto* const creation = std::get_if<Creation>(&result);
         auto answer = creation != nullptr
                           ? PasskeyResult<MadeCredential>(std::move(creation->answer))
@@ -95,9 +109,11 @@ std::shared_ptr<void> PlatformAuthenticator::make(MakeCredential request,
 std::shared_ptr<void> PlatformAuthenticator::get(GetAssertion request,
                                                  std::shared_ptr<PasskeySheet> sheet, Got got) {
   return requests_->start(
-      std::move(sheet), [state = state_, request = std::move(request),
-                         got = std::move(got)](Conversation& conversation) mutable {
-        auto result = Ceremony(*state, conversation).get(request);
+      std::move(sheet),
+      [state = state_, request = std::move(request), got = std::move(got),
+       trouble = std::exchange(trouble_, std::nullopt)](Conversation& conversation) mutable {
+        auto result = trouble ? *std::move(trouble) : Ceremony(*state, conversation).get(request);
+        tellFailure(result, conversation);
         conversation.finish([result = std::move(result), got = std::move(got)]() mutable {
           got(std::move(result));
         });

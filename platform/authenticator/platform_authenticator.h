@@ -76,6 +76,8 @@ class PlatformAuthenticator final : public Authenticator {
   class Requests;
   std::shared_ptr<AuthenticatorState> state_;
   std::unique_ptr<Requests> requests_;
+  /// Why the last look at the store failed.
+  mutable std::optional<PasskeyError> trouble_;
 };
 
 }  // namespace veltrane::authenticator

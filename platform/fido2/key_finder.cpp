@@ -98,8 +98,11 @@ KeyFinder::Keys KeyFinder::open(const std::vector<std::string>& paths) {
     }
     // It is tried again and again: another program may use it now, or its permissions may still
     // have to be set after it was inserted.
-    problem_ = "A security key is there but cannot be used (" + error.cause +
-               "). Take it out and insert it again.";
+    problem_ =
+        error.causeCode == EACCES
+            ? "A security key is there, but this program may not use it."
+            : "A security key is there but cannot be used now. Close other programs that use "
+              "it, or take it out and insert it again.";
     ifCancelled_ = std::move(error);
   }
   return keys;

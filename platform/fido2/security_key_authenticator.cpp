@@ -93,9 +93,9 @@ std::optional<bool> SecurityKeyAuthenticator::holds(
 
 bool SecurityKeyAuthenticator::canMake(const MakeCredential& request) const {
   return hasLibraries() && std::ranges::any_of(request.algorithms, [](int algorithm) {
-    return algorithm == COSE_ES256 || algorithm == COSE_EDDSA || algorithm == COSE_ES384 ||
-           algorithm == COSE_RS256;
-  });
+           return algorithm == COSE_ES256 || algorithm == COSE_EDDSA || algorithm == COSE_ES384 ||
+                  algorithm == COSE_RS256;
+         });
 }
 
 std::shared_ptr<void> SecurityKeyAuthenticator::make(MakeCredential request,

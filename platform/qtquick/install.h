@@ -20,7 +20,8 @@ struct Options {
 };
 
 /// The usual adapters: Qt's event loop, the screen, libcurl, the SQLite settings file, passkeys of
-/// this machine and of security keys, and the flow's own screens. Call on the user-interface thread, with a QGuiApplication.
+/// this machine and of security keys, and the flow's own screens. Call on the user-interface
+/// thread, with a QGuiApplication.
 Platform makePlatform(const Options& options = {});
 
 /// Installs `makePlatform(options)`, process-wide. Once, before the first `VTFlow`. A host that

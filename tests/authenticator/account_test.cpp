@@ -70,7 +70,7 @@ TEST_F(Accounts, AnExcludedCredentialIsToldAfterConsentAlone) {
   auto again = makeRequest("u2");
   again.excluded = {"another", made.id};
   EXPECT_EQ(errorOf(device_.make(again)).failure, PasskeyFailure::excluded);
-  EXPECT_THAT(device_.person.takeSteps(), ElementsAre(PasskeyStep::consent));
+  EXPECT_THAT(device_.person.takeSteps(), ElementsAre(PasskeyStep::consent, PasskeyStep::notice));
   device_.person.look = [](PasskeySheet& sheet) { return sheet.cancel(), false; };
   EXPECT_EQ(errorOf(device_.make(again)).failure, PasskeyFailure::cancelled);
   EXPECT_THAT(stored(), SizeIs(1));

@@ -22,7 +22,7 @@ inline void expectLockOut(const std::filesystem::path& file, const KeyKeeperFact
   device.person.pin = "0000";
   device.person.takeSteps();
   EXPECT_EQ(errorOf(device.get(getting)).failure, PasskeyFailure::locked);
-  EXPECT_EQ(device.person.takeSteps().size(), 1U + 8U) << "consent, and each try";
+  EXPECT_EQ(device.person.takeSteps().size(), 1U + 8U + 1U) << "consent, each try, notice";
   device.person.pin = "2580";
   device.restart();
   EXPECT_EQ(errorOf(device.get(getting)).failure, PasskeyFailure::locked);

@@ -7,6 +7,7 @@
 namespace veltrane::authenticator::testing {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -82,7 +83,7 @@ TEST_F(PINs, LocksAfterEightWrongOnesUntilReset) {
   EXPECT_EQ(errorOf(device_.make(making())).failure, PasskeyFailure::locked);
   EXPECT_EQ(errorOf(device_.make(makeRequest())).failure, PasskeyFailure::locked);
   EXPECT_EQ(errorOf(device_.get(getRequest())).failure, PasskeyFailure::locked);
-  EXPECT_THAT(device_.person.takeSteps(), IsEmpty());
+  EXPECT_THAT(device_.person.takeSteps(), AllOf(SizeIs(3), Each(PasskeyStep::notice)));
 
   EXPECT_EQ(valueOf(reset(file_)), 1);
   EXPECT_THAT(stored(), IsEmpty());
@@ -98,7 +99,8 @@ TEST_F(PINs, TheEighthWrongOneLocksWithinTheSameRequest) {
   device_.person.pin = "0000";
   EXPECT_EQ(errorOf(device_.make(making())).failure, PasskeyFailure::locked);
   const auto questions = device_.person.takeQuestions();
-  ASSERT_THAT(questions, SizeIs(3));
+  ASSERT_THAT(questions, SizeIs(4));
+  EXPECT_EQ(questions[3].step, PasskeyStep::notice);
   EXPECT_EQ(questions[1].problem, "2 tries left.");
   EXPECT_EQ(questions[2].problem, "Wrong PIN. 1 try left.");
 }

@@ -115,7 +115,7 @@ struct WebAuthnClient::Request : std::enable_shared_from_this<Request> {
   void start(PasskeyPresenter* presenter, std::chrono::milliseconds timeout) {
     finishLater(failure(PasskeyFailure::timedOut), timeout);
     sheet->work([weak = weak_from_this()] {
-      if (const auto self = weak.lock()) self->finish(failure(PasskeyFailure::cancelled));
+      if (const auto self = weak.lock()) self->finishLater(failure(PasskeyFailure::cancelled));
     });
     if (presenter) presenter->present(sheet);
     startWith(0);
