@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "platform/authenticator/conversation.h"
-#include "platform/authenticator/display_text.h"
 #include "veltrane/base/console.h"
+#include "veltrane/passkeys/display_text.h"
 
 namespace veltrane::authenticator {
 namespace {
@@ -20,18 +20,22 @@ void keepNewestOfEachAccount(std::vector<Credential>& credentials) {
   });
 }
 
+std::string accountOf(const Credential& credential) {
+  return accountText(credential.userName, credential.userDisplayName);
+}
+
 PasskeyQuestion signInQuestion(const std::vector<Credential>& credentials) {
   PasskeyQuestion question{.title = "Sign in with a passkey?",
                            .relyingParty = relyingPartyText(credentials.front().rpId)};
   if (credentials.size() == 1) {
     question.step = PasskeyStep::consent;
     question.message = "It is kept on this device.";
-    question.account = accountText(credentials.front());
+    question.account = accountOf(credentials.front());
     question.confirmTitle = "Sign in";
   } else {
     question.step = PasskeyStep::account;
     question.message = "Choose the account to sign in with.";
-    for (const auto& credential : credentials) question.choices.push_back(accountText(credential));
+    for (const auto& credential : credentials) question.choices.push_back(accountOf(credential));
   }
   return question;
 }

@@ -304,10 +304,10 @@ PasskeyResult<bool> CredentialStore::spendTry(LockKind kind) {
   });
 }
 
-PasskeyResult<Done> CredentialStore::restoreTries(LockKind kind, const Lock& lock) {
+PasskeyResult<bool> CredentialStore::restoreTries(LockKind kind, const Lock& lock) {
   return file_->change([&](Database& database) {
     database.query(kRestoreTries).integer(kTries).integer(numberOf(kind)).blob(lock.check).step();
-    return Done{};
+    return database.changed() > 0;
   });
 }
 

@@ -66,8 +66,8 @@ class CredentialStore {
   PasskeyResult<bool> addLock(LockKind kind, const Lock& lock);
   /// Takes one try off. False when none is left.
   PasskeyResult<bool> spendTry(LockKind kind);
-  /// All tries again, if the lock is still that one.
-  PasskeyResult<Done> restoreTries(LockKind kind, const Lock& lock);
+  /// All tries again. False when the lock is not that one any more.
+  PasskeyResult<bool> restoreTries(LockKind kind, const Lock& lock);
 
  private:
   class File;

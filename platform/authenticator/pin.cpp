@@ -90,7 +90,8 @@ PasskeyResult<Pin::Progress> Pin::check(const Lock& lock, const Secret& pin) {
   if (!opening->isRight) return Progress{.wasRefused = true};
   auto restored = store_.restoreTries(LockKind::pin, lock);
   if (auto* error = std::get_if<PasskeyError>(&restored)) return std::move(*error);
-  return Progress{.isVerified = true};
+  // False: the PIN has been reset meanwhile, and this one opens nothing any more.
+  return Progress{.isVerified = std::get<bool>(restored)};
 }
 
 }  // namespace veltrane::authenticator

@@ -34,9 +34,10 @@ void Conversation::end(Outcome outcome) {
     if (!self->sheet_) return;
     self->stop();
     const auto sheet = std::exchange(self->sheet_, nullptr);
-    const auto answer = std::exchange(self->answer_, nullptr);
     sheet->close();
-    answer(outcome);
+    // Whoever saw it close may have dropped the request.
+    const auto answer = std::exchange(self->answer_, nullptr);
+    if (answer) answer(outcome);
   });
 }
 

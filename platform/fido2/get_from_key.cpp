@@ -4,6 +4,7 @@
 #include "platform/fido2/key_requests.h"
 #include "platform/fido2/known_ids.h"
 #include "platform/fido2/verification.h"
+#include "veltrane/passkeys/display_text.h"
 
 namespace veltrane::fido2 {
 namespace {
@@ -27,12 +28,10 @@ int fill(fido_assert_t* question, const GetAssertion& request,
 
 std::string accountName(const fido_assert_t* answer, std::size_t index) {
   const auto text = [](const char* name) { return std::string(name != nullptr ? name : ""); };
-  std::string name = text(fido_assert_user_name(answer, index));
-  std::string display = text(fido_assert_user_display_name(answer, index));
-  if (name.empty()) std::swap(name, display);
+  const std::string name = accountText(text(fido_assert_user_name(answer, index)),
+                                       text(fido_assert_user_display_name(answer, index)));
   // A key tells names only to a person it has verified.
-  if (name.empty()) return "Account " + std::to_string(index + 1);
-  return display.empty() || display == name ? name : name + " (" + display + ")";
+  return name.empty() ? "Account " + std::to_string(index + 1) : name;
 }
 
 /// The index of the assertion to give. Nothing: the request is over.

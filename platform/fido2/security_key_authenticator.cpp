@@ -11,6 +11,7 @@
 #include "platform/fido2/key_finder.h"
 #include "platform/fido2/key_requests.h"
 #include "platform/fido2/key_thread.h"
+#include "veltrane/passkeys/display_text.h"
 #include "veltrane/platform.h"
 
 namespace veltrane::fido2 {
@@ -103,7 +104,9 @@ std::shared_ptr<void> SecurityKeyAuthenticator::make(MakeCredential request,
                                                      Made made) {
   auto talk = std::make_shared<Conversation>(Platform::current().mainQueue, std::move(sheet),
                                              answering<MadeCredential>(std::move(made)));
-  Occasion occasion{.isMaking = true, .relyingParty = request.rpId, .account = request.userName};
+  Occasion occasion{.isMaking = true,
+                    .relyingParty = relyingPartyText(request.rpId),
+                    .account = accountText(request.userName, request.userDisplayName)};
   thread().add(talk, [source = source_, patience = patience_, occasion = std::move(occasion),
                       deadline = deadlineOf(request.timeout),
                       request = std::move(request)](Conversation& with) {
@@ -116,7 +119,7 @@ std::shared_ptr<void> SecurityKeyAuthenticator::get(GetAssertion request,
                                                     std::shared_ptr<PasskeySheet> sheet, Got got) {
   auto talk = std::make_shared<Conversation>(Platform::current().mainQueue, std::move(sheet),
                                              answering<Assertion>(std::move(got)));
-  Occasion occasion{.relyingParty = request.rpId};
+  Occasion occasion{.relyingParty = relyingPartyText(request.rpId)};
   thread().add(talk, [source = source_, patience = patience_, occasion = std::move(occasion),
                       deadline = deadlineOf(request.timeout),
                       request = std::move(request)](Conversation& with) {

@@ -105,6 +105,25 @@ TEST_F(PINs, TheEighthWrongOneLocksWithinTheSameRequest) {
   EXPECT_EQ(questions[2].problem, "Wrong PIN. 1 try left.");
 }
 
+// Another program may reset it while a person types.
+TEST_F(PINs, ProvesNothingOnceAnotherHasTakenItsPlace) {
+  valueOf(device_.make(making()));
+  device_.person.takeSteps();
+  int asked = 0;
+  device_.person.look = [&](PasskeySheet& sheet) {
+    if (sheet.question().step != PasskeyStep::enterPIN) return true;
+    if (++asked == 2) device_.person.pin = "another";
+    if (asked > 1) return true;
+    valueOf(reset(file_));
+    const auto other = makeLock(Secret(std::string_view("another")), kCheap);
+    EXPECT_TRUE(valueOf(CredentialStore(file_).addLock(LockKind::pin, other->lock)));
+    return true;
+  };
+  valueOf(device_.make(making()));
+  EXPECT_THAT(device_.person.takeSteps(),
+              ElementsAre(PasskeyStep::consent, PasskeyStep::enterPIN, PasskeyStep::enterPIN));
+}
+
 // A try that cannot be checked is spent all the same.
 TEST_F(PINs, ATryIsCountedBeforeItIsChecked) {
   valueOf(device_.make(making()));

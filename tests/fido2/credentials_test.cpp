@@ -118,7 +118,7 @@ TEST_F(Credentials, SeveralAccountsAreChosenFrom) {
   whenAskedForPIN("123456");
   when(PasskeyStep::account, [this] { sheet->choose(1); });
   const auto assertion = get(question);
-  EXPECT_THAT(lastOf(PasskeyStep::account).choices, ElementsAre("alice", "bob (Bob B.)", "carol"));
+  EXPECT_THAT(lastOf(PasskeyStep::account).choices, ElementsAre("alice", "Bob B. (bob)", "carol"));
   EXPECT_EQ(assertion.userHandle, "id of bob");
   EXPECT_EQ(verify(question, assertion, made[1]), FIDO_OK);
 

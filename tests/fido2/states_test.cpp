@@ -19,7 +19,7 @@ TEST_F(KeyStates, AKeyIsWaitedFor) {
   EXPECT_FALSE(make().id.empty());
   EXPECT_THAT(steps(), ElementsAre(insertKey, touchKey));
   EXPECT_EQ(seen[0].relyingParty, "acme.example");
-  EXPECT_EQ(seen[0].account, "alice");
+  EXPECT_EQ(seen[0].account, "Alice A. (alice)");
 }
 
 TEST_F(KeyStates, OfSeveralTheTouchedOneIsTaken) {

@@ -5,7 +5,7 @@
 #include <ctime>
 #include <iterator>
 
-#include "platform/authenticator/display_text.h"
+#include "veltrane/passkeys/display_text.h"
 
 namespace veltrane::tool {
 namespace {
@@ -33,7 +33,7 @@ std::string idText(const PasskeyEntry& entry) {
 
 std::string ownerText(const PasskeyEntry& entry) {
   const auto& name = entry.userName.empty() ? entry.userDisplayName : entry.userName;
-  return authenticator::displayText(name) + " at " + authenticator::relyingPartyText(entry.rpId);
+  return displayText(name) + " at " + relyingPartyText(entry.rpId);
 }
 
 std::string lineOf(const PasskeyEntry& entry) {

@@ -1,9 +1,9 @@
-#include "platform/authenticator/display_text.h"
+#include "veltrane/passkeys/display_text.h"
 
 #include <algorithm>
 #include <cstdint>
 
-namespace veltrane::authenticator {
+namespace veltrane {
 namespace {
 
 /// Bytes of the code point at the start of `text`; 0 where it is ill-formed.
@@ -56,4 +56,4 @@ std::string accountText(std::string_view userName, std::string_view displayName)
   return display + " (" + name + ")";
 }
 
-}  // namespace veltrane::authenticator
+}  // namespace veltrane
