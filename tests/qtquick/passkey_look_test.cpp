@@ -171,7 +171,9 @@ TEST_F(PasskeyLook, TheRelyingPartyIsTheMostProminentTextOfAConsent) {
   };
   QQuickItem* const party = part("passkeyRelyingParty");
   for (QQuickItem* each : visibleItems(panel())) {
-    if (each != party && each->property("font").isValid()) EXPECT_LT(sizeOf(each), sizeOf(party));
+    if (each != party && each->property("font").isValid()) {
+      EXPECT_LT(sizeOf(each), sizeOf(party));
+    }
   }
   EXPECT_TRUE(party->property("font").value<QFont>().bold());
 }

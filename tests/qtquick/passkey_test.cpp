@@ -201,8 +201,9 @@ TEST_F(Passkeys, AssistiveProgramsHearEverythingButTheSecret) {
     if (!heard) continue;
     for (const auto kind : {QAccessible::Name, QAccessible::Description, QAccessible::Value})
       EXPECT_FALSE(heard->text(kind).contains("8642"));
-    if (auto* text = heard->textInterface())
+    if (auto* text = heard->textInterface()) {
       EXPECT_FALSE(text->text(0, text->characterCount()).contains("8642"));
+    }
   }
   const auto hints = part("passkeyField")->inputMethodQuery(Qt::ImHints).toInt();
   EXPECT_EQ(hints & (Qt::ImhHiddenText | Qt::ImhNoPredictiveText | Qt::ImhSensitiveData),

@@ -46,8 +46,9 @@ struct Chroma {
 void readChroma(const Coefficients& by, const std::uint8_t* u, const std::uint8_t* v, int step,
                 int width, Chroma& chroma) {
   for (int x = 0; x < width; x += 2) {
-    const int blueness = u[x / 2 * step] - 128;
-    const int redness = v[x / 2 * step] - 128;
+    const std::ptrdiff_t at = std::ptrdiff_t{x} / 2 * step;
+    const int blueness = u[at] - 128;
+    const int redness = v[at] - 128;
     chroma.red[x] = chroma.red[x + 1] = by.redV * redness;
     chroma.green[x] = chroma.green[x + 1] = by.greenU * blueness + by.greenV * redness;
     chroma.blue[x] = chroma.blue[x + 1] = by.blueU * blueness;
