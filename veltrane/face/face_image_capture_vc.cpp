@@ -23,9 +23,8 @@ constexpr const char* kNoVision = "Faces cannot be found on this device.";
 constexpr const char* kNoPicture = "The picture of the face could not be made.";
 
 std::shared_ptr<AlertController> errorAlert(const CameraError& error) {
-  auto alert =
-      std::make_shared<AlertController>("Failed with error " + std::to_string(error.code),
-                                        error.localizedDescription, AlertStyle::alert);
+  auto alert = std::make_shared<AlertController>("Failed with error " + std::to_string(error.code),
+                                                 error.localizedDescription, AlertStyle::alert);
   alert->addAction({.title = "OK", .style = AlertActionStyle::cancel, .handler = {}});
   return alert;
 }
