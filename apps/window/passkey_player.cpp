@@ -70,7 +70,13 @@ PasskeyPlayer::Refusal PasskeyPlayer::click(PasskeyItem& panel, const char* name
   QQuickItem* const button = findItem(panel.content(), QString::fromLatin1(name));
   if (!button) return "there is no button to go on with";
   say_("pressed  " + button->property("text").toString().toStdString());
-  window::click(*button);
+  const QPointF middle = button->mapToScene(QPointF(button->width() / 2, button->height() / 2));
+  if (QRectF(QPointF(), QSizeF(window_.size())).contains(middle)) {
+    window::click(*button);
+  } else {  // a person would scroll to it, or use the keyboard
+    button->forceActiveFocus(Qt::TabFocusReason);
+    pressKey(window_, Qt::Key_Space);
+  }
   return std::nullopt;
 }
 
@@ -87,7 +93,7 @@ PasskeyPlayer::Refusal PasskeyPlayer::pick(PasskeyItem& panel) {
 }
 
 PasskeyPlayer::Refusal PasskeyPlayer::type(PasskeyItem& panel) {
-  if (!panel.problem().isEmpty()) return panel.problem().toStdString();
+  if (hasTypedBefore_ && !panel.problem().isEmpty()) return panel.problem().toStdString();
   QQuickItem* const field = findItem(panel.content(), QStringLiteral("passkeyField"));
   if (!field) return "there is no field to type into";
   window::click(*field);

@@ -23,7 +23,10 @@ class PasskeyPlayer {
   PasskeyPlayer(QQuickWindow& window, Say say) : window_(window), say_(std::move(say)) {}
 
   /// Another question has come.
-  void asked() { hasTyped_ = false; }
+  void asked() {
+    hasTypedBefore_ = hasTypedBefore_ || hasTyped_;
+    hasTyped_ = false;
+  }
 
   /// Takes the next step. What stands in its way, if anything.
   std::optional<std::string> answer(qtquick::PasskeyItem& panel);
@@ -38,6 +41,8 @@ class PasskeyPlayer {
   QQuickWindow& window_;
   Say say_;
   bool hasTyped_ = false;
+  /// Into an earlier question; a problem is then what was typed.
+  bool hasTypedBefore_ = false;
 };
 
 /// For the picture of it.

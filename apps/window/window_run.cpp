@@ -87,6 +87,8 @@ WindowRun::WindowRun(const WindowOptions& options, std::vector<JSON> script) : o
 WindowRun::~WindowRun() {
   // The window goes after everything that its last signal would touch.
   window_.disconnect(this);
+  presenter_->disconnect(this);
+  presenter_->stage().disconnect(this);
 }
 
 void WindowRun::look(const WindowOptions& options) {

@@ -6,13 +6,11 @@
 
 namespace veltrane::authenticator {
 
-Conversation::Conversation(std::shared_ptr<MainQueue> mainQueue,
-                           std::shared_ptr<PasskeySheet> sheet)
+Conversation::Conversation(std::weak_ptr<MainQueue> mainQueue, std::shared_ptr<PasskeySheet> sheet)
     : mainQueue_(std::move(mainQueue)), sheet_(std::move(sheet)) {}
 
 PasskeyResult<PasskeyAnswer> Conversation::ask(PasskeyQuestion question) {
-  mainQueue_->async(
-      [self = shared_from_this(), question = std::move(question)] { self->put(question); });
+  async([self = shared_from_this(), question = std::move(question)] { self->put(question); });
   std::unique_lock lock(mutex_);
   wake_.wait(lock, [this] { return answer_ || state_ != State::open; });
   auto answer = std::exchange(answer_, std::nullopt);
@@ -20,6 +18,10 @@ PasskeyResult<PasskeyAnswer> Conversation::ask(PasskeyQuestion question) {
     return PasskeyError{.failure = PasskeyFailure::cancelled};
   }
   return std::move(*answer);
+}
+
+void Conversation::async(std::function<void()> work) {
+  if (const auto mainQueue = mainQueue_.lock()) mainQueue->async(std::move(work));
 }
 
 void Conversation::put(PasskeyQuestion question) {
@@ -40,7 +42,7 @@ void Conversation::take(PasskeyAnswer answer) {
 }
 
 bool Conversation::finish(std::function<void()> deliver) {
-  mainQueue_->async([self = shared_from_this(), deliver = std::move(deliver)] {
+  async([self = shared_from_this(), deliver = std::move(deliver)] {
     if (self->end(State::finished)) deliver();
   });
   std::unique_lock lock(mutex_);

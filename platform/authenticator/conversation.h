@@ -20,7 +20,7 @@ namespace veltrane::authenticator {
 /// it is dropped, whichever comes first, never both.
 class Conversation : public std::enable_shared_from_this<Conversation> {
  public:
-  Conversation(std::shared_ptr<MainQueue> mainQueue, std::shared_ptr<PasskeySheet> sheet);
+  Conversation(std::weak_ptr<MainQueue> mainQueue, std::shared_ptr<PasskeySheet> sheet);
 
   // The authenticator's thread.
 
@@ -37,11 +37,13 @@ class Conversation : public std::enable_shared_from_this<Conversation> {
  private:
   enum class State { open, finished, dropped };
 
+  void async(std::function<void()> work);
   void put(PasskeyQuestion question);
   void take(PasskeyAnswer answer);
   bool end(State state);
 
-  std::shared_ptr<MainQueue> mainQueue_;
+  /// Not held: what it has not run yet holds this.
+  std::weak_ptr<MainQueue> mainQueue_;
   /// Main thread only, as what it holds is.
   std::shared_ptr<PasskeySheet> sheet_;
 

@@ -80,7 +80,11 @@ void Database::requireSchema(const Schema& schema) {
     if (presentStatements().empty()) make(schema);
     making.commit();
   }
-  if (!std::ranges::is_permutation(presentStatements(), schema.statements)) {
+  const auto present = presentStatements();
+  if (std::ranges::find_first_of(present, schema.statements) == present.end()) {
+    throw StoreError(SQLITE_MISMATCH, "it is another program's");
+  }
+  if (!std::ranges::is_permutation(present, schema.statements)) {
     throw StoreError(SQLITE_CORRUPT, "it has tables of another kind");
   }
 }

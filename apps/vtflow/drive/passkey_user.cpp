@@ -8,6 +8,11 @@ namespace {
 constexpr std::string_view kPIN = "135790";
 constexpr std::string_view kPassphrase = "a passphrase for tests";
 
+bool takesSecret(PasskeyStep step) {
+  return step == PasskeyStep::enterPIN || step == PasskeyStep::newPIN ||
+         step == PasskeyStep::passphrase || step == PasskeyStep::newPassphrase;
+}
+
 void agree(PasskeySheet& sheet) {
   switch (sheet.question().step) {
     case PasskeyStep::none:
@@ -35,12 +40,14 @@ void agree(PasskeySheet& sheet) {
 }  // namespace
 
 void PasskeyUser::present(const std::shared_ptr<PasskeySheet>& sheet) {
-  const auto answer = [weak = std::weak_ptr(sheet), agrees = agrees_] {
+  const auto typed = std::make_shared<bool>(false);
+  const auto answer = [weak = std::weak_ptr(sheet), agrees = agrees_, typed] {
     const auto shown = weak.lock();
     if (!shown) return;
     // The same answer again would not be right this time.
-    const bool isRefused = !shown->question().problem.empty();
+    const bool isRefused = *typed && !shown->question().problem.empty();
     if (!agrees || isRefused) return shown->cancel();
+    *typed = takesSecret(shown->question().step);
     agree(*shown);
   };
   sheet_ = sheet;
