@@ -40,16 +40,15 @@ RunLoop::~RunLoop() {
 }
 
 void RunLoop::add(Item item, Clock::time_point due) {
-  {
-    const std::lock_guard lock(mutex_);
-    if (closed_) return;
-    counted_ += item.counts ? 1 : 0;
-    if (due == Clock::time_point::min()) {
-      ready_.push_back(std::move(item));
-    } else {
-      later_.emplace(due, std::move(item));
-    }
+  const std::lock_guard lock(mutex_);
+  if (closed_) return;
+  counted_ += item.counts ? 1 : 0;
+  if (due == Clock::time_point::min()) {
+    ready_.push_back(std::move(item));
+  } else {
+    later_.emplace(due, std::move(item));
   }
+  // Under the lock: what it wakes may be all that the loop was still there for.
   wake_.notify_one();
 }
 
@@ -103,10 +102,8 @@ void RunLoop::run() {
 }
 
 void RunLoop::quit() {
-  {
-    const std::lock_guard lock(mutex_);
-    quit_ = true;
-  }
+  const std::lock_guard lock(mutex_);
+  quit_ = true;
   wake_.notify_one();
 }
 
