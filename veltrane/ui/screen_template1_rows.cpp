@@ -127,7 +127,8 @@ void ScreenTemplate1VC::configure(DropdownTableViewCell& cell, IndexPath indexPa
 
 void ScreenTemplate1VC::buttonPressed() {
   // One request at a time: a second press while the first one's answer is awaited does nothing.
-  if (isBusy()) return;
+  // Before the screen has loaded there is no button.
+  if (!viewModel || isBusy()) return;
   console::print("button is pressed....");
   console::print("textFieldsKeyValues::: ", textFieldsKeyValues, viewModel->secretNames());
   if (const auto key = firstEmptyKey()) return showAlert("Please input " + *key);
