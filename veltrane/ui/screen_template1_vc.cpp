@@ -103,6 +103,9 @@ bool ScreenTemplate1VC::isBusy() const {
 
 void ScreenTemplate1VC::sendFrom(const std::shared_ptr<ScreensViewModel>& model,
                                  const ScreensViewModel::NextEvent& event) {
+  if (!model) {
+    return postFlowError(VeltraneFlowError::badRequest("The screen has no event to send."));
+  }
   lastSender_ = model;
   model->processNextEvent(event);
 }
