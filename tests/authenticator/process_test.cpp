@@ -5,7 +5,7 @@
 #include <thread>
 
 #include "tests/authenticator/authenticator_test.h"
-#include "tests/authenticator/child.h"
+#include "tests/support/child.h"
 #include "veltrane/base/base64.h"
 
 namespace veltrane::authenticator::testing {
@@ -13,14 +13,15 @@ namespace {
 
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
+using veltrane::testing::Child;
 
 using Processes = AuthenticatorTest;
 
 TEST_F(Processes, MakeAndCountAtTheSameTime) {
   const auto made = valueOf(device_.make(makeRequest("mine")));
   const std::string id = base64URLEncoded(made.id);
-  Child making({file_, "make", "30", "theirs"});
-  Child getting({file_, "get", id, "30"});
+  Child making(AUTHENTICATOR_HELPER, {file_, "make", "30", "theirs"});
+  Child getting(AUTHENTICATOR_HELPER, {file_, "get", id, "30"});
   std::set<std::uint32_t> counters;
   for (int i = 0; i < 30; ++i) {
     counters.insert(counterOf(valueOf(device_.get(getRequest({made.id}))).authenticatorData));
@@ -40,7 +41,8 @@ TEST_F(Processes, MakeAndCountAtTheSameTime) {
 TEST_F(Processes, AKilledOneLosesNothingItHasAnswered) {
   std::set<std::string> answered;
   for (int round = 0; round < 10; ++round) {
-    Child child({file_, "make", "100", "round" + std::to_string(round) + "-"});
+    Child child(AUTHENTICATOR_HELPER,
+                {file_, "make", "100", "round" + std::to_string(round) + "-"});
     for (int i = 0; i <= round; ++i) {
       const auto id = child.line();
       ASSERT_TRUE(id);
@@ -71,7 +73,7 @@ TEST_F(Processes, AKilledOneHasSpentItsTry) {
   }
   CredentialStore store(file_);
   for (int left = 7; left >= 0; --left) {
-    Child child({file_, "pin", "wrong"});
+    Child child(AUTHENTICATOR_HELPER, {file_, "pin", "wrong"});
     while (valueOf(store.lock(LockKind::pin))->triesLeft != left) std::this_thread::yield();
     child.kill();
     EXPECT_EQ(child.wait(), -SIGKILL);

@@ -4,13 +4,14 @@
 #include <functional>
 #include <string>
 
-#include "child.h"
 #include "pattern.h"
 #include "settings_fixture.h"
+#include "tests/support/child.h"
 
 namespace veltrane::sqlite {
 namespace {
 
+using veltrane::testing::Child;
 namespace fs = std::filesystem;
 using ::testing::AllOf;
 using ::testing::Contains;
@@ -131,8 +132,10 @@ TEST_F(SettingsDamage, ProcessesThatFindItAtOnceSetItAsideOnceAndLoseNothing) {
     writeFile(file_, std::string(5000, 'x'));
     std::vector<std::unique_ptr<Child>> children;
     for (int c = 0; c < 4; ++c) {
-      children.push_back(std::make_unique<Child>(std::vector<std::string>{
-          file_.string(), "write", "c" + std::to_string(c) + "-", "4", std::to_string(round)}));
+      children.push_back(std::make_unique<Child>(
+          SETTINGS_HELPER,
+          std::vector<std::string>{file_.string(), "write", "c" + std::to_string(c) + "-", "4",
+                                   std::to_string(round)}));
     }
     std::vector<std::string> acknowledged;
     for (auto& child : children) {
@@ -151,7 +154,7 @@ TEST_F(SettingsDamage, AStoreThatIsOpenFollowsWhenAnotherProcessSetsItsFileAside
   fill(*store);
   EXPECT_EQ(textIn(*store, "key0"), pattern("key0", 0));
   writeFile(file_, "no database any more");
-  Child other({file_.string(), "write", "other", "1", "0"});
+  Child other(SETTINGS_HELPER, {file_.string(), "write", "other", "1", "0"});
   EXPECT_THAT(other.lines(), ElementsAre("other0"));
   EXPECT_EQ(textIn(*store, "other0"), pattern("other0", 0));
   store->set("mine", "kept");
@@ -191,7 +194,7 @@ TEST_F(SettingsDamage, AFileThatMayOnlyBeReadIsRead) {
   openStore()->set("key", "there");
   fs::permissions(file_, fs::perms(0444));
   fs::permissions(folder_, fs::perms(0555));
-  Child reader({file_.string(), "as-nobody", "key"});
+  Child reader(SETTINGS_HELPER, {file_.string(), "as-nobody", "key"});
   EXPECT_THAT(reader.lines(), ElementsAre("kept")) << "its own value for its own run";
   EXPECT_EQ(reader.wait(), 0);
   fs::permissions(folder_, fs::perms(0755));
@@ -201,7 +204,7 @@ TEST_F(SettingsDamage, AFileThatMayOnlyBeReadIsRead) {
 
 TEST_F(SettingsDamage, AFullDiskLeavesTheFileAsItWas) {
   const auto before = fullFile();
-  Child limited({file_.string(), "with-limit", "key", "4096"});
+  Child limited(SETTINGS_HELPER, {file_.string(), "with-limit", "key", "4096"});
   EXPECT_THAT(limited.lines(), ElementsAre("kept"));
   EXPECT_EQ(limited.wait(), 0);
   EXPECT_EQ(storedText("key"), "-");

@@ -4,15 +4,16 @@
 #include <map>
 #include <string>
 
-#include "child.h"
 #include "pattern.h"
 #include "settings_fixture.h"
+#include "tests/support/child.h"
 
 namespace veltrane::sqlite {
 namespace {
 
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
+using veltrane::testing::Child;
 
 class SettingsProcess : public SettingsTest {
  protected:
@@ -22,8 +23,8 @@ class SettingsProcess : public SettingsTest {
 };
 
 TEST_F(SettingsProcess, SeveralProcessesWriteAtOnce) {
-  Child one(write("one", 60, 0));
-  Child other(write("other", 60, 0));
+  Child one(SETTINGS_HELPER, write("one", 60, 0));
+  Child other(SETTINGS_HELPER, write("other", 60, 0));
   const auto store = openStore();
   for (int i = 0; i < 30; ++i) store->set("mine" + std::to_string(i), static_cast<double>(i));
   EXPECT_THAT(one.lines(), SizeIs(60));
@@ -48,7 +49,7 @@ TEST_F(SettingsProcess, AKilledProcessLosesNothingItHadAcknowledged) {
   constexpr int kWrites = 100;
   std::map<std::string, int> acknowledged;
   for (int round = 0; round < 20; ++round) {
-    Child child(write("key", kWrites, round));
+    Child child(SETTINGS_HELPER, write("key", kWrites, round));
     for (int i = 0; i < round * 5 + 1; ++i) {
       const auto key = child.line();
       ASSERT_TRUE(key) << "ended by itself in round " << round;

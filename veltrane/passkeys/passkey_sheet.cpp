@@ -6,11 +6,6 @@
 namespace veltrane {
 namespace {
 
-bool takesSecret(PasskeyStep step) {
-  return step == PasskeyStep::enterPIN || step == PasskeyStep::newPIN ||
-         step == PasskeyStep::passphrase || step == PasskeyStep::newPassphrase;
-}
-
 /// Characters of UTF-8 text as code points.
 std::size_t lengthOf(std::string_view text) {
   return static_cast<std::size_t>(std::ranges::count_if(
@@ -18,6 +13,11 @@ std::size_t lengthOf(std::string_view text) {
 }
 
 }  // namespace
+
+bool takesSecret(PasskeyStep step) {
+  return step == PasskeyStep::enterPIN || step == PasskeyStep::newPIN ||
+         step == PasskeyStep::passphrase || step == PasskeyStep::newPassphrase;
+}
 
 void PasskeySheet::ask(PasskeyQuestion question, Answer answer) {
   question_ = std::move(question);

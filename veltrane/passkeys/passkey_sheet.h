@@ -30,6 +30,9 @@ enum class PasskeyStep : std::uint8_t {
   working,        ///< wait a moment
 };
 
+/// Whether the step is answered by typing a PIN or passphrase.
+bool takesSecret(PasskeyStep step);
+
 /// One thing that the sheet shows. Every text is for a person and may be drawn as it is.
 struct PasskeyQuestion {
   PasskeyStep step = PasskeyStep::none;

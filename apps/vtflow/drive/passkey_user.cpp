@@ -8,11 +8,6 @@ namespace {
 constexpr std::string_view kPIN = "135790";
 constexpr std::string_view kPassphrase = "a passphrase for tests";
 
-bool takesSecret(PasskeyStep step) {
-  return step == PasskeyStep::enterPIN || step == PasskeyStep::newPIN ||
-         step == PasskeyStep::passphrase || step == PasskeyStep::newPassphrase;
-}
-
 void agree(PasskeySheet& sheet) {
   switch (sheet.question().step) {
     case PasskeyStep::none:

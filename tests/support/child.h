@@ -10,13 +10,14 @@
 #include <string>
 #include <vector>
 
-namespace veltrane::sqlite {
+namespace veltrane::testing {
 
-/// Another process of this test, running the settings helper. Killed and reaped when dropped.
+/// Another process of a test's, running a helper that tells its process id first. Killed and reaped
+/// when dropped.
 class Child {
  public:
-  explicit Child(const std::vector<std::string>& arguments) {
-    std::string command = "exec " SETTINGS_HELPER;
+  Child(const std::string& helper, const std::vector<std::string>& arguments) {
+    std::string command = "exec " + helper;
     for (const auto& argument : arguments) command += " '" + argument + "'";
     output_ = popen(command.c_str(), "re");
     const auto first = line();
@@ -57,4 +58,4 @@ class Child {
   pid_t process_ = 0;
 };
 
-}  // namespace veltrane::sqlite
+}  // namespace veltrane::testing
