@@ -18,5 +18,7 @@ target_compile_options(veltrane_compile INTERFACE
   $<BUILD_INTERFACE:$<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>>)
 if(VELTRANE_SANITIZE)
   add_compile_options(-fsanitize=${VELTRANE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
-  add_link_options(-fsanitize=${VELTRANE_SANITIZE})
+  # The sanitizers call dlopen in the program's place, whose own path then counts for nothing unless
+  # it is one of the older kind.
+  add_link_options(-fsanitize=${VELTRANE_SANITIZE} LINKER:--disable-new-dtags)
 endif()

@@ -7,6 +7,7 @@ build="ca-certificates cmake g++ ninja-build ccache
   libcurl4-openssl-dev libssl-dev libsqlite3-dev nlohmann-json3-dev libcpp-httplib-dev libcli11-dev
   pkg-config libqrencode-dev libpng-dev libjpeg62-turbo-dev libwebp-dev libgif-dev libexif-dev
   libdeflate-dev libzimg-dev libyuv-dev libpixman-1-dev
+  libopencv-dnn-dev libopencv-objdetect-dev libopencv-videoio-dev opencv-data python3-onnx
   libfido2-dev libcbor-dev libpsl-dev publicsuffix libtss2-dev libsecret-1-dev libargon2-dev
   qt6-base-dev qt6-declarative-dev qt6-declarative-dev-tools
   qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts

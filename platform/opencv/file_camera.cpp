@@ -1,0 +1,163 @@
+#include "platform/opencv/file_camera.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <exception>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+#include "platform/opencv/file_source.h"
+
+namespace veltrane::opencv {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Seconds = std::chrono::duration<double>;
+
+/// A frame that has not been looked at is offered again after this long.
+constexpr std::chrono::milliseconds kAgain{2};
+/// How often a scene is shown that stands still.
+constexpr Seconds kStill{1.0 / 30};
+constexpr Seconds kLongestPause{3600};
+/// No face is first found, then followed and accepted, in fewer looks at the last frame.
+constexpr int kLastLooks = 10;
+
+std::string nothingIn(const std::filesystem::path& path) {
+  return "there is no picture in " + path.string() + " that can be read";
+}
+
+/// What the camera's thread works on. It may outlive the camera by the rest of a call.
+class Feed {
+ public:
+  explicit Feed(FileCameraOptions options) : options_(std::move(options)) {}
+
+  void run(const Camera::Events& events) {
+    try {
+      show(events);
+    } catch (const std::exception& error) {
+      fail(events, CameraError::lost, error.what());
+    }
+  }
+
+  void stop() {
+    {
+      const std::lock_guard lock(mutex_);
+      isStopped_ = true;
+    }
+    wake_.notify_all();
+  }
+
+ private:
+  void show(const Camera::Events& events) {
+    std::string problem;
+    const auto source = FileSource::open(options_.path, problem);
+    if (!source) return fail(events, CameraError::noCamera, std::move(problem));
+    // Only a picture that can be read tells how large they are.
+    int unreadable = 0;
+    auto frame = source->next();
+    for (; frame && !*frame && !isStopped(); frame = source->next()) ++unreadable;
+    if (!frame) return fail(events, CameraError::noSuitableFormat, nothingIn(options_.path));
+    if (isStopped()) return;
+    events.opened({.resolution = (*frame)->uprightSize(), .isFront = true});
+    const Seconds pause = pauseOf(*source);
+    for (; unreadable > 0; --unreadable) {
+      if (!offer(events, nullptr, pause)) return;
+    }
+    while (auto following = source->next()) {
+      if (!offer(events, *frame, pause)) return;
+      frame = std::move(following);
+    }
+    standStill(events, *frame, pause);
+  }
+
+  Seconds pauseOf(const FileSource& source) const {
+    const auto rate =
+        source.framesPerSecond() ? source.framesPerSecond() : options_.framesPerSecond;
+    return rate && *rate > 0 ? std::min(Seconds(1 / *rate), kLongestPause) : Seconds(0);
+  }
+
+  /// Until it has been looked at, then until the next one is due. False once the camera is stopped.
+  bool offer(const Camera::Events& events, PixelBufferPtr frame, Seconds pause) {
+    const auto start = Clock::now();
+    while (!isStopped()) {
+      if (events.frame(frame)) return waitUntil(start + pause);
+      waitUntil(Clock::now() + kAgain);
+    }
+    return false;
+  }
+
+  void standStill(const Camera::Events& events, const PixelBufferPtr& frame, Seconds pause) {
+    for (int looks = 0; looks < kLastLooks; ++looks) {
+      if (!offer(events, frame, pause)) return;
+    }
+    if (options_.ended) options_.ended();
+    while (offer(events, frame, std::max(pause, kStill))) continue;
+  }
+
+  void fail(const Camera::Events& events, CameraError::Code code, std::string why) {
+    if (!isStopped()) events.failed({code, std::move(why)});
+  }
+
+  bool isStopped() {
+    const std::lock_guard lock(mutex_);
+    return isStopped_;
+  }
+  /// False once the camera is stopped.
+  template <typename Time>
+  bool waitUntil(Time time) {
+    std::unique_lock lock(mutex_);
+    return !wake_.wait_until(lock, time, [this] { return isStopped_; });
+  }
+
+  const FileCameraOptions options_;
+  std::mutex mutex_;
+  std::condition_variable wake_;
+  bool isStopped_ = false;
+};
+
+class FileCamera final : public Camera {
+ public:
+  explicit FileCamera(FileCameraOptions options)
+      : feed_(std::make_shared<Feed>(std::move(options))) {}
+  ~FileCamera() override { end(); }
+
+  void startRunning(Events events) override {
+    thread_ = std::thread([feed = feed_, events = std::move(events)] { feed->run(events); });
+  }
+  void stopRunning() override { end(); }
+
+ private:
+  /// No call runs when this returns, but the one that it may have been called from.
+  void end() {
+    feed_->stop();
+    if (!thread_.joinable()) return;
+    if (thread_.get_id() == std::this_thread::get_id()) {
+      thread_.detach();
+    } else {
+      thread_.join();
+    }
+  }
+
+  const std::shared_ptr<Feed> feed_;
+  std::thread thread_;
+};
+
+}  // namespace
+
+std::shared_ptr<Camera> makeFileCamera(FileCameraOptions options) {
+  return std::make_shared<FileCamera>(std::move(options));
+}
+
+std::optional<std::string> fileCameraProblem(const std::filesystem::path& path) {
+  std::string problem;
+  const auto source = FileSource::open(path, problem);
+  if (!source) return problem;
+  while (const auto frame = source->next()) {
+    if (*frame) return std::nullopt;
+  }
+  return nothingIn(path);
+}
+
+}  // namespace veltrane::opencv

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "veltrane/face/camera.h"
+
+namespace veltrane::opencv {
+
+struct FileCameraOptions {
+  /// A picture, a folder of pictures in the order of their names' bytes (hidden files left out), or
+  /// a video file.
+  std::filesystem::path path;
+  /// Of pictures, a video has its own; absent, or not above zero: as fast as they are looked at.
+  std::optional<double> framesPerSecond;
+  /// From the camera's thread, once: the last frame has been looked at often enough that nothing
+  /// new can come of it.
+  std::function<void()> ended;
+};
+
+/// A file as a front camera. Every frame is offered until it has been looked at
+/// (`Camera::Events::frame` was true), so none is lost on a slow machine; the last one is offered
+/// again and again, as a camera shows a scene that stands still. A picture that cannot be read is a
+/// frame without pixels. Frames are RGB and upright. The thread is the camera's own, and OpenCV
+/// loads there; it ends with `stopRunning`, or with the camera, which may be within any callback.
+std::shared_ptr<Camera> makeFileCamera(FileCameraOptions options);
+
+/// Why this path cannot serve as a camera, for people: missing, an empty folder, not readable as
+/// picture or video, no OpenCV to read it with. Nothing when it can.
+std::optional<std::string> fileCameraProblem(const std::filesystem::path& path);
+
+}  // namespace veltrane::opencv
