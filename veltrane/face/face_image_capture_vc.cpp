@@ -63,10 +63,12 @@ struct FaceImageCaptureVC::Live : std::enable_shared_from_this<Live> {
                 }};
   }
 
+  /// Only for as long as the screen has no other camera, or none.
   template <typename Work>
   void onMain(Work work) {
-    main->async([weak = screen, work = std::move(work)] {
-      if (const auto alive = weak.lock()) work(*alive);
+    main->async([weak = screen, live = weak_from_this(), work = std::move(work)] {
+      const auto alive = weak.lock();
+      if (alive && alive->live_ && alive->live_ == live.lock()) work(*alive);
     });
   }
 
@@ -99,8 +101,9 @@ struct FaceImageCaptureVC::Live : std::enable_shared_from_this<Live> {
   void captureOutput(const PixelBufferPtr& frame, VideoDataOutput::UnderWay underWay) {
     auto seen = tracking.captureOutput(frame);
     if (!seen) return;
-    onMain([seen = std::move(*seen), underWay = std::move(underWay)](auto& s) {
-      s.drawFaceObservations(seen);
+    const auto light = face::lightOf(*frame, seen->faces);
+    onMain([seen = std::move(*seen), light, underWay = std::move(underWay)](auto& s) {
+      s.drawFaceObservations(seen, light);
     });
   }
 
@@ -136,6 +139,19 @@ void FaceImageCaptureVC::viewDidLoad() {
   if (isReady) session_->startRunning(live_->events());
 }
 
+void FaceImageCaptureVC::applicationDidEnterBackground() {
+  if (stage_ != Stage::looking || !live_) return;
+  isInBackground_ = true;
+  teardownAVCapture();
+  clearDrawings();
+  setOval(face::kLightGrey);
+}
+
+void FaceImageCaptureVC::applicationWillEnterForeground() {
+  if (!std::exchange(isInBackground_, false) || stage_ != Stage::looking) return;
+  if (setupAVCaptureSession()) session_->startRunning(live_->events());
+}
+
 bool FaceImageCaptureVC::setupAVCaptureSession() {
   const auto& platform = Platform::current();
   session_ = platform.makeCamera ? platform.makeCamera() : nullptr;
@@ -155,6 +171,7 @@ bool FaceImageCaptureVC::setupAVCaptureSession() {
 
 void FaceImageCaptureVC::didLeaveStack() {
   stage_ = Stage::over;
+  isInBackground_ = false;
   teardownAVCapture();
   imagePixelBuffer.reset();
   still_.reset();
@@ -213,11 +230,19 @@ void FaceImageCaptureVC::cameraOpened(const CameraFormat& format) {
 void FaceImageCaptureVC::cameraFailed(const CameraError& error) {
   if (stage_ != Stage::looking || !live_) return;
   teardownAVCapture();
+  clearDrawings();
+  presentError(error);
+}
+
+/// No picture, and nothing that was seen in one.
+void FaceImageCaptureVC::clearDrawings() {
   imagePixelBuffer.reset();
   drawOutlines({});
+  steadyHint_.reset();
+  hint = FaceHint::none;
+  nearness.reset();
   changed();
   framePassed();
-  presentError(error);
 }
 
 void FaceImageCaptureVC::framesArrived() {
@@ -232,10 +257,11 @@ void FaceImageCaptureVC::framesArrived() {
   framePassed();
 }
 
-void FaceImageCaptureVC::drawFaceObservations(const FacesInFrame& seen) {
+void FaceImageCaptureVC::drawFaceObservations(const FacesInFrame& seen, const FrameLight& light) {
   if (!live_) return;
   setResolution(seen.frame->uprightSize());
   drawOutlines(seen.faces);
+  drawHint(seen.faces, light);
   changed();
   if (!seen.areTracked) return;
   for (const auto& observation : seen.faces) {
@@ -254,14 +280,29 @@ void FaceImageCaptureVC::drawOutlines(const std::vector<FaceObservation>& faces)
   detectedFaceLandmarksShapeLayer.path = face::landmarkLines(faces, captureDeviceResolution);
 }
 
+void FaceImageCaptureVC::drawHint(const std::vector<FaceObservation>& faces,
+                                  const FrameLight& light) {
+  if (!ovalRect) return;
+  std::vector<Rect> seen;
+  seen.reserve(faces.size());
+  for (const auto& observation : faces) seen.push_back(viewRect(observation));
+  nearness = face::nearness(seen, *ovalRect);
+  hint = steadyHint_.next(face::hintFor(seen, *ovalRect, light, isMirrored));
+}
+
+Rect FaceImageCaptureVC::viewRect(const FaceObservation& observation) const {
+  return detectionOverlayLayer.affineTransform.apply(
+      face::captureRect(observation.boundingBox, captureDeviceResolution));
+}
+
 bool FaceImageCaptureVC::isInOval(const FaceObservation& observation) const {
-  const Rect captured = face::captureRect(observation.boundingBox, captureDeviceResolution);
-  return ovalRect && ovalRect->contains(detectionOverlayLayer.affineTransform.apply(captured));
+  return ovalRect && ovalRect->contains(viewRect(observation));
 }
 
 void FaceImageCaptureVC::accept(const PixelBufferPtr& frame) {
   stage_ = Stage::taking;
   faceDetected = true;
+  hint = FaceHint::none;
   teardownAVCapture();
   imagePixelBuffer = frame;
   framePassed();

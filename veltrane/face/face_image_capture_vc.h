@@ -8,6 +8,7 @@
 #include "veltrane/face/camera.h"
 #include "veltrane/face/face_drawing.h"
 #include "veltrane/face/face_geometry.h"
+#include "veltrane/face/face_hint.h"
 #include "veltrane/face/face_image_capture.h"
 #include "veltrane/face/pixel_buffer.h"
 #include "veltrane/toolkit/view_controller.h"
@@ -37,8 +38,16 @@ class FaceImageCaptureVC final : public ViewController, public FaceImageCaptureS
 
   void cancelButtonPressed();
 
-  /// A picture may still come: the camera runs, or has run and the picture is being made.
-  bool isCapturing() const { return session_ != nullptr || stage_ == Stage::taking; }
+  /// For the front end: nobody sees the screen any more. The camera is given back and no picture is
+  /// taken until the screen is seen again; then another camera is opened. More than once, either.
+  void applicationDidEnterBackground();
+  void applicationWillEnterForeground();
+
+  /// A picture may still come: the camera runs or will again, or has run and the picture is being
+  /// made.
+  bool isCapturing() const {
+    return session_ != nullptr || isInBackground_ || stage_ == Stage::taking;
+  }
 
   /// Of the upright picture, in pixels; nothing until the camera is open.
   PixelSize captureDeviceResolution;
@@ -61,6 +70,10 @@ class FaceImageCaptureVC final : public ViewController, public FaceImageCaptureS
                                                  .lineWidth = 3};
   /// A face has been accepted.
   bool faceDetected = false;
+  /// What the person may do to come into the oval; steady enough to be read and spoken.
+  FaceHint hint = FaceHint::none;
+  /// From 0 to 1: how near the face that lies best is to lying in the oval; nothing without a face.
+  std::optional<double> nearness;
 
   /// Base64 text of the PNG, once there is one; valid until the screen has left.
   std::optional<std::string_view> base64Png() const;
@@ -77,9 +90,12 @@ class FaceImageCaptureVC final : public ViewController, public FaceImageCaptureS
   void framesArrived();
   void setResolution(PixelSize resolution);
   void updateLayerGeometry();
-  void drawFaceObservations(const FacesInFrame& seen);
+  void drawFaceObservations(const FacesInFrame& seen, const FrameLight& light);
   void drawOutlines(const std::vector<FaceObservation>& faces);
+  void drawHint(const std::vector<FaceObservation>& faces, const FrameLight& light);
+  void clearDrawings();
   void setOval(const Color& color);
+  Rect viewRect(const FaceObservation& observation) const;
   bool isInOval(const FaceObservation& observation) const;
   void accept(const PixelBufferPtr& frame);
   void stillTaken(std::shared_ptr<const FaceStill> still);
@@ -87,6 +103,8 @@ class FaceImageCaptureVC final : public ViewController, public FaceImageCaptureS
   std::weak_ptr<FaceImageCaptureVC> self();
 
   Stage stage_ = Stage::looking;
+  bool isInBackground_ = false;
+  SteadyHint steadyHint_;
   std::shared_ptr<Camera> session_;
   std::shared_ptr<Live> live_;
   std::shared_ptr<const FaceStill> still_;
