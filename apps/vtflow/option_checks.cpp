@@ -133,8 +133,12 @@ std::string checkBaseURL(const std::string& text) {
 
 std::string checkReadableFile(const std::string& text) {
   std::error_code error;
-  if (!fs::exists(text, error)) return "there is no file " + quoted(text);
   if (fs::is_directory(text, error)) return "must be a file; " + quoted(text) + " is a folder";
+  return checkReadablePath(text);
+}
+
+std::string checkReadablePath(const std::string& text) {
+  if (::access(text.c_str(), F_OK) != 0) return "there is no file " + quoted(text);
   if (::access(text.c_str(), R_OK) != 0) {
     return "cannot read " + quoted(text) + ": " + std::strerror(errno);
   }

@@ -33,6 +33,8 @@ std::string checkThemeEntry(const std::string& text);
 std::string checkStoreFile(const std::string& text);
 /// A file that is there and can be read.
 std::string checkReadableFile(const std::string& text);
+/// The same, or a folder.
+std::string checkReadablePath(const std::string& text);
 /// A folder with at least one "*.json" file.
 std::string checkFlowsFolder(const std::string& text);
 /// A folder that is there, or can be made, and that files can be made in.

@@ -14,6 +14,7 @@
 #include "apps/vtflow/passkeys/passkeys_command.h"
 #include "apps/vtflow/serve/serve_command.h"
 #include "apps/vtflow/window/run_command.h"
+#include "apps/vtflow/wrong_use.h"
 
 namespace veltrane::tool {
 namespace {
@@ -43,6 +44,7 @@ struct Parser {
     addServeOptions(*serve, options.serve);
     addDoctorOptions(*doctor, options.doctor);
     addPasskeysOptions(*passkeys, options.passkeys);
+    for (CLI::App* const command : {drive, serve, doctor, passkeys}) refuseNamesAsValues(*command);
     app.footer("vtflow COMMAND --help tells the options of each.");
   }
 
@@ -75,7 +77,8 @@ int explain(const Parser& parser, const CLI::ParseError& error, const Terminal& 
     return exit_status::kNoResult;
   }
   const auto name = parser.name();
-  terminal.errors << name << ": " << asReason(error.what()) << " (see " << name << " --help)\n";
+  terminal.errors << name << ": " << wrongUse(parser.app, error) << " (see " << name
+                  << " --help)\n";
   return exit_status::kUsage;
 }
 
@@ -101,8 +104,8 @@ int runTool(int argumentCount, const char* const* arguments, Terminal terminal) 
   Options options;
   Parser parser(options);
   if (!words.empty() && !words.front().starts_with('-') && !parser.knows(words.front())) {
-    terminal.errors << "vtflow: " << asReason("there is no command \"" + words.front() + "\"")
-                    << ", but run, drive, serve, doctor and passkeys (see vtflow --help)\n";
+    terminal.errors << "vtflow: " << unknownCommand(parser.app, words.front())
+                    << " (see vtflow --help)\n";
     return exit_status::kUsage;
   }
   try {

@@ -13,6 +13,7 @@
 #include "apps/vtflow/messages.h"
 #include "apps/vtflow/temporary_folder.h"
 #include "apps/vtflow/termination_signals.h"
+#include "apps/vtflow/wrong_use.h"
 #include "apps/window/display.h"
 #include "apps/window/script.h"
 #include "apps/window/window_options.h"
@@ -106,12 +107,13 @@ int main(int count, char** words) {
   window::WindowOptions options;
   CLI::App app{"Runs a flow of the Veltrane orchestration server in a window", "vtflow run"};
   addWindowOptions(app, options);
+  tool::refuseNamesAsValues(app);
   try {
     app.parse(count, words);
     return unlessOutputIsLost(run(options, count, words));
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return unlessOutputIsLost(app.exit(error));
-    return fail(tool::asReason(error.what()) + " (see vtflow run --help)", exit_status::kUsage);
+    return fail(tool::wrongUse(app, error) + " (see vtflow run --help)", exit_status::kUsage);
   } catch (const window::FileError& error) {
     return fail(error.what(), exit_status::kUsage);
   } catch (const std::exception& error) {

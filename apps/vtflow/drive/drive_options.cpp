@@ -29,6 +29,10 @@ std::string checkScreen(const std::string& text) {
                                : "must be WxH@SCALE, such as 390x844@2, not \"" + text + '"';
 }
 
+std::string checkYesOrNo(const std::string& text) {
+  return text == "yes" || text == "no" ? "" : "must be yes or no, not \"" + text + '"';
+}
+
 }  // namespace
 
 std::optional<ScreenSize> parseScreenSize(const std::string& text) {
@@ -54,13 +58,13 @@ void addDriveOptions(CLI::App& command, DriveOptions& options) {
   command
       .add_option("--user-verification", options.userVerification,
                   "How the user answers when a passkey asks for consent")
-      ->check(CLI::IsMember({"yes", "no"}).description(""))
+      ->check(checkedBy(checkYesOrNo))
       ->capture_default_str()
       ->type_name("yes|no");
   command
       .add_option("--camera", options.camera,
                   "Picture, folder of pictures or video that stands for the front camera")
-      ->check(CLI::ExistingPath.description(""))
+      ->check(checkedBy(checkReadablePath))
       ->type_name("PATH");
   command.add_option("--screen", options.rawScreen, "Screen in points, and pixels a point")
       ->check(checkedBy(checkScreen))

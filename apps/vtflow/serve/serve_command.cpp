@@ -1,12 +1,14 @@
 #include "apps/vtflow/serve/serve_command.h"
 
 #include <CLI/CLI.hpp>
-#include <cmath>
+#include <charconv>
+#include <cstdint>
 #include <cstdlib>
 #include <mutex>
 #include <ostream>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "apps/sandbox/server.h"
@@ -43,9 +45,12 @@ std::string readyLine(const sandbox::Server& server, bool json) {
 }
 
 std::string checkPort(const std::string& text) {
-  const auto number = parseNumber(text);
-  const bool isPort = number && *number >= 0 && *number <= 65535 && *number == std::floor(*number);
-  return isPort ? "" : "must be a whole number from 0 to 65535, not \"" + text + '"';
+  std::uint16_t port = 0;
+  const auto* const last = text.data() + text.size();
+  const auto [end, error] = std::from_chars(text.data(), last, port);
+  return error == std::errc() && end == last
+             ? ""
+             : "must be a whole number from 0 to 65535, not \"" + text + '"';
 }
 
 }  // namespace
