@@ -122,6 +122,7 @@ Decision Decider::byRules(std::shared_ptr<const Flow> flow, const Rules& rules,
                     .passkey = rule->passkey,
                     .userName = std::move(userName)};
   check(decision, body);
+  if (rule->facePicture) lastFace_.show(checkedFacePicture(parameterOf(body, "imageData")));
   return decision;
 }
 

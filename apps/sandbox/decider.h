@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "apps/sandbox/challenges.h"
+#include "apps/sandbox/face/face_page.h"
 #include "apps/sandbox/flow.h"
 #include "apps/sandbox/passkeys/relying_party.h"
 #include "apps/sandbox/placeholders.h"
@@ -37,6 +38,7 @@ class Decider {
   std::vector<std::string> flowIds() const;
 
   Challenges& challenges() { return challenges_; }
+  const LastFace& lastFace() const { return lastFace_; }
 
   /// Holds a request to its form and finds its reply. `port`: of the server. Throws Refusal.
   Decision decide(const RecordedRequest& request, int port);
@@ -58,6 +60,7 @@ class Decider {
   Runs runs_;
   Challenges challenges_;
   RelyingParty relyingParty_;
+  LastFace lastFace_;
   mutable std::mutex mutex_;  // guards what follows
   std::map<std::string, std::shared_ptr<const Flow>> flows_;
 };

@@ -81,6 +81,8 @@ struct Rule {
   /// Whether the user whom the request names must have a passkey, or must have none.
   std::optional<bool> hasPasskey;
   PasskeyStep passkey = PasskeyStep::none;
+  /// The request must bring a picture of a face, which is shown from then on.
+  bool facePicture = false;
   Reply reply;
 };
 

@@ -196,12 +196,13 @@ void checkOptions(const Node& rule, PasskeyStep step) {
 }
 
 Rule readRule(const Node& node, const PlaceholderNames& names) {
-  node.mustHoldOnly(
-      {"when", "challenges", "hasPasskey", "passkey", "answer", "status", "headers", "trouble"});
+  node.mustHoldOnly({"when", "challenges", "hasPasskey", "passkey", "facePicture", "answer",
+                     "status", "headers", "trouble"});
   Rule rule;
   if (node.has("hasPasskey")) rule.hasPasskey = node["hasPasskey"].flag();
   if (node.has("passkey")) rule.passkey = readPasskeyStep(node["passkey"]);
   checkOptions(node, rule.passkey);
+  if (node.has("facePicture")) rule.facePicture = node["facePicture"].flag();
   if (node.has("when")) rule.when = readWhen(node["when"]);
   if (node.has("challenges")) readChallengeStates(node["challenges"], names, rule);
   if (!readReply(node, names, rule.reply)) node.fail("has no answer");
@@ -324,7 +325,7 @@ std::shared_ptr<const Flow> readFlow(const std::string& jsonText) {
   const json file = parseFlowFile(jsonText);
   const Node root(file, "");
   root.mustHoldOnly({"about", "start", "events", "challenges", "relyingParty", "qrCodes", "after",
-                     "demo", "look", "expect"});
+                     "needs", "demo", "look", "expect"});
   if (!root.has("start")) root.fail("has no \"start\"");
   auto flow = std::make_shared<Flow>();
   const PlaceholderNames names = readNames(root);
@@ -342,6 +343,7 @@ std::shared_ptr<const Flow> readFlow(const std::string& jsonText) {
   }
   if (root.has("relyingParty")) flow->relyingParty = readRelyingParty(root["relyingParty"]);
   if (root.has("after")) root["after"].text();
+  if (root.has("needs") && root["needs"].text() != "camera") root["needs"].fail("must be camera");
   if (root.has("demo")) checkDemo(root["demo"]);
   if (root.has("look")) checkLook(root["look"]);
   if (root.has("expect")) checkExpect(root["expect"]);

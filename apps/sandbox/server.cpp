@@ -18,6 +18,7 @@
 #include "apps/sandbox/certificates.h"
 #include "apps/sandbox/connections.h"
 #include "apps/sandbox/decider.h"
+#include "apps/sandbox/face/face_page.h"
 #include "apps/sandbox/reply_writer.h"
 #include "apps/sandbox/request_check.h"
 
@@ -199,7 +200,14 @@ class Server::Impl {
 
   void handle(const httplib::Request& request, httplib::Response& response) {
     const auto begin = std::chrono::steady_clock::now();
-    if (ApprovePage::isItsPath(request.path)) return answerPage(request, response, begin);
+    if (FacePage::isItsPath(request.path)) {
+      facePage_.answer(request, port_, response);
+      return logPage(request, response, begin);
+    }
+    if (ApprovePage::isItsPath(request.path)) {
+      approvePage_.answer(request, port_, response);
+      return logPage(request, response, begin);
+    }
     const RecordedRequest record = recorded(request);
     requests_.add(record);
     std::string outcome;
@@ -225,11 +233,9 @@ class Server::Impl {
     return httplib::Server::HandlerResponse::Handled;
   }
 
-  void answerPage(const httplib::Request& request, httplib::Response& response,
-                  std::chrono::steady_clock::time_point begin) {
-    approvePage_.answer(request, port_, response);
-    // The page looks for news every second: only what goes wrong and what people do is worth a
-    // line.
+  /// Pages look for news all the time: only what goes wrong and what people do is worth a line.
+  void logPage(const httplib::Request& request, const httplib::Response& response,
+               std::chrono::steady_clock::time_point begin) const {
     if (request.method == "GET" && response.status < 400) return;
     log(recorded(request), std::to_string(response.status),
         std::chrono::steady_clock::now() - begin);
@@ -266,6 +272,7 @@ class Server::Impl {
   std::thread thread_;
   Decider decider_;
   ApprovePage approvePage_{decider_.challenges()};
+  const FacePage facePage_{decider_.lastFace()};
   RequestLog requests_;
 };
 
@@ -278,6 +285,10 @@ int Server::port() const {
 
 std::string Server::baseURL() const {
   return serverURL(port()) + "/v1";
+}
+
+std::string Server::faceURL() const {
+  return serverURL(port()) + "/face";
 }
 
 std::string Server::approveURL() const {

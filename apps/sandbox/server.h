@@ -60,6 +60,9 @@ class Server {
   /// "https://localhost:PORT/approve", the page on which people answer challenges.
   std::string approveURL() const;
 
+  /// "https://localhost:PORT/face", the page with the last picture of a face that came.
+  std::string faceURL() const;
+
   /// PEM file of the certificate authority to trust.
   std::filesystem::path authorityFile() const;
 
@@ -72,7 +75,7 @@ class Server {
   std::vector<std::string> flowIds() const;
 
   /// The requests since the start or the last clearRequests(), in the order in which they arrived
-  /// and without those of the approval page: the latest that fit into `recordedBytes`.
+  /// and without those of the pages for people: the latest that fit into `recordedBytes`.
   std::vector<RecordedRequest> requests() const;
   void clearRequests();
 

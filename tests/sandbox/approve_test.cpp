@@ -1,4 +1,5 @@
 #include "apps/sandbox/approve/approve_page.h"
+#include "apps/sandbox/own_page.h"
 
 #include <functional>
 #include <mutex>

@@ -3,11 +3,11 @@
 #include <httplib.h>
 
 #include <algorithm>
-#include <array>
 #include <string_view>
 
 #include "apps/sandbox/approve/assets.h"
 #include "apps/sandbox/approve/page_html.h"
+#include "apps/sandbox/own_page.h"
 
 namespace veltrane::sandbox {
 namespace {
@@ -19,39 +19,6 @@ constexpr const char* kAnswered = "answered";
 void refuse(const std::string& reason, int status, httplib::Response& response) {
   response.status = status;
   response.set_content(refusalHtml(reason), kHtml);
-}
-
-/// Nothing from anywhere but this server, in nobody's frame, and no trace in a cache.
-void setHeaders(httplib::Response& response) {
-  response.set_header("Content-Security-Policy",
-                      "default-src 'none'; style-src 'self'; script-src 'self'; connect-src "
-                      "'self'; form-action 'self'; base-uri 'none'; frame-ancestors 'none'");
-  response.set_header("Cache-Control", "no-store");
-  response.set_header("X-Content-Type-Options", "nosniff");
-  response.set_header("X-Frame-Options", "DENY");
-  response.set_header("Cross-Origin-Opener-Policy", "same-origin");
-  response.set_header("Cross-Origin-Resource-Policy", "same-origin");
-  // "no-referrer" would make browsers hide the origin of the page's own forms.
-  response.set_header("Referrer-Policy", "same-origin");
-}
-
-constexpr int kPortOfHttps = 443;
-
-/// Against names of other sites that lead here. Who asks at the port that HTTPS has anyway leaves
-/// it out.
-bool isOwnHost(const std::string& host, int port) {
-  static constexpr std::array<std::string_view, 3> names{"localhost", "127.0.0.1", "[::1]"};
-  return std::any_of(names.begin(), names.end(), [&](std::string_view name) {
-    return host == std::string(name) + ":" + std::to_string(port) ||
-           (port == kPortOfHttps && host == name);
-  });
-}
-
-/// Browsers tell for whom they ask; who tells nothing is no browser that others can use.
-bool isFromElsewhere(const httplib::Request& request) {
-  if (!request.has_header("Sec-Fetch-Site")) return false;
-  const std::string site = request.get_header_value("Sec-Fetch-Site");
-  return site != "same-origin" && site != "none";
 }
 
 bool isFromThisPage(const httplib::Request& request) {
@@ -77,25 +44,14 @@ std::string lateMessage(const Challenge& challenge) {
 
 }  // namespace
 
-bool isLoopbackAddress(const std::string& address) {
-  return address.starts_with("127.") || address == "::1" || address.starts_with("::ffff:127.");
-}
-
 bool ApprovePage::isItsPath(const std::string& path) {
   return path == kPath || path.starts_with("/approve/");
 }
 
 void ApprovePage::answer(const httplib::Request& request, int port, httplib::Response& response) {
-  setHeaders(response);
-  if (!isLoopbackAddress(request.remote_addr)) {
-    return refuse("This page is for the machine alone on which the sandbox runs.", 403, response);
-  }
-  if (!isOwnHost(request.get_header_value("Host"), port)) {
-    return refuse("This page is only at https://localhost:" + std::to_string(port) + "/approve.",
-                  403, response);
-  }
-  if (isFromElsewhere(request)) {
-    return refuse("Another site asked for this page. Type its address yourself.", 403, response);
+  setPageHeaders(false, response);
+  if (const auto reason = whyRefused(request, port, std::string(kPath))) {
+    return refuse(*reason, 403, response);
   }
   if (request.method == "POST") return answerForm(request, response);
   if (request.method != "GET" && request.method != "HEAD") {

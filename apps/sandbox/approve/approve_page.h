@@ -13,9 +13,8 @@ namespace veltrane::sandbox {
 
 /// "/approve", the page of the second device: the open challenges, each with a yes and a no.
 ///
-/// It answers this machine alone, under a name of this machine, and nothing that another site asks
-/// for: a browser says whom it asks for, and each form carries the token of its challenge. Works
-/// without JavaScript; with it, the page fetches itself and takes over what is new. Any thread.
+/// Held to the rules of own_page.h, and each form carries the token of its challenge. Works without
+/// JavaScript; with it, the page fetches itself and takes over what is new. Any thread.
 class ApprovePage {
  public:
   /// `challenges` must outlive the page.
@@ -32,8 +31,5 @@ class ApprovePage {
 
   Challenges& challenges_;
 };
-
-/// Whether this address of a client is one of this machine's own: 127.0.0.0/8 or ::1.
-bool isLoopbackAddress(const std::string& address);
 
 }  // namespace veltrane::sandbox
