@@ -25,8 +25,6 @@ TEST(RelyingPartyIds, BelongToOriginsAtOrBelowThem) {
   EXPECT_FALSE(fits("com", "https://example.com"));
   EXPECT_FALSE(fits("co.uk", "https://bank.co.uk"));
   EXPECT_FALSE(fits("github.io", "https://someone.github.io"));
-  EXPECT_FALSE(fits("example.com", "http://example.com")) << "not secure";
-  EXPECT_FALSE(fits("127.0.0.1", "https://127.0.0.1"));
   EXPECT_FALSE(fits("", "https://example.com"));
   for (const char* origin : {"", "example.com", "https://", "https://user@example.com",
                              "https://example.com/path", "https://example.com:99999",
@@ -35,8 +33,30 @@ TEST(RelyingPartyIds, BelongToOriginsAtOrBelowThem) {
   }
 }
 
+TEST(RelyingPartyIds, WhatIsWrongWithAnOriginIsToldAsItIs) {
+  const auto suffixes = publicsuffix::make();
+  const std::pair<const char*, const char*> wrong[] = {
+      {"http://example.com", "is not secure: http is for localhost alone"},
+      {"http://notlocalhost", "is not secure"},
+      {"https://127.0.0.1", "is at an address, and passkeys belong to domain names"},
+      {"http://127.0.0.1:8080", "is at an address"},
+      {"https://0x7f000001", "is at an address"},
+      {"https://[::1]:8443", "is at an address"},
+      {"https://[::1", "is not a web origin"},
+      {"ftp://example.com", "is not a web origin"}};
+  for (const auto& [origin, told] : wrong) {
+    const auto mismatch = relyingPartyMismatch("127.0.0.1", origin, *suffixes).value_or("");
+    EXPECT_NE(mismatch.find(told), std::string::npos) << mismatch;
+    EXPECT_FALSE(serializedOrigin(origin)) << origin;
+  }
+}
+
 TEST(RelyingPartyIds, OriginsAreSerialisedAsBrowsersDo) {
   EXPECT_EQ(serializedOrigin("HTTPS://Login.Example.com:443/"), "https://login.example.com");
+  EXPECT_EQ(serializedOrigin("https://localhost:0443"), "https://localhost");
+  EXPECT_EQ(serializedOrigin("https://localhost:000008443"), "https://localhost:8443");
+  EXPECT_EQ(serializedOrigin("https://localhost:0"), "https://localhost:0");
+  EXPECT_EQ(serializedOrigin("http://localhost:00080"), "http://localhost");
   EXPECT_EQ(serializedOrigin("http://localhost:8080"), "http://localhost:8080");
 }
 

@@ -76,6 +76,7 @@ const std::vector<Spoil> kSpoils = {
     {"wrongRpId", [](auto& one, json&) { one.rpId = "local"; }},
     {"userAbsent", [](auto& one, json&) { one.flags = 0x04; }},
     {"userNotVerified", [](auto& one, json&) { one.flags = 0x01; }},
+    {"badResponse", [](auto& one, json&) { one.flags = 0x15; }},  // backed up, and cannot be
     {"badSignature", [](auto& one, json&) { one.flipsSignature = true; }},
     {"badResponse", [](auto&, json&) {}, [](json& answer) { answer = json(); }},
     {"badResponse", [](auto&, json&) {}, [](json& answer) { answer["rawId"] = "AAAA"; }},
@@ -95,8 +96,10 @@ TEST_F(RelyingPartyTest, registersAndSignsInWithEveryKindOfKeyAndStatement) {
     const auto name = "user " + std::to_string(++user);
     authenticator.id += name;
     authenticator.format = format;
+    authenticator.flags = 0x0D;  // It may be backed up.
     EXPECT_FALSE(party.knows("localhost", name));
     EXPECT_EQ(registers(authenticator.registration(creation(name))), "") << format;
+    authenticator.flags = 0x1D;  // By now it is.
     EXPECT_TRUE(party.knows("localhost", name));
     EXPECT_FALSE(party.knows("other", name));
     EXPECT_EQ(signsIn(authenticator.assertion(request(name))), "") << format;

@@ -18,6 +18,8 @@ constexpr std::size_t kCounterAt = kFlagsAt + 1;
 constexpr std::size_t kLeastData = kCounterAt + 4;
 constexpr unsigned kUserPresent = 0x01;
 constexpr unsigned kUserVerified = 0x04;
+constexpr unsigned kBackupEligible = 0x08;
+constexpr unsigned kBackedUp = 0x10;
 
 std::string textAt(const json& object, const char* name) {
   const auto entry = object.find(name);
@@ -85,6 +87,10 @@ void checkAuthenticatorData(std::string_view data, const Expectation& expected) 
   }
   if (expected.needsVerification && !(flags & kUserVerified)) {
     throw Refusal("userNotVerified", "The authenticator data says that no user was verified.");
+  }
+  if ((flags & kBackedUp) && !(flags & kBackupEligible)) {
+    throw Refusal("badResponse",
+                  "The authenticator data says that a passkey is backed up which cannot be.");
   }
 }
 

@@ -33,8 +33,8 @@ std::string responseBytes(const nlohmann::json& response, const char* name);
 /// Type, challenge and origin; the SHA-256 of the client data. Throws Refusal.
 std::string checkedClientData(const nlohmann::json& response, const Expectation& expected);
 
-/// The hash of the relying party's id, and whether a person was there and was verified. Throws
-/// Refusal.
+/// The hash of the relying party's id, whether a person was there and was verified, and whether the
+/// flags go together. Throws Refusal.
 void checkAuthenticatorData(std::string_view data, const Expectation& expected);
 
 /// The signature counter of such data, once it has been checked.
