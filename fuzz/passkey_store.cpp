@@ -1,5 +1,5 @@
 // Any bytes as the file of this machine's passkeys: what can be read is listed, found, counted and
-// signed with, or is refused as damaged; after that a new store takes its place.
+// signed with, what never was a store is refused, and of a damaged one a new one takes the place.
 #include <sqlite3.h>
 #include <unistd.h>
 
@@ -71,11 +71,12 @@ Credential another() {
   return credential;
 }
 
-/// What stays: one of a later version, one that says it may only be read, one of which SQLite says
-/// that memory is short (which may be true), or one that has the credential already.
+/// What stays: what never was a store, one of a later version, one that says it may only be read,
+/// one of which SQLite says that memory is short (which may be true), or one that has the
+/// credential already.
 bool mayStay(std::int64_t code) {
-  return code == SQLITE_CANTOPEN || code == SQLITE_READONLY || code == SQLITE_NOMEM ||
-         code == SQLITE_CONSTRAINT_PRIMARYKEY;
+  return code == SQLITE_MISMATCH || code == SQLITE_CANTOPEN || code == SQLITE_READONLY ||
+         code == SQLITE_NOMEM || code == SQLITE_CONSTRAINT_PRIMARYKEY;
 }
 
 /// A damaged file is replaced by the call that finds it, so a second one succeeds.

@@ -1,16 +1,17 @@
 #include "platform/authenticator/credential_store.h"
 
-#include <mutex>
 #include <utility>
 
-#include "platform/authenticator/sqlite_file.h"
-#include "veltrane/base/console.h"
+#include "platform/authenticator/credential_file.h"
 
 namespace veltrane::authenticator {
 namespace {
 
-const Database::Schema& schema() {
-  static const Database::Schema schema = {
+using Row = sqlitefile::Statement;
+
+const Schema& schema() {
+  static const Schema schema = {
+      0x56465043,  // "VFPC"
       {"CREATE TABLE credentials("
        "id BLOB PRIMARY KEY NOT NULL, rpId TEXT NOT NULL, userId BLOB NOT NULL,"
        " userName TEXT NOT NULL, userDisplayName TEXT NOT NULL, algorithm INTEGER NOT NULL,"
@@ -54,7 +55,7 @@ constexpr const char* kSpendTry =
 constexpr const char* kRestoreTries =
     "UPDATE locks SET triesLeft = ?1 WHERE kind = ?2 AND verifier = ?3";
 
-Credential credentialOf(const Query& row) {
+Credential credentialOf(const Row& row) {
   Credential credential;
   credential.id = row.bytes(0);
   credential.rpId = row.bytes(1);
@@ -68,6 +69,18 @@ Credential credentialOf(const Query& row) {
   credential.isDiscoverable = row.number(9) == 1;
   credential.created = std::chrono::sys_seconds(std::chrono::seconds(row.number(10)));
   return credential;
+}
+
+/// Those that are named, or the discoverable ones where none is.
+std::vector<Credential> findIn(Database& database, const std::string& rpId,
+                               const std::vector<std::string>& allowed) {
+  std::vector<Credential> found;
+  const auto take = [&](Row query) {
+    while (query.step()) found.push_back(credentialOf(query));
+  };
+  if (allowed.empty()) take(std::move(database.query(kDiscoverable).text(rpId)));
+  for (const auto& id : allowed) take(std::move(database.query(kOne).blob(id).text(rpId)));
+  return found;
 }
 
 std::int64_t secondsOf(const Credential& credential) {
@@ -85,115 +98,24 @@ std::uint32_t costOf(std::int64_t stored) {
 
 }  // namespace
 
-/// The file with one caller at a time, opened when first needed and again when another process has
-/// put a new one in its place.
-class CredentialStore::File {
- public:
-  explicit File(std::filesystem::path path) : file_(std::move(path)) {}
-
-  template <typename Act, typename Value = std::invoke_result_t<Act, Database&>>
-  PasskeyResult<Value> change(const Act& act) {
-    return reporting<Value>([&] { return inCurrentFile(act); });
-  }
-
-  /// The empty value where there is no file.
-  template <typename Act, typename Value = std::invoke_result_t<Act, Database&>>
-  PasskeyResult<Value> read(const Act& act) {
-    return reporting<Value>([&] { return file_.identity() ? inCurrentFile(act) : Value{}; });
-  }
-
- private:
-  using Hold = OwnedFile::Hold;
-
-  template <typename Value, typename Act>
-  PasskeyResult<Value> reporting(const Act& act) {
-    std::string report;
-    auto result = [&]() -> PasskeyResult<Value> {
-      const std::lock_guard lock(mutex_);
-      try {
-        return act();
-      } catch (const StoreError& error) {
-        return failure(error, report);
-      }
-    }();
-    // Outside of the mutex, since a host's console may do anything.
-    if (!report.empty()) console::print(report);
-    return result;
-  }
-
-  // While the lock is shared nobody replaces the file, so no change goes into one set aside.
-  template <typename Act>
-  auto inCurrentFile(const Act& act) {
-    while (true) {
-      if (!database_) open();
-      const Hold hold(file_, Hold::Mode::shared);
-      if (file_.identity() == identity_) return act(*database_);
-      database_.reset();
-    }
-  }
-
-  void open() {
-    file_.prepare();
-    const Hold hold(file_, Hold::Mode::alone);
-    file_.createIfMissing();
-    identity_ = file_.identity();
-    try {
-      database_.emplace(file_.path(), schema());
-    } catch (const StoreError& error) {
-      // What SQLite cannot make sense of before any of our statements is the file's fault.
-      if (error.code() == SQLITE_ERROR) throw StoreError(SQLITE_CORRUPT, error.what());
-      throw;
-    }
-  }
-
-  PasskeyError failure(const StoreError& error, std::string& report) {
-    database_.reset();
-    PasskeyError told{.cause = "The passkey file cannot be used: " + std::string(error.what()),
-                      .causeCode = error.code()};
-    if (error.isFull()) told.failure = PasskeyFailure::storageFull;
-    if (!error.isDamage()) return told;
-    told.cause = "The passkey file was damaged (" + std::string(error.what()) + ")" + setAside();
-    report = told.cause + " " + file_.path().string();
-    return told;
-  }
-
-  /// Where the file is now, unless another process has dealt with it.
-  std::string setAside() {
-    try {
-      const Hold hold(file_, Hold::Mode::alone);
-      if (file_.identity() != identity_) return ".";
-      return " and is now " + file_.setAside().filename().string() + ".";
-    } catch (const StoreError& error) {
-      return " and stays where it is: " + std::string(error.what());
-    }
-  }
-
-  std::mutex mutex_;
-  OwnedFile file_;
-  std::optional<Database> database_;
-  std::optional<OwnedFile::Identity> identity_;
-};
-
 CredentialStore::CredentialStore(std::filesystem::path file)
-    : file_(std::make_unique<File>(std::move(file))) {}
+    : file_(std::make_unique<CredentialFile>(std::move(file), schema())) {}
 
 CredentialStore::~CredentialStore() = default;
 
 PasskeyResult<std::vector<Credential>> CredentialStore::find(
     const std::string& rpId, const std::vector<std::string>& allowed) {
-  return file_->read([&](Database& database) {
-    std::vector<Credential> found;
-    const auto take = [&](Query query) {
-      while (query.step()) found.push_back(credentialOf(query));
-    };
-    if (allowed.empty()) take(std::move(database.query(kDiscoverable).text(rpId)));
-    for (const auto& id : allowed) take(std::move(database.query(kOne).blob(id).text(rpId)));
-    return found;
-  });
+  return file_->read([&](Database& database) { return findIn(database, rpId, allowed); });
 }
 
-PasskeyResult<std::vector<PasskeyEntry>> CredentialStore::list() {
-  return file_->read([](Database& database) {
+std::optional<bool> CredentialStore::holds(const std::string& rpId,
+                                           const std::vector<std::string>& allowed) const {
+  return file_->glance(
+      [&](Database& database) { return !findIn(database, rpId, allowed).empty(); });
+}
+
+PasskeyResult<std::vector<PasskeyEntry>> CredentialStore::list() const {
+  return file_->look([](Database& database) {
     std::vector<PasskeyEntry> entries;
     auto rows = database.query(kAll);
     while (rows.step()) entries.push_back(credentialOf(rows));
@@ -309,20 +231,6 @@ PasskeyResult<bool> CredentialStore::restoreTries(LockKind kind, const Lock& loc
     database.query(kRestoreTries).integer(kTries).integer(numberOf(kind)).blob(lock.check).step();
     return database.changed() > 0;
   });
-}
-
-// What tools call.
-
-PasskeyResult<std::vector<PasskeyEntry>> list(const std::filesystem::path& file) {
-  return CredentialStore(file).list();
-}
-
-PasskeyResult<bool> remove(const std::filesystem::path& file, const std::string& id) {
-  return CredentialStore(file).remove(id);
-}
-
-PasskeyResult<std::size_t> reset(const std::filesystem::path& file) {
-  return CredentialStore(file).reset();
 }
 
 }  // namespace veltrane::authenticator

@@ -14,6 +14,8 @@
 
 namespace veltrane::authenticator {
 
+class CredentialFile;
+
 /// A stored credential: what a list shows, and what it takes to sign.
 struct Credential : PasskeyEntry {
   /// Bytes.
@@ -33,7 +35,8 @@ enum class LockKind : std::uint8_t { pin, passphrase };
 /// returns.
 ///
 /// A file that is damaged is moved aside: the call that finds it fails with a cause that says where
-/// it is, the next one meets an empty store. Reading never makes a file.
+/// it is, the next one meets an empty store. One that never was a store is refused and stays as it
+/// is. Reading never makes a file.
 class CredentialStore {
  public:
   static constexpr int kTries = 8;
@@ -47,7 +50,11 @@ class CredentialStore {
   /// found without being named. Newest first.
   PasskeyResult<std::vector<Credential>> find(const std::string& rpId,
                                               const std::vector<std::string>& allowed);
-  PasskeyResult<std::vector<PasskeyEntry>> list();
+  /// As `find(...)` is not empty, but never waits and changes nothing, so that any thread may ask:
+  /// nothing when the file is busy at the moment or cannot be used.
+  std::optional<bool> holds(const std::string& rpId, const std::vector<std::string>& allowed) const;
+  /// Needs no right to write and changes nothing: a damaged file stays where it is.
+  PasskeyResult<std::vector<PasskeyEntry>> list() const;
 
   PasskeyResult<Done> add(const Credential& credential);
   /// False when there is none of that id.
@@ -70,8 +77,7 @@ class CredentialStore {
   PasskeyResult<bool> restoreTries(LockKind kind, const Lock& lock);
 
  private:
-  class File;
-  std::unique_ptr<File> file_;
+  std::unique_ptr<CredentialFile> file_;
 };
 
 }  // namespace veltrane::authenticator

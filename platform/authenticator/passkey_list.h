@@ -33,9 +33,10 @@ struct PasskeyEntry {
 std::filesystem::path defaultPasskeyFile();
 
 // What a tool does with the store, while programs may be using it. Any thread; a missing file is an
-// empty store. A damaged one is moved to `<file>.damaged-N`, which the error says.
+// empty store, and one that never was a store is an error and left as it is. A store that is
+// damaged is moved to `<file>.damaged-N` by what changes it, which the error says.
 
-/// Newest first.
+/// Newest first. Changes nothing, a damaged store neither, and needs no right to write.
 PasskeyResult<std::vector<PasskeyEntry>> list(const std::filesystem::path& file);
 /// Deletes one for good. False when there is none of that id.
 PasskeyResult<bool> remove(const std::filesystem::path& file, const std::string& id);

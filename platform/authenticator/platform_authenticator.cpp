@@ -71,12 +71,7 @@ PlatformAuthenticator::~PlatformAuthenticator() = default;
 std::optional<bool> PlatformAuthenticator::holds(const std::string& rpId,
                                                  const std::vector<std::string>& allowed) const {
   if (!hasLibraries()) return false;
-  const auto found = state_->store.find(rpId, allowed);
-  const auto* credentials = std::get_if<std::vector<Credential>>(&found);
-  if (credentials != nullptr) return !credentials->empty();
-  // A damaged store is set aside when it is found; the request that follows tells of it.
-  trouble_ = std::get<PasskeyError>(found);
-  return std::nullopt;
+  return state_->store.holds(rpId, allowed);
 }
 
 bool PlatformAuthenticator::canMake(const MakeCredential& request) const {
@@ -109,10 +104,9 @@ std::shared_ptr<void> PlatformAuthenticator::make(MakeCredential request,
 std::shared_ptr<void> PlatformAuthenticator::get(GetAssertion request,
                                                  std::shared_ptr<PasskeySheet> sheet, Got got) {
   return requests_->start(
-      std::move(sheet),
-      [state = state_, request = std::move(request), got = std::move(got),
-       trouble = std::exchange(trouble_, std::nullopt)](Conversation& conversation) mutable {
-        auto result = trouble ? *std::move(trouble) : Ceremony(*state, conversation).get(request);
+      std::move(sheet), [state = state_, request = std::move(request),
+                         got = std::move(got)](Conversation& conversation) mutable {
+        auto result = Ceremony(*state, conversation).get(request);
         tellFailure(result, conversation);
         conversation.finish([result = std::move(result), got = std::move(got)]() mutable {
           got(std::move(result));

@@ -64,6 +64,7 @@ class PlatformAuthenticator final : public Authenticator {
 
   std::string attachment() const override { return "platform"; }
   std::string displayName() const override { return "This device"; }
+  /// Nothing also while another program is writing the store: nobody waits for it here.
   std::optional<bool> holds(const std::string& rpId,
                             const std::vector<std::string>& allowed) const override;
   bool canMake(const MakeCredential& request) const override;
@@ -76,8 +77,6 @@ class PlatformAuthenticator final : public Authenticator {
   class Requests;
   std::shared_ptr<AuthenticatorState> state_;
   std::unique_ptr<Requests> requests_;
-  /// Why the last look at the store failed.
-  mutable std::optional<PasskeyError> trouble_;
 };
 
 }  // namespace veltrane::authenticator

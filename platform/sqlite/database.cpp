@@ -6,12 +6,10 @@ namespace veltrane::sqlite {
 
 namespace {
 
-// A commit survives a killed process and a power cut alike, and is counted in the file's header,
-// which only a rollback journal does. Deleted secrets are overwritten.
-constexpr const char* kConfigure =
-    "PRAGMA trusted_schema=OFF; PRAGMA cell_size_check=ON; PRAGMA secure_delete=ON;"
-    "PRAGMA synchronous=EXTRA";
-constexpr const char* kJournalMode = "PRAGMA journal_mode=DELETE";
+using sqlitefile::Connection;
+using sqlitefile::Statement;
+using sqlitefile::Transaction;
+
 constexpr const char* kFindTable = "SELECT name FROM sqlite_master WHERE name = 'settings'";
 constexpr const char* kMakeTable =
     "CREATE TABLE IF NOT EXISTS settings("
@@ -39,9 +37,8 @@ class Execution {
 
 Connection Database::opened(const std::filesystem::path& file) {
   Connection connection(file);
-  connection.run(kConfigure);
-  if (connection.textOf(kJournalMode) != "delete") throw Error(SQLITE_BUSY);
-  if (connection.textOf("PRAGMA integrity_check(1)") != "ok") throw Error(SQLITE_CORRUPT);
+  connection.requireRollbackJournal();
+  connection.requireSound();
   // Asked first, so that a file that may only be read can be opened.
   if (connection.textOf(kFindTable).empty()) connection.run(kMakeTable);
   return connection;
@@ -49,31 +46,30 @@ Connection Database::opened(const std::filesystem::path& file) {
 
 Database::Database(const std::filesystem::path& file)
     : connection_(opened(file)),
-      select_(connection_.prepare(kSelect)),
-      upsert_(connection_.prepare(kUpsert)),
-      delete_(connection_.prepare(kDelete)) {}
+      select_(connection_.query(kSelect)),
+      upsert_(connection_.query(kUpsert)),
+      delete_(connection_.query(kDelete)) {}
 
 void Database::set(std::string_view key, const SettingValue& value) {
   const SettingRow row(value);
   Execution execution(upsert_);
-  upsert_.bindText(1, key);
-  row.bind(upsert_, 2, 3);
+  row.bind(upsert_.text(key));
   execution.step();
 }
 
 void Database::remove(std::string_view key) {
   Execution execution(delete_);
-  delete_.bindText(1, key);
+  delete_.text(key);
   execution.step();
 }
 
 Database::Snapshot Database::snapshot() {
   Snapshot snapshot;
-  Transaction transaction(connection_);
+  Transaction transaction(connection_, Transaction::Kind::reading);
   {
     Execution rows(select_);
     while (rows.step()) {
-      snapshot.values.emplace(select_.columnBytes(0), SettingRow::read(select_, 1, 2));
+      snapshot.values.emplace(select_.bytes(0), SettingRow::read(select_, 1, 2));
     }
   }
   snapshot.changeCounter = changeCounter();

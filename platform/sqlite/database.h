@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/sqlite/connection.h"
+#include "platform/sqlitefile/connection.h"
 #include "veltrane/flow/key_value_store.h"
 
 namespace veltrane::sqlite {
@@ -15,7 +15,8 @@ namespace veltrane::sqlite {
 using Values = std::map<std::string, std::optional<SettingValue>, std::less<>>;
 
 /// The open file as a table of settings: checked for damage, with the table made if it was missing.
-/// A change is committed and flushed when its function returns. Every failure is an `Error`.
+/// A change is committed and flushed when its function returns. Every failure is a
+/// `sqlitefile::Error`.
 class Database {
  public:
   explicit Database(const std::filesystem::path& file);
@@ -32,12 +33,12 @@ class Database {
   std::uint32_t changeCounter() { return connection_.changeCounter(); }
 
  private:
-  static Connection opened(const std::filesystem::path& file);
+  static sqlitefile::Connection opened(const std::filesystem::path& file);
 
-  Connection connection_;
-  Statement select_;
-  Statement upsert_;
-  Statement delete_;
+  sqlitefile::Connection connection_;
+  sqlitefile::Statement select_;
+  sqlitefile::Statement upsert_;
+  sqlitefile::Statement delete_;
 };
 
 }  // namespace veltrane::sqlite

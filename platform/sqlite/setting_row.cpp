@@ -8,6 +8,8 @@ namespace veltrane::sqlite {
 
 namespace {
 
+using sqlitefile::Statement;
+
 // By the order of SettingValue's alternatives.
 constexpr std::string_view kTypes[] = {"text", "number", "flag", "dictionary"};
 
@@ -23,9 +25,9 @@ std::optional<SettingValue> dictionaryOf(const std::string& cbor) {
 }
 
 std::optional<SettingValue> numberOf(const Statement& row, int column) {
-  const int type = row.columnType(column);
+  const int type = row.type(column);
   if (type == SQLITE_NULL) return std::numeric_limits<double>::quiet_NaN();
-  if (type == SQLITE_FLOAT) return row.columnReal(column);
+  if (type == SQLITE_FLOAT) return row.fraction(column);
   return std::nullopt;
 }
 
@@ -37,27 +39,27 @@ SettingRow::SettingRow(const SettingValue& value) : value_(value) {
   }
 }
 
-void SettingRow::bind(Statement& statement, int typeIndex, int valueIndex) const {
-  statement.bindText(typeIndex, kTypes[value_.index()]);
+void SettingRow::bind(Statement& statement) const {
+  statement.text(kTypes[value_.index()]);
   if (const auto* text = std::get_if<std::string>(&value_)) {
-    statement.bindText(valueIndex, *text);
+    statement.text(*text);
   } else if (const auto* number = std::get_if<double>(&value_)) {
-    statement.bindReal(valueIndex, *number);
+    statement.real(*number);
   } else if (const auto* flag = std::get_if<bool>(&value_)) {
-    statement.bindInt(valueIndex, *flag ? 1 : 0);
+    statement.integer(*flag ? 1 : 0);
   } else {
-    statement.bindBlob(valueIndex, encoded_);
+    statement.blob(encoded_);
   }
 }
 
 std::optional<SettingValue> SettingRow::read(const Statement& row, int typeColumn,
                                              int valueColumn) {
-  const auto type = row.columnBytes(typeColumn);
-  const int stored = row.columnType(valueColumn);
-  if (type == kTypes[0] && stored == SQLITE_TEXT) return row.columnBytes(valueColumn);
+  const auto type = row.bytes(typeColumn);
+  const int stored = row.type(valueColumn);
+  if (type == kTypes[0] && stored == SQLITE_TEXT) return row.bytes(valueColumn);
   if (type == kTypes[1]) return numberOf(row, valueColumn);
-  if (type == kTypes[2] && stored == SQLITE_INTEGER) return row.columnBool(valueColumn);
-  if (type == kTypes[3] && stored == SQLITE_BLOB) return dictionaryOf(row.columnBytes(valueColumn));
+  if (type == kTypes[2] && stored == SQLITE_INTEGER) return row.number(valueColumn) != 0;
+  if (type == kTypes[3] && stored == SQLITE_BLOB) return dictionaryOf(row.bytes(valueColumn));
   return std::nullopt;
 }
 

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/sqlite/connection.h"
+#include "platform/sqlitefile/connection.h"
 #include "veltrane/flow/key_value_store.h"
 
 namespace veltrane::sqlite {
@@ -14,11 +14,12 @@ class SettingRow {
  public:
   explicit SettingRow(const SettingValue& value);
 
-  /// Binds the two columns. This row must outlive the step.
-  void bind(Statement& statement, int typeIndex, int valueIndex) const;
+  /// Binds the two columns as the next ones. This row must outlive the step.
+  void bind(sqlitefile::Statement& statement) const;
 
   /// What a row holds; nothing if its type is unknown or its value is not of its type.
-  static std::optional<SettingValue> read(const Statement& row, int typeColumn, int valueColumn);
+  static std::optional<SettingValue> read(const sqlitefile::Statement& row, int typeColumn,
+                                          int valueColumn);
 
  private:
   const SettingValue& value_;

@@ -8,12 +8,15 @@
 #include <vector>
 
 #include "platform/sqlite/database.h"
-#include "platform/sqlite/store_file.h"
+#include "platform/sqlitefile/owned_file.h"
 #include "veltrane/base/console.h"
 
 namespace veltrane::sqlite {
 
 namespace {
+
+using sqlitefile::Error;
+using sqlitefile::OwnedFile;
 
 // The store for one caller at a time: the file with its mending, a cache of its values, and the
 // changes that could not be written.
@@ -42,6 +45,7 @@ class Settings {
 
  private:
   using Change = std::function<void(Database&)>;
+  using Hold = OwnedFile::Hold;
 
   std::optional<SettingValue> known(std::string_view key) const {
     if (const auto it = unsaved_.find(key); it != unsaved_.end()) return it->second;
@@ -63,7 +67,7 @@ class Settings {
   void inCurrentFile(const Change& change) {
     while (true) {
       if (!database_) connect();
-      const StoreFile::Lock lock(file_, StoreFile::Lock::kShared);
+      const Hold hold(file_, Hold::Mode::shared);
       if (file_.identity() == identity_) return change(*database_);
       database_.reset();
     }
@@ -88,7 +92,7 @@ class Settings {
       try {
         act();
       } catch (const Error& error) {
-        if (!database_ || !error.mendable()) throw;
+        if (!database_ || !error.isMendable()) throw;
         mend(error);
         act();
       }
@@ -103,11 +107,11 @@ class Settings {
   void connect() {
     database_.reset();
     file_.prepare();
-    const StoreFile::Lock lock(file_, StoreFile::Lock::kAlone);
+    const Hold hold(file_, Hold::Mode::alone);
     try {
       openDatabase();
     } catch (const Error& error) {
-      if (!error.mendable()) throw;
+      if (!error.isMendable()) throw;
       setAside(error);
       openDatabase();
     }
@@ -116,8 +120,8 @@ class Settings {
   // After a fault in the open file, unless another process has replaced that file already.
   void mend(const Error& error) {
     database_.reset();
-    if (error.damage()) {
-      const StoreFile::Lock lock(file_, StoreFile::Lock::kAlone);
+    if (error.isDamage()) {
+      const Hold hold(file_, Hold::Mode::alone);
       if (file_.identity() == identity_) setAside(error);
     }
     connect();
@@ -144,9 +148,9 @@ class Settings {
                        error.what() + "). Changes last for this run only.");
   }
 
-  StoreFile file_;
+  OwnedFile file_;
   std::optional<Database> database_;
-  std::optional<StoreFile::Identity> identity_;
+  std::optional<OwnedFile::Identity> identity_;
   Values cache_;
   std::optional<std::uint32_t> loadedAt_;
   Values unsaved_;
@@ -201,6 +205,10 @@ class SqliteStore final : public KeyValueStore {
 
 std::shared_ptr<KeyValueStore> open(std::filesystem::path file) {
   return std::make_shared<SqliteStore>(std::move(file));
+}
+
+std::filesystem::path defaultStoreFile() {
+  return sqlitefile::ownDataFile("settings.db");
 }
 
 }  // namespace veltrane::sqlite

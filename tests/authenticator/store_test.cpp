@@ -2,7 +2,9 @@
 #include <gmock/gmock.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <fstream>
 
 #include "platform/authenticator/software_key_keeper.h"
@@ -115,7 +117,9 @@ TEST_F(Store, ADamagedOneIsSetAsideWithAnErrorAndANewOneBegins) {
   const std::string sound = readFile(file_);
   std::string garbled = sound;
   garbled.replace(4096, 2 * 4096, 2 * 4096, '\xa5');
-  const std::string damages[] = {std::string(3000, 'x'), garbled, sound.substr(0, 5000)};
+  std::string headless = sound;
+  headless.replace(0, 16, 16, '\0');
+  const std::string damages[] = {headless, garbled, sound.substr(0, 5000)};
   int number = 0;
   for (const auto& damage : damages) {
     device_.restart();
@@ -130,6 +134,97 @@ TEST_F(Store, ADamagedOneIsSetAsideWithAnErrorAndANewOneBegins) {
     valueOf(device_.make(makeRequest()));
     EXPECT_THAT(stored(), SizeIs(1));
   }
+}
+
+// Looking at one changes nothing, whatever is found.
+TEST_F(Store, ADamagedOneStaysWhereItIsWhenItIsListed) {
+  valueOf(device_.make(makeRequest()));
+  device_.restart();
+  const std::string damaged = readFile(file_).substr(0, 5000);
+  overwrite(file_, damaged);
+  EXPECT_THAT(errorOf(list(file_)).cause, HasSubstr("is damaged"));
+  EXPECT_EQ(device_.authenticator().holds("example.com", {}), std::nullopt);
+  EXPECT_EQ(readFile(file_), damaged);
+  EXPECT_THAT(errorOf(remove(file_, "x")).cause, HasSubstr("passkeys.db.damaged-1"));
+}
+
+// A name given by mistake costs nobody a file.
+TEST_F(Store, WhatNeverWasOneIsRefusedAndLeftAlone) {
+  const auto foreign = folder_ / "foreign.db";
+  execute(foreign, "PRAGMA application_id = 7; CREATE TABLE notes(x); INSERT INTO notes VALUES(1)");
+  const std::string database = readFile(foreign);
+  const auto notes = folder_ / "notes";
+  fs::create_directory(notes);
+  const auto file = notes / "notes.txt";
+  const std::string contents[] = {"Buy milk.\n", std::string(3000, 'x'), database,
+                                  database.substr(0, 5000)};
+  for (const auto& bytes : contents) {
+    overwrite(file, bytes);
+    fs::permissions(file, fs::perms(0644));
+    TestDevice device(file);
+    const TestPlatform platform(device, console_);
+    for (const auto& error : {errorOf(list(file)), errorOf(remove(file, "x")), errorOf(reset(file)),
+                              errorOf(device.make(makeRequest()))}) {
+      EXPECT_THAT(error.cause, HasSubstr("left as it is"));
+    }
+    EXPECT_EQ(readFile(file), bytes);
+    EXPECT_EQ(modeOf(file), 0644);
+    EXPECT_EQ(std::distance(fs::directory_iterator(notes), {}), 1) << "nothing is laid beside it";
+  }
+  EXPECT_THAT(console_->take(), IsEmpty());
+}
+
+/// Without the right to write anywhere, even where tests run as root.
+class AsReader {
+ public:
+  explicit AsReader(const fs::path& file) : file_(file) {
+    for (auto folder = file.parent_path(); folder != fs::temp_directory_path();
+         folder = folder.parent_path()) {
+      fs::permissions(folder, fs::perms(0555));
+    }
+    fs::permissions(file, fs::perms(0444));
+    if (isRoot_) EXPECT_EQ(::seteuid(kNobody), 0);
+  }
+  ~AsReader() {
+    if (isRoot_) EXPECT_EQ(::seteuid(0), 0);
+    for (auto folder = file_.parent_path(); folder != fs::temp_directory_path();
+         folder = folder.parent_path()) {
+      fs::permissions(folder, fs::perms(0700));
+    }
+  }
+  AsReader(const AsReader&) = delete;
+  AsReader& operator=(const AsReader&) = delete;
+
+ private:
+  static constexpr uid_t kNobody = 65534;
+  const bool isRoot_ = ::geteuid() == 0;
+  const fs::path file_;
+};
+
+TEST_F(Store, IsListedByWhoMayOnlyReadIt) {
+  valueOf(device_.make(makeRequest()));
+  device_.stop();
+  fs::remove(fs::path(file_) += ".lock");
+  const AsReader reader(file_);
+  EXPECT_THAT(stored(), SizeIs(1));
+  EXPECT_EQ(std::distance(fs::directory_iterator(file_.parent_path()), {}), 1);
+}
+
+// The user interface asks whether there is a passkey while another program may be writing one.
+TEST_F(Store, TellsWhatItHoldsWithoutWaiting) {
+  const auto made = valueOf(device_.make(makeRequest()));
+  const auto& authenticator = device_.authenticator();
+  EXPECT_EQ(authenticator.holds("example.com", {made.id}), true);
+  sqlite3* writer = nullptr;
+  ASSERT_EQ(sqlite3_open(file_.c_str(), &writer), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(writer, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr), SQLITE_OK);
+  // Waiting would end in a failure that takes its time; this one comes from the first look.
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(authenticator.holds("example.com", {made.id}), std::nullopt);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+  sqlite3_exec(writer, "COMMIT", nullptr, nullptr, nullptr);
+  sqlite3_close(writer);
+  EXPECT_EQ(authenticator.holds("example.com", {made.id}), true);
 }
 
 TEST_F(Store, OneThatTakesThePlaceOfAnotherHasAWrappingKeyOfItsOwn) {

@@ -1,4 +1,4 @@
-#include "platform/sqlite/store_file.h"
+#include "platform/sqlitefile/owned_file.h"
 
 #include <fcntl.h>
 #include <pwd.h>
@@ -13,13 +13,11 @@
 #include <system_error>
 #include <utility>
 
-#include "platform/sqlite/connection.h"
-#include "platform/sqlite/sqlite_store.h"
+#include "platform/sqlitefile/connection.h"
 
 namespace fs = std::filesystem;
 
-namespace veltrane::sqlite {
-
+namespace veltrane::sqlitefile {
 namespace {
 
 constexpr mode_t kOwnerOnly = 0600;
@@ -65,25 +63,25 @@ fs::path homeFolder() {
 
 }  // namespace
 
-StoreFile::StoreFile(fs::path path) : path_(absoluteOrAsGiven(path)) {}
+OwnedFile::OwnedFile(fs::path path) : path_(absoluteOrAsGiven(path)) {}
 
-StoreFile::~StoreFile() {
+OwnedFile::~OwnedFile() {
   if (lock_ >= 0) ::close(lock_);
 }
 
-std::optional<StoreFile::Identity> StoreFile::identity() const {
+std::optional<OwnedFile::Identity> OwnedFile::identity() const {
   struct stat found {};
   if (::stat(path_.c_str(), &found) != 0) return std::nullopt;
   return Identity{found.st_dev, found.st_ino};
 }
 
-void StoreFile::prepare() {
+void OwnedFile::prepare() {
   makeFolders(path_.parent_path());
   if (lock_ >= 0) ::close(lock_);
   lock_ = openOwnerOnly(withSuffix(path_, ".lock"), O_RDONLY);
 }
 
-void StoreFile::createIfMissing() const {
+void OwnedFile::createIfMissing() const {
   const int created = openOwnerOnly(path_, O_RDWR | O_EXCL);
   if (created >= 0) {
     ::close(created);
@@ -96,7 +94,7 @@ void StoreFile::createIfMissing() const {
   if ((found.st_mode & 077) != 0) ::chmod(path_.c_str(), kOwnerOnly);
 }
 
-fs::path StoreFile::setAside() const {
+fs::path OwnedFile::setAside() const {
   for (int number = 1;; ++number) {
     const auto target = withSuffix(path_, ".damaged-" + std::to_string(number));
     std::error_code error;
@@ -107,21 +105,21 @@ fs::path StoreFile::setAside() const {
   }
 }
 
-StoreFile::Lock::Lock(const StoreFile& file, Mode mode) : descriptor_(file.lock_) {
+OwnedFile::Hold::Hold(const OwnedFile& file, Mode mode) : descriptor_(file.lock_) {
   if (descriptor_ < 0) return;
-  while (::flock(descriptor_, mode == kAlone ? LOCK_EX : LOCK_SH) != 0 && errno == EINTR) {
+  while (::flock(descriptor_, mode == Mode::alone ? LOCK_EX : LOCK_SH) != 0 && errno == EINTR) {
   }
 }
 
-StoreFile::Lock::~Lock() {
+OwnedFile::Hold::~Hold() {
   if (descriptor_ >= 0) ::flock(descriptor_, LOCK_UN);
 }
 
-fs::path defaultStoreFile() {
+fs::path ownDataFile(const std::string& name) {
   const char* data = std::getenv("XDG_DATA_HOME");
   const auto folder =
       data != nullptr && *data == '/' ? fs::path(data) : homeFolder() / ".local/share";
-  return folder / "veltrane-flow" / "settings.db";
+  return folder / "veltrane-flow" / name;
 }
 
-}  // namespace veltrane::sqlite
+}  // namespace veltrane::sqlitefile
