@@ -179,6 +179,25 @@ TEST_F(WebAuthnClientTest, TheOtherAuthenticatorCanBeChosenOnTheSheet) {
   EXPECT_TRUE(outcome.result);
 }
 
+TEST_F(WebAuthnClientTest, OneThatCouldNotTellAndHoldsNoneLeavesItToTheNext) {
+  device->holding = std::nullopt;
+  Outcome outcome;
+  get(outcome);
+  EXPECT_TRUE(key->running.expired());
+  device->got(PasskeyError{PasskeyFailure::noneFound});
+  EXPECT_TRUE(device->running.expired());
+  EXPECT_FALSE(key->running.expired());
+  EXPECT_EQ(key->sheet.lock()->question().alternativeTitle, "");
+  key->got(PasskeyError{PasskeyFailure::noneFound});
+  EXPECT_EQ(outcome.error->code, "noneFound");
+  Outcome chosen;
+  get(chosen);
+  device->sheet.lock()->useAlternative();
+  key->got(PasskeyError{PasskeyFailure::noneFound});
+  EXPECT_EQ(chosen.error->code, "noneFound") << "where the person has said it is";
+  EXPECT_EQ(outcome.count, 1);
+}
+
 TEST_F(WebAuthnClientTest, EndsAtTheTimeOutAndOnce) {
   Outcome outcome;
   create(outcome, R"(,"timeout":60000)");

@@ -76,21 +76,38 @@ struct WebAuthnClient::Request : std::enable_shared_from_this<Request> {
 
   bool isRunning() const { return callback != nullptr; }
 
-  void startWith(std::size_t index) {
+  void startWith(std::size_t index, bool isChosen) {
     attempt.reset();
     const auto number = ++attempts;
-    if (candidates.size() > 1) {
-      const auto next = (index + 1) % candidates.size();
-      sheet->offer(offerOf(*candidates[next]), [weak = weak_from_this(), next] {
-        if (const auto self = weak.lock()) self->startWith(next);
-      });
-    }
-    auto handle = startOne(*candidates[index], sheet,
-                           [weak = weak_from_this(), number](PasskeyResult<JSON> result) {
-                             const auto self = weak.lock();
-                             if (self && self->attempts == number) self->finish(std::move(result));
-                           });
+    offerTheNext(index);
+    auto handle =
+        startOne(*candidates[index], sheet,
+                 [weak = weak_from_this(), number, index, isChosen](PasskeyResult<JSON> result) {
+                   const auto self = weak.lock();
+                   if (!self || self->attempts != number) return;
+                   if (!isChosen && self->isForAnother(result)) return self->pass(index);
+                   self->finish(std::move(result));
+                 });
     if (isRunning() && attempts == number) attempt = std::move(handle);
+  }
+
+  void offerTheNext(std::size_t index) {
+    if (candidates.size() < 2) return sheet->offer({}, nullptr);
+    const auto next = (index + 1) % candidates.size();
+    sheet->offer(offerOf(*candidates[next]), [weak = weak_from_this(), next] {
+      if (const auto self = weak.lock()) self->startWith(next, true);
+    });
+  }
+
+  /// One that could not tell may turn out to hold none.
+  bool isForAnother(const PasskeyResult<JSON>& result) const {
+    const auto* error = std::get_if<PasskeyError>(&result);
+    return error && error->failure == PasskeyFailure::noneFound && candidates.size() > 1;
+  }
+
+  void pass(std::size_t index) {
+    candidates.erase(candidates.begin() + static_cast<std::ptrdiff_t>(index));
+    startWith(index % candidates.size(), false);
   }
 
   void finish(PasskeyResult<JSON> result) {
@@ -118,7 +135,7 @@ struct WebAuthnClient::Request : std::enable_shared_from_this<Request> {
       if (const auto self = weak.lock()) self->finishLater(failure(PasskeyFailure::cancelled));
     });
     if (presenter) presenter->present(sheet);
-    startWith(0);
+    startWith(0, false);
   }
 };
 
