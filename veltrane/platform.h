@@ -11,11 +11,13 @@ class CredentialsManager;
 class Device;
 class FaceVision;
 class HTTPTransport;
-class IdentityConnector;
 class ImageDownloads;
+class JumioAuthenticationSDK;
 class KeyValueStore;
 class MainQueue;
+class NetverifySDK;
 class NotificationCenter;
+class OnfidoSDK;
 class PictureCodec;
 class Storyboard;
 class WorkQueue;
@@ -59,10 +61,13 @@ struct Platform {
   /// Optional: what finds faces for one face capture screen; absent, or null: the screen says so
   /// (face/face_vision.h). Main thread.
   std::function<std::shared_ptr<FaceVision>()> makeFaceVision;
-  /// Optional: identity vendors; absent: their steps end with an error
-  /// (connectors/identity_connector.h).
-  std::shared_ptr<IdentityConnector> jumio;
-  std::shared_ptr<IdentityConnector> onfido;
+  /// Optional: an identity vendor's document scan; absent: an alert says that this device cannot do
+  /// the step, as for the next two (connectors/netverify_sdk.h).
+  std::shared_ptr<NetverifySDK> netverify;
+  /// Optional: the same vendor's face check (connectors/jumio_authentication_sdk.h).
+  std::shared_ptr<JumioAuthenticationSDK> jumioAuthentication;
+  /// Optional: another vendor's capture flow (connectors/onfido_sdk.h).
+  std::shared_ptr<OnfidoSDK> onfido;
 
   Platform();
   ~Platform();

@@ -20,7 +20,9 @@ constexpr std::array kWords = {
     QT_TRANSLATE_NOOP("Veltrane.Flow", "The camera is not available."),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "There is no way to sign in here at the moment."),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "This method is not available."),
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "Unable to scan for document"),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "Veltrane Flow"),
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "Your identity cannot be verified on this device."),
 };
 
 /// A name that the document gives stands at the end.

@@ -1,4 +1,4 @@
-// Steps that a screen leaves to somebody else: another device, a vendor, the camera.
+// Steps that a screen leaves to somebody else: another device, the camera.
 #include <algorithm>
 
 #include "tests/core/host.h"
@@ -38,38 +38,6 @@ TEST_F(ScreenSteps, anApprovalOnAnotherDeviceContinuesTheFlow) {
   const auto asked = requests();
   tick();
   EXPECT_EQ(requests(), asked) << "a screen that has left asks no more";
-}
-
-/// A vendor that keeps what it was handed.
-struct FakeVendor final : IdentityConnector {
-  void start(std::weak_ptr<ConnectorHost> h, const UserViewProps& props, std::size_t i) override {
-    host = h;
-    token = props[i]["token"].textValue();
-  }
-  std::weak_ptr<ConnectorHost> host;
-  std::string token;
-};
-
-TEST_F(ScreenSteps, aVendorsStepHasEventsOfItsOwnAndTheScreenBelowKeepsIts) {
-  Platform ports = platform.ports();
-  const auto vendor = std::make_shared<FakeVendor>();
-  ports.onfido = vendor;
-  const PlatformScope scope(ports);
-  const auto step =
-      R"("nextEvent":{"constructType":"vtEvent","eventType":"post","eventName":"id"})";
-  const auto next = R"("nextEvent":{"constructType":"vtEvent","eventType":"nextUserView",)"
-                    R"("nextUserViewIndex":1})";
-  open(document(
-      joined({next, config("b", step)}),
-      {view("ScreenTemplate1"), view("ThirdPartyTemplate", "b"), view("ScreenTemplate2")}));
-  press();
-  vendor->host.lock()->sendNextEvent({{"credId", "C"}});
-  EXPECT_EQ(sent()["eventName"].text(), "id");
-  press();
-  EXPECT_EQ(requests(), 2u) << "the step's request is under way";
-  screen()->viewModel->postProcess = parsed(R"({"eventName":"not this one"})");
-  serve("{}");
-  EXPECT_EQ(screen()->userViewIndex, 2u);
 }
 
 TEST_F(ScreenSteps, aCapturedFaceIsSentAsBase64AndAFailureEndsTheRun) {

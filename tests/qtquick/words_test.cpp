@@ -82,7 +82,8 @@ TEST_F(Words, AreAllInTheGuideForTranslators) {
   for (const std::string text :
        {"Dismiss", "Loading flow...", "No response found", "No response from server...", "OK",
         "The camera is not available.", "There is no way to sign in here at the moment.",
-        "This method is not available.", "Veltrane Flow", "Please input x", "Select x"}) {
+        "This method is not available.", "Unable to scan for document", "Veltrane Flow",
+        "Your identity cannot be verified on this device.", "Please input x", "Select x"}) {
     EXPECT_TRUE(translated(text).startsWith('[')) << text;
   }
   for (const QString& word : shown | translator.asked) {

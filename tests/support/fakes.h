@@ -249,8 +249,9 @@ class FakeWorkQueue final : public WorkQueue {
 
 struct FakeDevice final : Device {
   double screenScale() const override { return scale; }
-  InterfaceIdiom userInterfaceIdiom() const override { return InterfaceIdiom::phone; }
+  InterfaceIdiom userInterfaceIdiom() const override { return idiom; }
   double scale = 1;
+  InterfaceIdiom idiom = InterfaceIdiom::phone;
 };
 
 /// Brings the base URLs back that a test has changed.

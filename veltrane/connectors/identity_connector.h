@@ -1,36 +1,42 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
-#include <optional>
 #include <string>
+#include <utility>
 
-#include "veltrane/base/dictionary.h"
+#include "veltrane/connectors/connector_host.h"
 #include "veltrane/engine/generic_view_model.h"
-#include "veltrane/flow/veltrane_flow_error.h"
 
 namespace veltrane {
 
-class ViewController;
-
-/// What a connector may ask of the screen that starts it.
-class ConnectorHost {
- public:
-  virtual ~ConnectorHost() = default;
-  virtual void presentOver(std::shared_ptr<ViewController> controller) = 0;
-  virtual void showAlert(const std::string& message) = 0;
-  /// Ends the flow with an error.
-  virtual void endFlow(VeltraneFlowError error) = 0;
-  /// Sends the step's result as the next event of the user view that the hand-over is for.
-  virtual void sendNextEvent(const Dictionary& additionalParameter) = 0;
-};
-
-/// Port: hands the user over to an identity vendor for one user view. Main thread.
+/// One hand-over to an identity vendor, from its start to its end. Main thread.
 class IdentityConnector {
  public:
+  explicit IdentityConnector(std::weak_ptr<ConnectorHost> host) : host_(std::move(host)) {}
   virtual ~IdentityConnector() = default;
-  /// `index` is below `viewProps.size()`. The host may be gone by the time a result is there.
-  virtual void start(std::weak_ptr<ConnectorHost> host, const UserViewProps& viewProps,
-                     std::size_t index) = 0;
+  IdentityConnector(const IdentityConnector&) = delete;
+  IdentityConnector& operator=(const IdentityConnector&) = delete;
+
+  /// Takes the vendor's screen away; what the vendor tells from now on has no effect.
+  virtual void stop() = 0;
+
+ protected:
+  /// Null once the screen has gone: nobody is there to be told.
+  std::shared_ptr<ConnectorHost> host() const { return host_.lock(); }
+  /// The step of `viewProps[index]` begins, with events of its own. Outside the list the program
+  /// stops.
+  const Dictionary& beginStep(const UserViewProps& viewProps, std::size_t index) const;
+  /// The step cannot be done: the flow ends.
+  void endFlow(std::string message) const;
+  /// This device has no SDK for the step: the user is told, and stays on the screen.
+  void tellOfNoSDK() const;
+
+ private:
+  std::weak_ptr<ConnectorHost> host_;
 };
+
+/// Lets go of a vendor's object on a later turn of the main queue: it may be the one that calls.
+void releaseLater(std::shared_ptr<void> object);
 
 }  // namespace veltrane

@@ -5,10 +5,11 @@
 
 #include "veltrane/base/console.h"
 #include "veltrane/base/fatal.h"
+#include "veltrane/connectors/jumio_connector.h"
+#include "veltrane/connectors/onfido_connector.h"
 #include "veltrane/engine/screen_template_config.h"
 #include "veltrane/engine/supported_screens.h"
 #include "veltrane/flow/user_defaults_manager.h"
-#include "veltrane/platform.h"
 #include "veltrane/toolkit/navigation_controller.h"
 #include "veltrane/ui/open.h"
 #include "veltrane/ui/screen_template1_vc.h"
@@ -126,11 +127,8 @@ void ScreenTemplate1VC::moveToNextScreen(std::string_view templateName, std::siz
   // A screen that is opened takes the display, everything else leaves this one to its user.
   if (std::none_of(kPushed.begin(), kPushed.end(), isPushed)) setMoving(false);
   if (!navigation || !flow) return setMoving(false);
-  if (templateName == "ThirdPartyTemplate")
-    return handOver(Platform::current().onfido, props, index);
-  if (templateName == "ThirdPartyiFrameTemplate") {
-    return handOver(Platform::current().jumio, props, index);
-  }
+  if (templateName == "ThirdPartyTemplate") return startOnFido(props, index);
+  if (templateName == "ThirdPartyiFrameTemplate") return startJumio(props, index);
   for (const auto& [pushed, line] : kPushed) {
     if (pushed != templateName) continue;
     if (!line.empty()) console::print(line);
@@ -152,27 +150,38 @@ void ScreenTemplate1VC::stayOnScreen(std::string_view templateName, std::size_t 
     onMain([](ScreenTemplate1VC& screen) { screen.reloadRows(); });
   } else if (templateName == "ThirdPartyiFrameTemplate") {
     onMain([props, index](ScreenTemplate1VC& screen) {
-      screen.handOver(Platform::current().jumio, props, index);
+      if (screen.navigationController()) screen.startJumio(props, index);
     });
   } else if (templateName == "ThirdPartyTemplate") {
     onMain([props, index](ScreenTemplate1VC& screen) {
-      screen.handOver(Platform::current().onfido, props, index);
+      if (screen.navigationController()) screen.startOnFido(props, index);
     });
   }
 }
 
-void ScreenTemplate1VC::handOver(std::shared_ptr<IdentityConnector> connector, UserViewProps props,
-                                 std::size_t index) {
-  if (!connector) {
-    return endFlow(VeltraneFlowError::veltraneError(
-        "The identity verification of this step is not available."));
-  }
-  // The step has a view model of its own, so that this screen's button still works afterwards.
-  handOverModel_ = ScreensViewModel::make(props[index], index);
+void ScreenTemplate1VC::startJumio(const UserViewProps& viewProps, std::size_t index) {
+  const auto jumio = std::make_shared<JumioConnector>(self());
+  handOverTo(jumio);
+  jumio->startJumio(viewProps, index);
+}
+
+void ScreenTemplate1VC::startOnFido(const UserViewProps& viewProps, std::size_t index) {
+  const auto onfido = std::make_shared<OnfidoConnector>(self());
+  handOverTo(onfido);
+  onfido->startOnFido(viewProps, index);
+}
+
+// A screen has one hand-over: a new one takes the place of what still runs.
+void ScreenTemplate1VC::handOverTo(std::shared_ptr<IdentityConnector> connector) {
+  if (connector_) connector_->stop();
+  connector_ = std::move(connector);
+}
+
+void ScreenTemplate1VC::beginStep(const Dictionary& userView, std::size_t index) {
+  handOverModel_ = ScreensViewModel::make(userView, index);
   handOverModel_->delegate = self();
   handOverBusySubscription_ = handOverModel_->busyChanged.subscribe([this] { changed(); });
   if (flow) handOverModel_->flowParam = EventParams::from(*flow);
-  connector->start(self(), props, index);
 }
 
 }  // namespace veltrane

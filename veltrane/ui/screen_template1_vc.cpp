@@ -76,6 +76,7 @@ void ScreenTemplate1VC::didLeaveStack() {
   poll_.reset();
   if (viewModel) viewModel->stop();
   if (handOverModel_) handOverModel_->stop();
+  if (connector_) connector_->stop();
 }
 
 void ScreenTemplate1VC::keyboardWillShow(std::optional<double> height) {
@@ -221,8 +222,8 @@ void ScreenTemplate1VC::showAlert(const std::string& message) {
   Alert::showAlert(self(), message, kAlertTitle);
 }
 
-void ScreenTemplate1VC::endFlow(VeltraneFlowError error) {
-  postFlowError(std::move(error));
+void ScreenTemplate1VC::notify(UserInfo userInfo) {
+  NotificationCenter::defaultCenter().post(kVtFlowNotification, std::move(userInfo));
 }
 
 void ScreenTemplate1VC::sendNextEvent(const Dictionary& additionalParameter) {

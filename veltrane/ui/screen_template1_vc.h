@@ -83,10 +83,11 @@ class ScreenTemplate1VC final : public FlowScreen,
   void hideActivityIndicator();
 
   // ConnectorHost
+  void beginStep(const Dictionary& userView, std::size_t userViewIndex) override;
+  void sendNextEvent(const Dictionary& additionalParameter) override;
   void presentOver(std::shared_ptr<ViewController> controller) override;
   void showAlert(const std::string& message) override;
-  void endFlow(VeltraneFlowError error) override;
-  void sendNextEvent(const Dictionary& additionalParameter) override;
+  void notify(UserInfo userInfo) override;
 
  private:
   // TableViewDataSource
@@ -121,8 +122,9 @@ class ScreenTemplate1VC final : public FlowScreen,
   void moveToNextScreen(std::string_view templateName, std::size_t index,
                         const UserViewProps& props);
   void stayOnScreen(std::string_view templateName, std::size_t index, const UserViewProps& props);
-  void handOver(std::shared_ptr<IdentityConnector> connector, UserViewProps props,
-                std::size_t index);
+  void startJumio(const UserViewProps& viewProps, std::size_t index);
+  void startOnFido(const UserViewProps& viewProps, std::size_t index);
+  void handOverTo(std::shared_ptr<IdentityConnector> connector);
   void setLoadingHidden(bool hidden);
   void setMoving(bool moving);
   std::shared_ptr<ScreenTemplate1VC> self();
@@ -133,6 +135,8 @@ class ScreenTemplate1VC final : public FlowScreen,
   Dictionary enteredBeforeReload_;
   /// What rows tell by themselves while they are replaced. A server may send very many of them.
   std::optional<std::vector<Dictionary::Entry>> toldByRows_;
+  /// The last hand-over; it has ended, or its vendor's screen is over this one.
+  std::shared_ptr<IdentityConnector> connector_;
   std::shared_ptr<ScreensViewModel> handOverModel_;
   /// The one whose answer is awaited: its own step follows, not that of the screen below.
   std::weak_ptr<ScreensViewModel> lastSender_;
