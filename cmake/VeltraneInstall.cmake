@@ -34,6 +34,8 @@ veltrane_install_component(opencv veltrane_opencv)
 if(VELTRANE_OPENCV)
   install(TARGETS ${VELTRANE_LATE_MODULES} EXPORT VeltraneFlow-opencv
     LIBRARY DESTINATION ${VELTRANE_LATE_MODULE_DIR} NAMELINK_SKIP)
+  install(FILES platform/opencv/models/NOTICE platform/opencv/models/LICENSE-Apache-2.0
+    DESTINATION ${VELTRANE_LATE_MODULE_DIR})
 endif()
 if(TARGET vtflow-window)
   set_target_properties(vtflow-window PROPERTIES INSTALL_RPATH $ORIGIN/../../${VELTRANE_LATE_MODULE_DIR})

@@ -17,7 +17,7 @@ build="ca-certificates cmake g++ ninja-build ccache
 test="libgtest-dev libgmock-dev qml6-module-qttest chromium zbar-tools swtpm gnome-keyring
   dbus dbus-daemon"
 # Node from elsewhere brings its own npm and gets along with no other.
-command -v npm > /dev/null || test="$test nodejs npm"
+command -v npm > /dev/null || build="$build nodejs npm"
 bench="libbenchmark-dev valgrind libopencv-imgproc-dev"
 ci="clang clang-format clang-tidy libclang-rt-14-dev"
 

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "platform/opencv/face_networks.h"
+#include "veltrane/face/face_vision.h"
+
+namespace veltrane::opencv {
+
+/// Faces by two networks: one finds them in a frame, the other sees the features of one.
+class NetworkVision final : public FaceVision {
+ public:
+  explicit NetworkVision(std::unique_ptr<FaceNetworks> networks);
+
+  VisionOutcome<FaceObservation> detectFaceRectangles(const PixelBuffer& frame) override;
+  VisionOutcome<std::optional<FaceObservation>> trackFaces(
+      const PixelBuffer& frame, const std::vector<FaceTrackingRequest>& requests) override;
+  VisionOutcome<FaceObservation> detectFaceLandmarks(const PixelBuffer& frame,
+                                                     const std::vector<Rect>& boxes) override;
+
+ private:
+  /// A face that has been told of, and what a box does not tell about it.
+  struct Known {
+    Rect box;
+    Square surroundings;
+    /// Empty when it has only been detected.
+    FacePoints points;
+  };
+  /// Which frame `followed_` is of: its pixels, as long as they live.
+  struct Pixels {
+    const std::uint8_t* first = nullptr;
+    std::weak_ptr<const void> memory;
+  };
+
+  Square surroundingsOf(const Rect& box, PixelSize size) const;
+  const FacePoints* pointsIn(const PixelBuffer& frame, const Rect& box) const;
+
+  const std::unique_ptr<FaceNetworks> networks_;
+  /// Of the latest detection, and of the latest frame with followed faces.
+  std::vector<Known> detected_;
+  std::vector<Known> followed_;
+  Pixels pixels_;
+};
+
+}  // namespace veltrane::opencv
