@@ -57,16 +57,6 @@ bool holdsCertificate(const std::string& file) {
   return certificate != nullptr;
 }
 
-/// The folder itself, or the nearest one above it that is there.
-fs::path nearestExisting(const fs::path& folder) {
-  std::error_code error;
-  auto path = fs::absolute(folder, error);
-  while (!fs::exists(path, error) && path.has_parent_path() && path != path.parent_path()) {
-    path = path.parent_path();
-  }
-  return path;
-}
-
 /// Asked by doing: permissions alone do not tell of a file system that takes no files.
 std::string checkFilesCanBeMadeIn(const fs::path& folder) {
   const auto existing = nearestExisting(folder);
@@ -93,6 +83,15 @@ std::string checkExistingStore(const std::string& text) {
 }
 
 }  // namespace
+
+fs::path nearestExisting(const fs::path& folder) {
+  std::error_code error;
+  auto path = fs::absolute(folder, error);
+  while (!fs::exists(path, error) && path.has_parent_path() && path != path.parent_path()) {
+    path = path.parent_path();
+  }
+  return path;
+}
 
 CLI::Validator checkedBy(std::string (*check)(const std::string&)) {
   return {[check](std::string& text) { return check(text); }, ""};
@@ -173,6 +172,12 @@ std::string checkStoreFile(const std::string& text) {
   if (fs::exists(text, error)) return checkExistingStore(text);
   if (text.ends_with('/')) return "must be a file; " + quoted(text) + " names a folder";
   return checkFilesCanBeMadeIn(fs::absolute(text, error).parent_path());
+}
+
+std::string checkPasskeyFile(const std::string& text) {
+  if (text.empty()) return "must be a file";
+  std::error_code error;
+  return fs::exists(text, error) ? checkReadableFile(text) : "";
 }
 
 std::string checkFlowsFolder(const std::string& text) {

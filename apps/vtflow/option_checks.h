@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -35,9 +36,14 @@ std::string checkStoreFile(const std::string& text);
 std::string checkReadableFile(const std::string& text);
 /// The same, or a folder.
 std::string checkReadablePath(const std::string& text);
+/// A file that can be read if it is there. Whether it may be written is for the command to find.
+std::string checkPasskeyFile(const std::string& text);
 /// A folder with at least one "*.json" file.
 std::string checkFlowsFolder(const std::string& text);
 /// A folder that is there, or can be made, and that files can be made in.
 std::string checkWritableFolder(const std::string& text);
+
+/// The folder itself, or the nearest one above it that is there.
+std::filesystem::path nearestExisting(const std::filesystem::path& folder);
 
 }  // namespace veltrane::tool

@@ -3,8 +3,10 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <exception>
+#include <memory>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "apps/vtflow/doctor/doctor_command.h"
@@ -13,8 +15,10 @@
 #include "apps/vtflow/messages.h"
 #include "apps/vtflow/passkeys/passkeys_command.h"
 #include "apps/vtflow/serve/serve_command.h"
+#include "apps/vtflow/silence.h"
 #include "apps/vtflow/window/run_command.h"
 #include "apps/vtflow/wrong_use.h"
+#include "veltrane/platform.h"
 
 namespace veltrane::tool {
 namespace {
@@ -85,9 +89,12 @@ int explain(const Parser& parser, const CLI::ParseError& error, const Terminal& 
 int dispatch(const Parser& parser, const Options& options, const Terminal& terminal) {
   try {
     if (parser.drive->parsed()) return drive(options.drive, terminal.input, terminal.output);
+    if (parser.serve->parsed()) return serve(options.serve, terminal.text, terminal.errors);
+    Platform platform;
+    platform.console = std::make_shared<Silence>();
+    const PlatformScope scope(std::move(platform));
     if (parser.doctor->parsed()) return doctor(options.doctor, terminal.text);
-    if (parser.passkeys->parsed()) return managePasskeys(options.passkeys, terminal);
-    return serve(options.serve, terminal.text, terminal.errors);
+    return managePasskeys(options.passkeys, terminal);
   } catch (const std::exception& error) {
     terminal.errors << parser.name() << ": " << asReason(error.what()) << '\n';
     return exit_status::kNoResult;

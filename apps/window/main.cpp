@@ -6,11 +6,11 @@
 #include <iostream>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <utility>
 
 #include "apps/vtflow/drive/exit_status.h"
 #include "apps/vtflow/messages.h"
+#include "apps/vtflow/silence.h"
 #include "apps/vtflow/temporary_folder.h"
 #include "apps/vtflow/termination_signals.h"
 #include "apps/vtflow/wrong_use.h"
@@ -19,16 +19,11 @@
 #include "apps/window/window_options.h"
 #include "apps/window/window_run.h"
 #include "platform/qtquick/install.h"
-#include "veltrane/base/console.h"
 
 namespace {
 
 using namespace veltrane;
 namespace exit_status = tool::exit_status;
-
-class Silence final : public ConsoleSink {
-  void print(std::string_view /*line*/) override {}
-};
 
 void setUnlessSet(const char* variable, const char* value) {
   const char* const former = std::getenv(variable);
@@ -60,7 +55,7 @@ void installPlatform(const window::WindowOptions& options, const std::filesystem
   if (options.script && !options.credentials) wishes.passkeysFile = folder / "passkeys.db";
   if (options.tablet) wishes.idiom = InterfaceIdiom::pad;
   auto platform = qtquick::makePlatform(wishes);
-  if (!options.verbose) platform.console = std::make_shared<Silence>();
+  if (!options.verbose) platform.console = std::make_shared<tool::Silence>();
   Platform::install(std::move(platform));
   tool::applyServerURLs(options.flow);
 }

@@ -1,5 +1,6 @@
 #include "apps/vtflow/doctor/clock.h"
 #include "apps/vtflow/doctor/machine.h"
+#include "apps/vtflow/doctor/passkey_file.h"
 #include "platform/publicsuffix/public_suffix_list.h"
 #include "tests/driver/driver_test.h"
 
@@ -7,6 +8,7 @@ namespace veltrane::testing {
 namespace {
 
 using ::testing::AllOf;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using namespace std::chrono_literals;
 using tool::Finding;
@@ -49,8 +51,8 @@ TEST(Doctor, ReadsTheDateOfAServerAndNothingElse) {
 
 TEST(Doctor, TellsWhyAnRpIdDoesNotFitAndWhatWould) {
   struct Case {
-    const char* rpId;
-    const char* origin;
+    std::optional<std::string> rpId;
+    std::optional<std::string> origin;
     const char* remedy;
   };
   const Case cases[] = {
@@ -59,8 +61,16 @@ TEST(Doctor, TellsWhyAnRpIdDoesNotFitAndWhatWould) {
       {"example.org", "https://login.example.com", "\"login.example.com\""},
       {"co.uk", "https://example.co.uk", "\"example.co.uk\""},
       {"co.uk", "https://co.uk", "a domain of your own below it"},
-      {"example.com", "http://example.com", "https://HOST"},
-      {"192.0.2.1", "https://192.0.2.1", "https://HOST"},
+      {"example.com", "http://example.com", "https://DOMAIN"},
+      {"192.0.2.1", "https://192.0.2.1", "Give the domain alone"},
+      {"https://example.com", {}, "Give the domain alone"},
+      // What is not given is taken from what is.
+      {{}, {}, ""},
+      {"example.com", {}, ""},
+      {{}, "https://login.example.com:8443", ""},
+      {"co.uk", {}, "a domain of your own below it"},
+      {{}, "https://192.0.2.1", "https://DOMAIN"},
+      {{}, "localhost", "https://DOMAIN"},
   };
   const auto suffixes = publicsuffix::make();
   for (const auto& [rpId, origin, remedy] : cases) {
@@ -72,8 +82,33 @@ TEST(Doctor, TellsWhyAnRpIdDoesNotFitAndWhatWould) {
 }
 
 TEST(Doctor, NamesFromOutsideStayOnTheirLine) {
-  EXPECT_EQ(tool::lineOf({State::wrong, "security key", "A\nB\x1b[1m fails", "Do so."}),
-            "wrong    security key: A B [1m fails. Do so.");
+  EXPECT_EQ(
+      tool::lineOf({State::wrong, "security key", "A\nB\x1b[1m\u009b2J \u202e fails", "Do so."}),
+      "wrong    security key: A B [1m2J  fails. Do so.");
+}
+
+TEST(Doctor, LooksAtThePasskeyFileAndLeavesItAsItIs) {
+  const ScratchFolder folder;
+  const auto file = folder.path() / "passkeys.db";
+  const auto finding = [&](State state, const char* cause) {
+    const Finding found = tool::judgePasskeyFile(file);
+    EXPECT_EQ(found.state, state) << found.cause;
+    EXPECT_THAT(found.cause, HasSubstr(cause));
+    EXPECT_EQ(found.remedy.empty(), state == State::ok) << found.cause;
+  };
+  finding(State::missing, "is not there yet");
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+
+  std::filesystem::copy_file("/bin/true", file);
+  std::filesystem::permissions(file, std::filesystem::perms(0644));
+  finding(State::wrong, "Others than its owner may use");
+  std::filesystem::permissions(file, std::filesystem::perms(0600));
+  finding(State::wrong, "passkey file");
+  EXPECT_EQ(std::filesystem::file_size(file), std::filesystem::file_size("/bin/true"));
+
+  std::filesystem::remove(file);
+  std::filesystem::create_directory(file);
+  finding(State::wrong, "no regular file");
 }
 
 /// The program on a machine without anything that keeps keys.
@@ -96,9 +131,11 @@ TEST_F(DoctorProgram, TellsALineAFindingAndWhetherPasskeysCanWork) {
                             HasSubstr("security key: "), HasSubstr("missing  TPM: "),
                             HasSubstr("missing  secret service: "),
                             HasSubstr("ok       this device: It makes passkeys"),
-                            HasSubstr("a passphrase that it asks for")));
+                            HasSubstr("a passphrase that it asks for"),
+                            EndsWith("ok       passkeys: They can work here.\n")));
   EXPECT_EQ(run({"--rp-id", "com", "--origin", "https://example.com"}, output), 1);
-  EXPECT_THAT(output, HasSubstr("FATAL    rpId: "));
+  EXPECT_THAT(output, AllOf(HasSubstr("FATAL    rpId: "),
+                            HasSubstr("\nFATAL    passkeys: They cannot work here.")));
   // A server whose certificate is not known is asked for nothing.
   run({"--base-url", server().baseURL()}, output);
   EXPECT_THAT(output, HasSubstr("wrong    clock: The certificate of https://localhost:"));

@@ -2,6 +2,7 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -120,7 +121,7 @@ TEST_F(Passkeys, ComeToNothingWhenThePersonSaysNoOrTheOriginIsAnother) {
 }
 
 TEST_F(Passkeys, AreListedAndDeletedOnceSomebodyAgrees) {
-  EXPECT_THAT(list(), StartsWith("There is no passkey in " + file()));
+  EXPECT_THAT(list(), StartsWith("There is no passkey: " + file()));
   const auto carol = userOf("carol");
   const auto dave = userOf("dave");
   drive("passkey-register", carol);
@@ -152,7 +153,33 @@ TEST_F(Passkeys, AreListedAndDeletedOnceSomebodyAgrees) {
   EXPECT_THAT(list(), AllOf(HasSubstr(carol), Not(HasSubstr(dave))));
   const auto reset = manage({"reset", "--yes", "--credentials", file()});
   EXPECT_THAT(reset.text, StartsWith("Deleted 1 passkey, the PIN"));
-  EXPECT_THAT(list(), StartsWith("There is no passkey"));
+  EXPECT_THAT(list(), StartsWith("There is no passkey in "));
+  EXPECT_EQ(manage({"delete", "00", "--yes", "--credentials", file()}).status, 1);
+}
+
+TEST_F(Passkeys, WhatIsNotThereIsNotDeletedAndWhatIsDamagedIsToldOnce) {
+  for (const std::vector<std::string>& words :
+       {std::vector<std::string>{"reset", "--yes"}, {"delete", "00", "--yes"}}) {
+    auto more = words;
+    more.insert(more.end(), {"--credentials", file()});
+    const auto outcome = manage(more);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.text, "");
+    EXPECT_EQ(outcome.errors, "vtflow passkeys: there is no passkey file " + file() + '\n');
+  }
+  std::ofstream(file()) << "SQLite format 3" << '\0' << std::string(5000, 'x');
+  DriverProcess program({"passkeys", "list", "--credentials", file()});
+  EXPECT_EQ(program.waitForEnd(), 1);
+  const auto errors = program.errors();
+  EXPECT_THAT(errors, AllOf(HasSubstr(file()), HasSubstr("damaged")));
+  EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
+}
+
+TEST(PasskeysHelp, TellsOfEveryCommandTheFileItTakes) {
+  for (const char* const command : {"list", "delete", "reset"}) {
+    const auto help = run({"passkeys", command, "--help"}).text;
+    EXPECT_THAT(help, AllOf(HasSubstr("--credentials FILE"), HasSubstr("passkeys.db")));
+  }
 }
 
 }  // namespace

@@ -13,10 +13,14 @@ namespace veltrane::tool {
 
 /// The command line of `vtflow doctor`.
 struct DoctorOptions {
-  std::string rpId = "localhost";
-  std::string origin = "https://localhost";
+  /// Absent: the origin's host.
+  std::optional<std::string> rpId;
+  /// Absent: the rpId's own; "localhost" where neither is given.
+  std::optional<std::string> origin;
   std::optional<std::string> baseURL;
   std::optional<std::filesystem::path> authorityFile;
+  /// Absent: where the flows of this user keep passkeys.
+  std::optional<std::filesystem::path> credentials;
 };
 
 void addDoctorOptions(CLI::App& command, DoctorOptions& options);

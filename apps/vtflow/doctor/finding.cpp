@@ -1,9 +1,14 @@
 #include "apps/vtflow/doctor/finding.h"
 
 #include <algorithm>
+#include <cstddef>
+
+#include "veltrane/passkeys/display_text.h"
 
 namespace veltrane::tool {
 namespace {
+
+constexpr std::size_t kLongestLine = 4096;
 
 const char* wordFor(Finding::State state) {
   switch (state) {
@@ -30,13 +35,19 @@ std::string lineOf(const Finding& finding) {
   // Names of devices and services are their makers'.
   std::replace_if(
       line.begin(), line.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, ' ');
-  return line;
+  return displayText(line, kLongestLine);
 }
 
 bool allowPasskeys(const Findings& findings) {
   return std::none_of(findings.begin(), findings.end(), [](const Finding& finding) {
     return finding.state == Finding::State::fatal;
   });
+}
+
+Finding verdictOn(const Findings& findings) {
+  if (allowPasskeys(findings)) return {Finding::State::ok, "passkeys", "They can work here.", {}};
+  return {Finding::State::fatal, "passkeys", "They cannot work here.",
+          "Mend what is FATAL above first."};
 }
 
 }  // namespace veltrane::tool

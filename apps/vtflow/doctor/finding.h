@@ -28,5 +28,7 @@ std::string lineOf(const Finding& finding);
 
 /// Whether passkeys can work in spite of all that was found.
 bool allowPasskeys(const Findings& findings);
+/// The same as the last line of a diagnosis.
+Finding verdictOn(const Findings& findings);
 
 }  // namespace veltrane::tool

@@ -13,13 +13,22 @@ namespace {
 using State = Finding::State;
 
 std::string hostOf(const std::string& origin) {
-  const std::string behindScheme = origin.substr(origin.find("://") + 3);
+  const auto scheme = origin.find("://");
+  const std::string behindScheme = origin.substr(scheme == std::string::npos ? 0 : scheme + 3);
   return behindScheme.substr(0, behindScheme.find(':'));
+}
+
+bool isDomain(const std::string& text) {
+  const std::string origin = "https://" + canonicalRPId(text);
+  return serializedOrigin(origin) == origin;
 }
 
 std::string remedyFor(const std::string& rpId, const std::string& origin) {
   const auto serialized = serializedOrigin(origin);
-  if (!serialized) return "Give the origin as https://HOST, with :PORT where it is not 443.";
+  if (!serialized) {
+    return "Give the origin as https://DOMAIN, with :PORT where it is not 443; to try things out, "
+           "http://localhost will do.";
+  }
   const std::string host = hostOf(*serialized);
   if (host == canonicalRPId(rpId)) return "Serve the sign-in at a domain of your own below it.";
   return "Use the origin's host \"" + host + "\" as the rpId, or a domain above it that is yours.";
@@ -33,8 +42,15 @@ Finding keeper(const char* subject, const Status& status) {
 
 }  // namespace
 
-Finding judgeRelyingParty(const std::string& rpId, const std::string& origin,
+Finding judgeRelyingParty(const std::optional<std::string>& givenRPId,
+                          const std::optional<std::string>& givenOrigin,
                           const PublicSuffixes& suffixes) {
+  if (givenRPId && !isDomain(*givenRPId)) {
+    return {State::fatal, "rpId", "\"" + *givenRPId + "\" is not a domain name.",
+            "Give the domain alone, such as example.com; to try things out, localhost will do."};
+  }
+  const std::string origin = givenOrigin.value_or("https://" + givenRPId.value_or("localhost"));
+  const std::string rpId = givenRPId.value_or(hostOf(serializedOrigin(origin).value_or("")));
   if (const auto mismatch = relyingPartyMismatch(rpId, origin, suffixes)) {
     return {State::fatal, "rpId", *mismatch, remedyFor(rpId, origin)};
   }

@@ -3,8 +3,10 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <memory>
 #include <ostream>
 #include <stdexcept>
+#include <system_error>
 #include <variant>
 
 #include "apps/vtflow/drive/exit_status.h"
@@ -54,7 +56,20 @@ std::string count(std::size_t passkeys) {
   return std::to_string(passkeys) + (passkeys == 1 ? " passkey" : " passkeys");
 }
 
+bool isThere(const fs::path& file) {
+  std::error_code error;
+  return fs::exists(file, error) || error;
+}
+
+void requireFile(const fs::path& file) {
+  if (!isThere(file)) throw std::runtime_error("there is no passkey file " + file.string());
+}
+
 int listAll(const fs::path& file, const Terminal& terminal) {
+  if (!isThere(file)) {
+    terminal.text << "There is no passkey: " << file.string() << " is not there." << std::endl;
+    return kDone;
+  }
   const auto entries = valueOf(authenticator::list(file), file);
   if (entries.empty()) terminal.text << "There is no passkey in " << file.string() << ".\n";
   for (const PasskeyEntry& entry : entries) terminal.text << lineOf(entry) << '\n';
@@ -63,6 +78,7 @@ int listAll(const fs::path& file, const Terminal& terminal) {
 }
 
 int removeOne(const PasskeysOptions& options, const fs::path& file, const Terminal& terminal) {
+  requireFile(file);
   const auto found = withId(valueOf(authenticator::list(file), file), options.id);
   if (found.size() != 1) {
     const std::string what = found.empty() ? "no passkey" : "more than one passkey";
@@ -81,26 +97,48 @@ int removeOne(const PasskeysOptions& options, const fs::path& file, const Termin
 }
 
 int resetAll(const PasskeysOptions& options, const fs::path& file, const Terminal& terminal) {
-  const auto held = valueOf(authenticator::list(file), file).size();
-  const auto question = "Delete " + count(held) + ", the PIN and the passphrase in " +
-                        file.string() + "? They cannot be brought back.";
+  requireFile(file);
+  const auto listed = authenticator::list(file);
+  const auto* const held = std::get_if<std::vector<PasskeyEntry>>(&listed);
+  const auto question = "Delete " + (held ? count(held->size()) : "every passkey") +
+                        ", the PIN and the passphrase in " + file.string() +
+                        "? They cannot be brought back.";
   if (const auto status = refusal(options, terminal, question)) return *status;
   const auto deleted = valueOf(authenticator::reset(file), file);
   terminal.text << "Deleted " << count(deleted) << ", the PIN and the passphrase." << std::endl;
   return kDone;
 }
 
+/// Help that tells of a command also what it takes from the one around it.
+class OuterOptionsToo : public CLI::Formatter {
+ public:
+  /// They stand between a command's own options and its commands.
+  std::string make_subcommands(const CLI::App* command, CLI::AppFormatMode mode) const override {
+    const std::string inner = CLI::Formatter::make_subcommands(command, mode);
+    if (!command->get_fallthrough()) return inner;
+    const CLI::App* const outer = command->get_parent();
+    const auto isOuters = [&](const CLI::Option* option) {
+      return option != outer->get_help_ptr() && option->nonpositional();
+    };
+    return make_group("Options of " + outer->get_name(), false, outer->get_options(isOuters)) +
+           inner;
+  }
+};
+
 }  // namespace
 
 void addPasskeysOptions(CLI::App& command, PasskeysOptions& options) {
   using Action = PasskeysOptions::Action;
-  command.add_option("--credentials", options.credentials, "Their file; absent: this user's")
-      ->check(checkedBy(checkStoreFile))
+  command.formatter(std::make_shared<OuterOptionsToo>());
+  command
+      .add_option("--credentials", options.credentials,
+                  "Their file; absent: " + authenticator::defaultPasskeyFile().string())
+      ->check(checkedBy(checkPasskeyFile))
       ->type_name("FILE");
   command.require_subcommand(1);
   command.footer(
-      "Exit status: 0 it is done, 1 it is not, 2 wrong use. Deleting asks, and needs --yes where "
-      "there is no terminal.");
+      "Deleting asks, and needs --yes where there is no terminal.\n"
+      "Exit status: 0 it is done, 1 it is not, 2 wrong use");
   const auto add = [&](const char* name, Action action, const char* help) {
     CLI::App* const one = command.add_subcommand(name, help)->fallthrough();
     one->callback([&options, action] { options.action = action; });
