@@ -6,6 +6,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "apps/vtflow/doctor/passkey_file.h"
 #include "apps/vtflow/tool.h"
 #include "tests/driver/driver_test.h"
 
@@ -157,22 +158,42 @@ TEST_F(Passkeys, AreListedAndDeletedOnceSomebodyAgrees) {
   EXPECT_EQ(manage({"delete", "00", "--yes", "--credentials", file()}).status, 1);
 }
 
-TEST_F(Passkeys, WhatIsNotThereIsNotDeletedAndWhatIsDamagedIsToldOnce) {
-  for (const std::vector<std::string>& words :
+TEST_F(Passkeys, AreNotDeletedWhereThereIsNoFile) {
+  for (std::vector<std::string> words :
        {std::vector<std::string>{"reset", "--yes"}, {"delete", "00", "--yes"}}) {
-    auto more = words;
-    more.insert(more.end(), {"--credentials", file()});
-    const auto outcome = manage(more);
+    words.insert(words.end(), {"--credentials", file()});
+    const auto outcome = manage(words);
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.text, "");
     EXPECT_EQ(outcome.errors, "vtflow passkeys: there is no passkey file " + file() + '\n');
   }
-  std::ofstream(file()) << "SQLite format 3" << '\0' << std::string(5000, 'x');
-  DriverProcess program({"passkeys", "list", "--credentials", file()});
-  EXPECT_EQ(program.waitForEnd(), 1);
-  const auto errors = program.errors();
-  EXPECT_THAT(errors, AllOf(HasSubstr(file()), HasSubstr("damaged")));
-  EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
+}
+
+TEST_F(Passkeys, InADamagedFileAreToldOfOnceAndLeftToWhoDeletesThem) {
+  namespace fs = std::filesystem;
+  drive("passkey-register", userOf("erin"));
+  const auto judged = [this](const char* cause) {
+    const auto finding = tool::judgePasskeyFile(file());
+    EXPECT_THAT(finding.cause, HasSubstr(cause));
+    return finding.state;
+  };
+  EXPECT_EQ(judged("it holds 1 passkey."), tool::Finding::State::ok);
+  fs::permissions(file(), fs::perms(0644));
+  EXPECT_EQ(judged("Others than its owner may use"), tool::Finding::State::wrong);
+  fs::resize_file(file(), 5000);
+  EXPECT_EQ(judged("damaged"), tool::Finding::State::wrong);
+  const auto told = [this](std::vector<std::string> words) {
+    words.insert(words.end(), {"--credentials", file()});
+    DriverProcess program(words);
+    EXPECT_EQ(program.waitForEnd(), 1);
+    const auto errors = program.errors();
+    EXPECT_THAT(errors, AllOf(HasSubstr(file()), HasSubstr("damaged")));
+    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
+  };
+  told({"passkeys", "list"});
+  EXPECT_EQ(fs::file_size(file()), 5000);
+  told({"passkeys", "reset", "--yes"});
+  EXPECT_FALSE(fs::exists(file()));
 }
 
 TEST(PasskeysHelp, TellsOfEveryCommandTheFileItTakes) {

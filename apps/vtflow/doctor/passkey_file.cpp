@@ -38,8 +38,8 @@ Finding judgeMissing(const fs::path& file) {
                  "The first passkey that this device makes brings it.");
 }
 
-/// What the rights to the file are short of, or too generous with.
-std::optional<Finding> rightsFault(const fs::path& file, const struct stat& found) {
+/// Why the file cannot be used as it is.
+std::optional<Finding> accessFault(const fs::path& file, const struct stat& found) {
   const std::string name = file.string();
   if (!S_ISREG(found.st_mode)) {
     return wrong(name + " is no regular file.", "Name another file, or take away what is there.");
@@ -48,6 +48,12 @@ std::optional<Finding> rightsFault(const fs::path& file, const struct stat& foun
     return wrong("This user may not read and write " + name + '.',
                  "Run as its owner, or give it back: chown.");
   }
+  return std::nullopt;
+}
+
+/// Who else can use it.
+std::optional<Finding> ownerFault(const fs::path& file, const struct stat& found) {
+  const std::string name = file.string();
   if (found.st_uid != ::geteuid()) {
     return wrong(name + " belongs to another user, who can read it.",
                  "Give it to the one whose passkeys it holds: chown.");
@@ -67,12 +73,14 @@ Finding judgePasskeyFile(const fs::path& file) {
     return wrong(file.string() + " cannot be reached (" + std::strerror(errno) + ").",
                  "Allow this user into its folder.");
   }
-  if (auto fault = rightsFault(file, found)) return *fault;
+  if (const auto fault = accessFault(file, found)) return *fault;
   const auto listed = authenticator::list(file);
   if (const auto* const error = std::get_if<PasskeyError>(&listed)) {
-    return wrong(error->cause, "Name another file, or bring back a sound copy of " + file.string() +
-                                   ": what it held is lost otherwise.");
+    return wrong(error->cause,
+                 "Name another file than " + file.string() + ", or bring back a sound copy of it.");
   }
+  // Only of what is a passkey file: another's rights are not for us to change.
+  if (const auto fault = ownerFault(file, found)) return *fault;
   const auto count = std::get<std::vector<authenticator::PasskeyEntry>>(listed).size();
   return finding(State::ok, file.string() + " is sound and its owner's alone; it holds " +
                                 std::to_string(count) + (count == 1 ? " passkey." : " passkeys."));

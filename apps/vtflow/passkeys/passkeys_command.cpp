@@ -10,6 +10,7 @@
 #include <variant>
 
 #include "apps/vtflow/drive/exit_status.h"
+#include "apps/vtflow/messages.h"
 #include "apps/vtflow/option_checks.h"
 #include "apps/vtflow/passkeys/passkey_text.h"
 
@@ -48,8 +49,8 @@ template <typename Value>
 Value valueOf(PasskeyResult<Value> result, const fs::path& file) {
   if (auto* const value = std::get_if<Value>(&result)) return std::move(*value);
   const auto& error = std::get<PasskeyError>(result);
-  throw std::runtime_error("cannot use " + file.string() + ": " +
-                           (error.cause.empty() ? "its store fails" : error.cause));
+  throw std::runtime_error(file.string() + ": " +
+                           (error.cause.empty() ? "it cannot be used" : asReason(error.cause)));
 }
 
 std::string count(std::size_t passkeys) {
