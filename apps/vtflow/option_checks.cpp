@@ -72,14 +72,25 @@ std::string checkFilesCanBeMadeIn(const fs::path& folder) {
   return {};
 }
 
+/// A store that finds its file damaged takes its place: that must not happen to a file that was
+/// named by mistake.
+bool isEmptyOrDatabase(int file) {
+  static constexpr std::string_view kHeader{"SQLite format 3\0", 16};
+  char bytes[kHeader.size()];
+  const auto count = ::read(file, bytes, sizeof bytes);
+  if (count < 0) return false;
+  return count == 0 || std::string_view(bytes, static_cast<std::size_t>(count)) == kHeader;
+}
+
 std::string checkExistingStore(const std::string& text) {
   std::error_code error;
   if (fs::is_directory(text, error)) return "must be a file; " + quoted(text) + " is a folder";
   if (!fs::is_regular_file(text, error)) return quoted(text) + " is no regular file";
   const int file = ::open(text.c_str(), O_RDWR | O_CLOEXEC);
   if (file < 0) return "cannot write to " + quoted(text) + ": " + std::strerror(errno);
+  const bool mayBeStore = isEmptyOrDatabase(file);
   ::close(file);
-  return {};
+  return mayBeStore ? "" : quoted(text) + " holds something else";
 }
 
 }  // namespace

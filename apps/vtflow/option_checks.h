@@ -29,8 +29,8 @@ std::string checkBaseURL(const std::string& text);
 std::string checkAuthorityFile(const std::string& text);
 /// KEY=COLOUR, a field of the theme and a hexadecimal colour.
 std::string checkThemeEntry(const std::string& text);
-/// A place where a settings file is or can be made, for reading and writing. What the file holds
-/// is not looked at.
+/// A place where a store is or can be made, for reading and writing. A file that is there is empty
+/// or some database; which one, and whether it is sound, is for the store to find.
 std::string checkStoreFile(const std::string& text);
 /// A file that is there and can be read.
 std::string checkReadableFile(const std::string& text);

@@ -1,3 +1,5 @@
+#include <fstream>
+
 #include "tests/driver/driver_test.h"
 
 namespace veltrane::testing {
@@ -95,7 +97,7 @@ TEST_F(Options, AStoreOutlivesTheRun) {
 TEST_F(Options, ADamagedStoreIsToldAndTheFlowGoesOn) {
   const ScratchFolder folder;
   const auto store = (folder.path() / "settings.db").string();
-  std::filesystem::copy_file("/bin/true", store);
+  std::ofstream(store) << "SQLite format 3" << '\0' << std::string(5000, 'x');
   DriverProcess driver(arguments("sign-in", {"--store", store}));
   driver.untilScreen();
   EXPECT_EQ(driver.events().front().at("event"), "hello");

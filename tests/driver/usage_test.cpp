@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <fstream>
 #include <sstream>
 
 #include "apps/vtflow/drive/drive_options.h"
@@ -140,6 +141,21 @@ TEST(Usage, AFolderWithoutAFlowIsNothingToServe) {
   EXPECT_EQ(outcome.status, 2);
   EXPECT_THAT(outcome.errors, HasSubstr("there is no flow"));
   EXPECT_THAT(outcome.errors, HasSubstr(folder.path().string()));
+}
+
+// What a store finds damaged it moves aside: a file that never was one must not come to it.
+TEST(Usage, AFileThatHoldsSomethingElseIsNoStore) {
+  const ScratchFolder folder;
+  const auto file = folder.path() / "notes.txt";
+  for (const char* const text : {"a text\n", "SQLite format 2 and much more"}) {
+    std::ofstream(file) << text;
+    for (const char* const option : {"--store", "--credentials"}) {
+      const auto outcome = run({"drive", "--company", "a", option, file.c_str()});
+      EXPECT_EQ(outcome.status, 2) << text;
+      EXPECT_THAT(outcome.errors, HasSubstr("notes.txt\" holds something else"));
+    }
+    EXPECT_EQ(std::filesystem::file_size(file), std::string_view(text).size());
+  }
 }
 
 TEST(Usage, HelpThatCannotBeWrittenIsNoSuccess) {

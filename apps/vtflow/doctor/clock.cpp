@@ -111,8 +111,10 @@ Finding judge(const ClockReading& reading) {
                  " behind the day on which this program was built.");
   }
   if (!reading.serverFailure.empty()) {
-    return finding(Finding::State::wrong, reading.serverFailure,
-                   "Check the date on this machine, then --base-url and --ca.");
+    return finding(
+        Finding::State::wrong, reading.serverFailure,
+        "Check --base-url and --ca; certificates are refused too where this machine's date is "
+        "wrong.");
   }
   if (!reading.isSynchronised) {
     return finding(Finding::State::unsure, "Nothing tells the system that its clock is right.",

@@ -22,6 +22,7 @@ namespace fs = std::filesystem;
 
 constexpr int kDone = 0;
 constexpr int kNotDone = 1;
+constexpr const char* kStatusHelp = "Exit status: 0 it is done, 1 it is not, 2 wrong use";
 
 /// The person's answer is one line; no answer is a no.
 bool hearYes(int input) {
@@ -137,9 +138,7 @@ void addPasskeysOptions(CLI::App& command, PasskeysOptions& options) {
       ->check(checkedBy(checkPasskeyFile))
       ->type_name("FILE");
   command.require_subcommand(1);
-  command.footer(
-      "Deleting asks, and needs --yes where there is no terminal.\n"
-      "Exit status: 0 it is done, 1 it is not, 2 wrong use");
+  command.footer(kStatusHelp);
   const auto add = [&](const char* name, Action action, const char* help) {
     CLI::App* const one = command.add_subcommand(name, help)->fallthrough();
     one->callback([&options, action] { options.action = action; });
@@ -153,6 +152,8 @@ void addPasskeysOptions(CLI::App& command, PasskeysOptions& options) {
   CLI::App* const reset = add("reset", Action::reset,
                               "Delete all, with PIN and passphrase: the way out of a locked PIN");
   for (CLI::App* const one : {remove, reset}) {
+    one->footer(std::string("Asks first, and needs --yes where there is no terminal.\n") +
+                kStatusHelp);
     one->add_flag("--yes", options.yes, "Delete without asking");
   }
 }
