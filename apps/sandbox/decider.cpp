@@ -7,6 +7,7 @@
 
 #include "apps/sandbox/documents.h"
 #include "apps/sandbox/pictures/picture_route.h"
+#include "apps/sandbox/random_id.h"
 
 namespace veltrane::sandbox {
 namespace {
@@ -72,7 +73,7 @@ Decision Decider::decideStart(const StartRequest& start, int port) {
   auto flow = flowOf(start.flowId);
   if (!flow) throw Refusal("unknownFlow", "There is no flow \"" + start.flowId + "\".", 404);
   return byRules(flow, flow->start, *start.body,
-                 {.interactionId = Runs::newInteractionId(),
+                 {.interactionId = randomId(),
                   .companyId = start.companyId,
                   .flowId = start.flowId,
                   .serverURL = serverURL(port),

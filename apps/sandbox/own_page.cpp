@@ -11,16 +11,6 @@ namespace {
 
 constexpr int kPortOfHttps = 443;
 
-/// Against names of other sites that lead here. Who asks at the port that HTTPS has anyway leaves
-/// it out.
-bool isOwnHost(const std::string& host, int port) {
-  static constexpr std::array<std::string_view, 3> names{"localhost", "127.0.0.1", "[::1]"};
-  return std::any_of(names.begin(), names.end(), [&](std::string_view name) {
-    return host == std::string(name) + ":" + std::to_string(port) ||
-           (port == kPortOfHttps && host == name);
-  });
-}
-
 /// Browsers tell for whom they ask; who tells nothing is no browser that others can use.
 bool isFromElsewhere(const httplib::Request& request) {
   if (!request.has_header("Sec-Fetch-Site")) return false;
@@ -29,6 +19,16 @@ bool isFromElsewhere(const httplib::Request& request) {
 }
 
 }  // namespace
+
+// Against names of other sites that lead here. Who asks at the port that HTTPS has anyway leaves
+// it out.
+bool isOwnHost(const std::string& host, int port) {
+  static constexpr std::array<std::string_view, 3> names{"localhost", "127.0.0.1", "[::1]"};
+  return std::any_of(names.begin(), names.end(), [&](std::string_view name) {
+    return host == std::string(name) + ":" + std::to_string(port) ||
+           (port == kPortOfHttps && host == name);
+  });
+}
 
 std::optional<std::string> whyRefused(const httplib::Request& request, int port,
                                       const std::string& path) {

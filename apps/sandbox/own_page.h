@@ -18,6 +18,9 @@ namespace veltrane::sandbox {
 std::optional<std::string> whyRefused(const httplib::Request& request, int port,
                                       const std::string& path);
 
+/// Whether a client that asks for this host, port included, means this machine by one of its names.
+bool isOwnHost(const std::string& host, int port);
+
 /// Nothing from anywhere but this server, in nobody's frame, and no trace in a cache. `images`:
 /// whether the page may show any.
 void setPageHeaders(bool images, httplib::Response& response);

@@ -93,16 +93,6 @@ bool hasHeader(const RecordedRequest& request, const std::string& name) {
   });
 }
 
-std::string onlyHeader(const RecordedRequest& request, const std::string& name) {
-  std::vector<std::string> values;
-  for (const auto& [key, value] : request.headers) {
-    if (::strcasecmp(key.c_str(), name.c_str()) == 0) values.push_back(value);
-  }
-  if (values.empty()) throw Refusal("badHeader", "The header \"" + name + "\" is missing.");
-  if (values.size() > 1) throw Refusal("badHeader", "The header \"" + name + "\" comes twice.");
-  return values.front();
-}
-
 // An empty token leaves "Bearer ", whose blank some clients trim.
 bool isBearer(std::string_view value) {
   if (value == "Bearer" || value == "Bearer ") return true;
@@ -146,13 +136,6 @@ void checkContentType(const RecordedRequest& request) {
 }
 
 // ---- the body
-
-json readBody(const RecordedRequest& request) {
-  json body = json::parse(request.body, nullptr, false);
-  if (body.is_discarded()) throw Refusal("badBody", "The body is no JSON.");
-  if (!body.is_object()) throw Refusal("badBody", "The body is no JSON object.");
-  return body;
-}
 
 void checkEventBody(const json& body) {
   for (const char* key : kEventKeys) {
@@ -229,6 +212,23 @@ bool offers(const DocumentIds& document, const EventRequest& event) {
 }
 
 }  // namespace
+
+std::string onlyHeader(const RecordedRequest& request, const std::string& name) {
+  std::vector<std::string> values;
+  for (const auto& [key, value] : request.headers) {
+    if (::strcasecmp(key.c_str(), name.c_str()) == 0) values.push_back(value);
+  }
+  if (values.empty()) throw Refusal("badHeader", "The header \"" + name + "\" is missing.");
+  if (values.size() > 1) throw Refusal("badHeader", "The header \"" + name + "\" comes twice.");
+  return values.front();
+}
+
+json readBody(const RecordedRequest& request) {
+  json body = json::parse(request.body, nullptr, false);
+  if (body.is_discarded()) throw Refusal("badBody", "The body is no JSON.");
+  if (!body.is_object()) throw Refusal("badBody", "The body is no JSON object.");
+  return body;
+}
 
 CheckedRequest checkedRequest(const RecordedRequest& request) {
   if (request.path.starts_with(kPictures)) return readPicture(request);

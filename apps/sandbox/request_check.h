@@ -53,6 +53,12 @@ struct PictureRequest {
 
 using CheckedRequest = std::variant<StartRequest, EventRequest, StatusRequest, PictureRequest>;
 
+/// The value of a header that has to come once. Throws Refusal.
+std::string onlyHeader(const RecordedRequest& request, const std::string& name);
+
+/// The body, a JSON object. Throws Refusal.
+nlohmann::json readBody(const RecordedRequest& request);
+
 /// Reads a request and holds it to its form: path, method, headers and the shape of its body.
 /// Throws Refusal.
 CheckedRequest checkedRequest(const RecordedRequest& request);

@@ -1,10 +1,6 @@
 #include "apps/sandbox/runs.h"
 
-#include <openssl/rand.h>
-
 #include <algorithm>
-#include <array>
-#include <stdexcept>
 #include <utility>
 
 namespace veltrane::sandbox {
@@ -13,22 +9,6 @@ namespace {
 constexpr std::size_t kRemembered = 10'000;
 
 }  // namespace
-
-std::string Runs::newInteractionId() {
-  std::array<unsigned char, 16> bytes{};
-  if (RAND_bytes(bytes.data(), static_cast<int>(bytes.size())) != 1) {
-    throw std::runtime_error("no random numbers");
-  }
-  bytes[6] = static_cast<unsigned char>((bytes[6] & 0x0F) | 0x40);
-  bytes[8] = static_cast<unsigned char>((bytes[8] & 0x3F) | 0x80);
-  std::string id;
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    if (i == 4 || i == 6 || i == 8 || i == 10) id += '-';
-    id += "0123456789abcdef"[bytes[i] >> 4];
-    id += "0123456789abcdef"[bytes[i] & 0x0F];
-  }
-  return id;
-}
 
 void Runs::add(const std::string& flowId, std::shared_ptr<const Flow> flow, DocumentIds document) {
   const std::lock_guard lock(mutex_);

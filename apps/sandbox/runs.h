@@ -24,9 +24,6 @@ struct Run {
 /// The runs by interaction. Remembers the latest ten thousand. Any thread.
 class Runs {
  public:
-  /// A new id, a random UUID.
-  static std::string newInteractionId();
-
   /// A document is about to be sent under its interaction.
   void add(const std::string& flowId, std::shared_ptr<const Flow> flow, DocumentIds document);
 

@@ -21,6 +21,7 @@
 #include "apps/sandbox/face/face_page.h"
 #include "apps/sandbox/reply_writer.h"
 #include "apps/sandbox/request_check.h"
+#include "apps/sandbox/vendors/vendors.h"
 
 namespace veltrane::sandbox {
 namespace {
@@ -209,10 +210,13 @@ class Server::Impl {
       return logPage(request, response, begin);
     }
     const RecordedRequest record = recorded(request);
-    requests_.add(record);
+    // Not what a browser loads for its pages.
+    const bool isVendors = Vendors::isItsPath(request.path);
+    if (!isVendors || request.method == "POST") requests_.add(record);
     std::string outcome;
     try {
-      outcome = answer(decider_.decide(record, port_), request.ssl, response);
+      outcome = isVendors ? send(vendors_.answer(record, port_), request.ssl, response)
+                          : answer(decider_.decide(record, port_), request.ssl, response);
     } catch (const Refusal& refusal) {
       writeError(refusal.code(), refusal.what(), refusal.status(), response);
       outcome = std::to_string(refusal.status()) + " (" + refusal.code() + ")";
@@ -241,18 +245,32 @@ class Server::Impl {
         std::chrono::steady_clock::now() - begin);
   }
 
-  /// Answers the outcome, for the log.
+  // The next three answer the outcome, for the log.
+
   std::string answer(const Decision& decision, const SSL* connection, httplib::Response& response) {
     const Reply& reply = *decision.reply;
-    bool there = reply.delay.count() == 0 || connections_.wait(connection, reply.delay);
-    if (there && reply.noAnswer) there = connections_.wait(connection, std::nullopt);
-    if (!there || reply.closeConnection) {
-      Connections::drop(connection);
-      return reply.closeConnection ? "closed without an answer" : "no answer";
-    }
+    if (!isDue(reply, connection)) return withheld(reply, connection);
     // Before the answer is out, for the client may be quick.
     writeReply(reply, decider_.issue(decision), response);
     return std::to_string(reply.status);
+  }
+
+  std::string send(const Reply& reply, const SSL* connection, httplib::Response& response) {
+    if (!isDue(reply, connection)) return withheld(reply, connection);
+    writeReply(reply, reply.text, response);
+    return std::to_string(reply.status);
+  }
+
+  static std::string withheld(const Reply& reply, const SSL* connection) {
+    Connections::drop(connection);
+    return reply.closeConnection ? "closed without an answer" : "no answer";
+  }
+
+  /// Waits as long as the reply says. False when none is to be sent, or nobody is there any more.
+  bool isDue(const Reply& reply, const SSL* connection) const {
+    bool there = reply.delay.count() == 0 || connections_.wait(connection, reply.delay);
+    if (there && reply.noAnswer) there = connections_.wait(connection, std::nullopt);
+    return there && !reply.closeConnection;
   }
 
   void log(const RecordedRequest& record, const std::string& outcome,
@@ -273,6 +291,7 @@ class Server::Impl {
   Decider decider_;
   ApprovePage approvePage_{decider_.challenges()};
   const FacePage facePage_{decider_.lastFace()};
+  Vendors vendors_;
   RequestLog requests_;
 };
 

@@ -3,34 +3,10 @@
 #include <array>
 #include <ctime>
 
+#include "apps/sandbox/html_text.h"
+
 namespace veltrane::sandbox {
 namespace {
-
-std::string escaped(const std::string& text) {
-  std::string html;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        html += "&amp;";
-        break;
-      case '<':
-        html += "&lt;";
-        break;
-      case '>':
-        html += "&gt;";
-        break;
-      case '"':
-        html += "&quot;";
-        break;
-      case '\'':
-        html += "&#39;";
-        break;
-      default:
-        html += c;
-    }
-  }
-  return html;
-}
 
 std::string formatted(const std::tm& time, const char* format) {
   std::array<char, 64> text{};
@@ -58,12 +34,13 @@ std::string age(const Challenge& challenge) {
 
 std::string button(const Challenge& challenge, const std::string& answer, const std::string& word) {
   return "<button type=\"submit\" name=\"answer\" value=\"" + answer + "\" class=\"" + answer +
-         "\" aria-label=\"" + word + ": " + escaped(challenge.purpose) + "\">" + word + "</button>";
+         "\" aria-label=\"" + word + ": " + escapedHtml(challenge.purpose) + "\">" + word +
+         "</button>";
 }
 
 std::string item(const Challenge& challenge) {
   return "<li id=\"challenge-" + challenge.id + "\" class=\"challenge\">\n<h2>" +
-         escaped(challenge.purpose) + "</h2>\n<p class=\"facts\">Since " + since(challenge) +
+         escapedHtml(challenge.purpose) + "</h2>\n<p class=\"facts\">Since " + since(challenge) +
          " · <span class=\"age\">" + age(challenge) +
          "</span></p>\n<form method=\"post\" action=\"/approve/" + challenge.id +
          "\">\n<input type=\"hidden\" name=\"token\" value=\"" + challenge.token + "\">\n" +
@@ -84,7 +61,8 @@ std::string head(const std::string& title, bool refreshes) {
 
 std::string messageHtml(const PageMessage& message) {
   return "<p id=\"message\" role=\"status\" class=\"" +
-         std::string(message.isProblem ? "problem" : "") + "\">" + escaped(message.text) + "</p>\n";
+         std::string(message.isProblem ? "problem" : "") + "\">" + escapedHtml(message.text) +
+         "</p>\n";
 }
 
 }  // namespace
@@ -106,7 +84,7 @@ std::string pageHtml(const std::vector<Challenge>& open, const PageMessage& mess
 std::string refusalHtml(const std::string& reason) {
   return head("Refused", false) +
          "<body>\n<main>\n<h1>Refused</h1>\n<p id=\"message\" class=\"problem\">" +
-         escaped(reason) +
+         escapedHtml(reason) +
          "</p>\n<p><a href=\"/approve\">Go to the open requests</a></p>\n</main>\n</body>\n"
          "</html>\n";
 }

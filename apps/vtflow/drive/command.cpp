@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "apps/vtflow/drive/command_fields.h"
+#include "apps/vtflow/drive/hand_over/hand_overs.h"
 #include "apps/vtflow/drive/stage.h"
 #include "veltrane/ui/flow_screen.h"
 
@@ -74,8 +75,9 @@ What dismissAlert(const JSON&) {
 }
 
 What sdk(const JSON& fields) {
-  if (!fields["outcome"].isObject()) throw FieldError("\"outcome\" must be an object");
-  return onScreen([](ScreenAdapter&) { return "no identity SDK is waiting for an answer"; });
+  return Command::Act{.act = [outcome = readOutcome(fields["outcome"])](Stage& stage) {
+    return stage.handOvers().answer(outcome);
+  }};
 }
 
 What post(const JSON& fields) {

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "apps/vtflow/drive/exit_status.h"
+#include "apps/vtflow/drive/hand_over/driven_sdks.h"
 #include "apps/vtflow/drive/line_reader.h"
 #include "apps/vtflow/drive/line_writer.h"
 #include "apps/vtflow/drive/passkey_user.h"
@@ -54,6 +55,7 @@ class Drive {
   const std::shared_ptr<LineWriter> out_;
   const std::shared_ptr<WatchedTransport> transport_;
   const std::shared_ptr<PasskeyUser> passkeyUser_;
+  const std::shared_ptr<HandOvers> handOvers_;
   // The store, when it opens, may have to tell something.
   const PlatformScope console_;
   const PlatformScope ports_;
@@ -68,9 +70,10 @@ Drive::Drive(const DriveOptions& options, int output)
       out_(greet(output)),
       transport_(makeTransport()),
       passkeyUser_(std::make_shared<PasskeyUser>(options.userVerification == "yes")),
+      handOvers_(std::make_shared<HandOvers>(out_)),
       console_(consoleAlone()),
       ports_(allPorts()),
-      stage_(host_, *out_),
+      stage_(host_, *out_, handOvers_),
       session_(std::make_shared<Session>(stage_, *out_, activity(), [this](int status) {
         status_ = status;
         loop_->quit();
@@ -159,6 +162,10 @@ Platform Drive::allPorts() const {
   platform.pictureCodec = std::make_shared<pictures::Codec>();
   platform.device = std::make_shared<DescribedDevice>(options_.screen().scale, idiom);
   platform.makeCredentialsManager = makeWebAuthnClients(passkeys());
+  const bool jailbroken = options_.deviceJailbroken;
+  platform.netverify = std::make_shared<DrivenNetverifySDK>(handOvers_, jailbroken);
+  platform.jumioAuthentication = std::make_shared<DrivenAuthenticationSDK>(handOvers_, jailbroken);
+  platform.onfido = std::make_shared<DrivenOnfidoSDK>(handOvers_);
   return platform;
 }
 

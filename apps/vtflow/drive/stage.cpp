@@ -28,8 +28,9 @@ std::shared_ptr<NavigationController> asNavigation(const std::shared_ptr<ViewCon
 
 }  // namespace
 
-Stage::Stage(std::shared_ptr<HostViewController> host, LineWriter& out)
-    : host_(std::move(host)), out_(out) {
+Stage::Stage(std::shared_ptr<HostViewController> host, LineWriter& out,
+             std::shared_ptr<HandOvers> handOvers)
+    : host_(std::move(host)), out_(out), handOvers_(std::move(handOvers)) {
   changes_ = host_->presentationChanged.subscribe(
       [this](const PresentationChange& change) { presentationChanged(change); });
 }

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "apps/vtflow/drive/hand_over/hand_overs.h"
 #include "apps/vtflow/drive/line_writer.h"
 #include "apps/vtflow/drive/screens/screen_adapter.h"
 #include "veltrane/toolkit/alert_controller.h"
@@ -19,12 +20,15 @@ namespace veltrane::tool {
 /// only.
 class Stage {
  public:
-  Stage(std::shared_ptr<HostViewController> host, LineWriter& out);
+  Stage(std::shared_ptr<HostViewController> host, LineWriter& out,
+        std::shared_ptr<HandOvers> handOvers);
 
   /// Null while no flow is presented.
   ScreenAdapter* screenOnDisplay();
   /// The message box over the screen; null when there is none.
   std::shared_ptr<AlertController> alertOnDisplay() const;
+  /// The identity SDKs that the user has before them.
+  HandOvers& handOvers() const { return *handOvers_; }
   bool isFlowPresented() const { return host_->presentedViewController() != nullptr; }
   /// A screen of the flow, on display or under another, asks the server from time to time.
   bool isPolling() const;
@@ -58,6 +62,7 @@ class Stage {
 
   std::shared_ptr<HostViewController> host_;
   LineWriter& out_;
+  std::shared_ptr<HandOvers> handOvers_;
   std::vector<Entry> entries_;
   std::int64_t lastNumber_ = 0;
   bool loadingTold_ = false;
