@@ -1,8 +1,11 @@
 #include "tests/driver/driver_test.h"
 
 #include <cstdlib>
+#include <sstream>
 #include <system_error>
 #include <utility>
+
+#include "apps/vtflow/tool.h"
 
 namespace veltrane::testing {
 
@@ -15,6 +18,16 @@ ScratchFolder::ScratchFolder() {
 ScratchFolder::~ScratchFolder() {
   std::error_code ignored;
   std::filesystem::remove_all(path_, ignored);
+}
+
+ToolOutcome runTool(const std::vector<std::string>& arguments, int input) {
+  std::vector<const char*> words = {"vtflow"};
+  for (const std::string& word : arguments) words.push_back(word.c_str());
+  std::ostringstream text;
+  std::ostringstream errors;
+  const int status = tool::runTool(static_cast<int>(words.size()), words.data(),
+                                   {.input = input, .output = -1, .text = text, .errors = errors});
+  return {status, text.str(), errors.str()};
 }
 
 std::unique_ptr<ScratchFolder> DriverTest::folder_;

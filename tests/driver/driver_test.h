@@ -27,6 +27,16 @@ class ScratchFolder {
   std::filesystem::path path_;
 };
 
+/// What a command of the tool came to.
+struct ToolOutcome {
+  int status;
+  std::string text;
+  std::string errors;
+};
+
+/// Runs a command in this process. `input`: a descriptor, the caller's.
+ToolOutcome runTool(const std::vector<std::string>& arguments, int input = -1);
+
 /// Drives flows that are asked of a sandbox server in this process.
 class DriverTest : public ::testing::Test {
  protected:

@@ -15,10 +15,6 @@ std::string consoleText(const DriverProcess& driver) {
   return text;
 }
 
-std::string path(const sandbox::RecordedRequest& request) {
-  return request.path;
-}
-
 TEST_F(Options, PropsAreTheBodyOfTheFirstRequest) {
   DriverProcess driver(
       arguments("sign-in", {"--prop", "number=2.5", "--prop", "list=[1,\"a\"]", "--prop",
@@ -32,24 +28,6 @@ TEST_F(Options, PropsAreTheBodyOfTheFirstRequest) {
                               {"empty", ""},
                               {"nothing", nullptr},
                               {"broken", "{\"a\":"}}));
-}
-
-TEST_F(Options, WithoutPropsThereIsNoBody) {
-  DriverProcess driver(arguments("sign-in"));
-  driver.untilScreen();
-  EXPECT_EQ(server().requests().back().body, "");
-}
-
-TEST_F(Options, TheFlowWinsOverThePolicy) {
-  DriverProcess both(arguments("sign-in", {"--policy", "other"}));
-  both.untilScreen();
-  EXPECT_EQ(path(server().requests().back()), "/v1/auth/acme/flows/sign-in/start");
-
-  auto policyAlone = arguments("sign-in");
-  policyAlone[3] = "--policy";
-  DriverProcess policy(policyAlone);
-  policy.untilScreen();
-  EXPECT_EQ(path(server().requests().back()), "/v1/auth/acme/policy/sign-in/start");
 }
 
 TEST_F(Options, TheNamedServerIsAsked) {

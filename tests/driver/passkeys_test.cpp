@@ -4,10 +4,8 @@
 
 #include <algorithm>
 #include <fstream>
-#include <sstream>
 
 #include "apps/vtflow/doctor/passkey_file.h"
-#include "apps/vtflow/tool.h"
 #include "tests/driver/driver_test.h"
 
 namespace veltrane::testing {
@@ -17,22 +15,6 @@ using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
-
-struct Outcome {
-  int status;
-  std::string text;
-  std::string errors;
-};
-
-Outcome run(std::vector<std::string> arguments, int input = -1) {
-  std::vector<const char*> words = {"vtflow"};
-  for (const std::string& word : arguments) words.push_back(word.c_str());
-  std::ostringstream text;
-  std::ostringstream errors;
-  const int status = tool::runTool(static_cast<int>(words.size()), words.data(),
-                                   {.input = input, .output = -1, .text = text, .errors = errors});
-  return {status, text.str(), errors.str()};
-}
 
 /// A terminal at which somebody has typed that.
 class Typed {
@@ -79,9 +61,9 @@ class Passkeys : public DriverTest {
     return driver.events("result").at(0);
   }
 
-  static Outcome manage(std::vector<std::string> words, int input = -1) {
+  static ToolOutcome manage(std::vector<std::string> words, int input = -1) {
     words.insert(words.begin(), "passkeys");
-    return run(std::move(words), input);
+    return runTool(words, input);
   }
 
   std::string list() const { return manage({"list", "--credentials", file()}).text; }
@@ -198,7 +180,7 @@ TEST_F(Passkeys, InADamagedFileAreToldOfOnceAndLeftToWhoDeletesThem) {
 
 TEST(PasskeysHelp, TellsOfEveryCommandTheFileItTakes) {
   for (const char* const command : {"list", "delete", "reset"}) {
-    const auto help = run({"passkeys", command, "--help"}).text;
+    const auto help = runTool({"passkeys", command, "--help"}).text;
     EXPECT_THAT(help, AllOf(HasSubstr("--credentials FILE"), HasSubstr("passkeys.db")));
   }
 }

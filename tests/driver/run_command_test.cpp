@@ -99,8 +99,6 @@ TEST_F(RunCommand, WrongUseIsStatusTwoAndOneLineThatNamesIt) {
       {{"--pictures", "/proc/pictures"}, "cannot write"},
       {{"--text-scale", "nan"}, "\"nan\""},
       {{"--size", "0x0"}, "\"0x0\""},
-      {{"--store", "/"}, "is a folder"},
-      {{"--theme", "labelTextColor=red"}, "\"red\""},
       {{"--flwo", "x"}, "did you mean --flow?"},
       {script("a.json", R"([{"do":"input","key":"username"}])"), "a.json: command 1"},
       {script("b.json", R"([{"do":"press"},{"do":"input","text":"x"}])"), "b.json: command 2"},

@@ -163,17 +163,6 @@ TEST_F(SignIn, GoesBackToTheFirstStepAndOnAgain) {
   EXPECT_EQ(lastBody().at("parameters").at("remember"), false);
 }
 
-TEST_F(SignIn, CancelEndsTheRunAsTheUsersWish) {
-  DriverProcess driver(arguments("sign-in"));
-  driver.untilScreen();
-  driver.send({{"do", "cancel"}});
-  const auto error = driver.until("result").at("error");
-  EXPECT_EQ(error.at("reason"), "veltraneError");
-  EXPECT_EQ(error.at("description"), "User Cancelled");
-  driver.until("dismissed");
-  EXPECT_EQ(driver.wait(), 3);
-}
-
 TEST_F(SignIn, AnErrorAnswerReachesTheHostWithItsFields) {
   DriverProcess driver(arguments("sign-in"));
   giveName(driver);

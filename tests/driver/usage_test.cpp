@@ -1,10 +1,8 @@
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
 
 #include "apps/vtflow/drive/drive_options.h"
 #include "apps/vtflow/messages.h"
-#include "apps/vtflow/tool.h"
 #include "apps/vtflow/window/run_command.h"
 #include "tests/driver/driver_test.h"
 
@@ -15,25 +13,9 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-struct Outcome {
-  int status;
-  std::string text;
-  std::string errors;
-};
-
-Outcome run(std::vector<const char*> arguments) {
-  std::ostringstream text;
-  std::ostringstream errors;
-  arguments.insert(arguments.begin(), "vtflow");
-  const auto count = static_cast<int>(arguments.size());
-  const int status = tool::runTool(count, arguments.data(),
-                                   {.input = -1, .output = -1, .text = text, .errors = errors});
-  return {status, text.str(), errors.str()};
-}
-
 TEST(Usage, WrongUseIsStatusTwoAndOneLineThatNamesIt) {
   struct Wrong {
-    std::vector<const char*> arguments;
+    std::vector<std::string> arguments;
     const char* named;
   };
   const Wrong wrong[] = {
@@ -86,10 +68,10 @@ TEST(Usage, WrongUseIsStatusTwoAndOneLineThatNamesIt) {
       {{"passkeys", "delete", ""}, "must not be empty"},
   };
   for (const auto& [arguments, named] : wrong) {
-    const auto outcome = run(arguments);
+    const auto outcome = runTool(arguments);
     EXPECT_EQ(outcome.status, 2) << named;
     EXPECT_THAT(outcome.errors, HasSubstr(named));
-    const auto help = arguments.empty() ? "vtflow" : std::string("vtflow ") + arguments.front();
+    const auto help = arguments.empty() ? "vtflow" : "vtflow " + arguments.front();
     EXPECT_THAT(outcome.errors, HasSubstr("(see " + help + " --help)"));
     EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
     EXPECT_THAT(outcome.text, IsEmpty()) << named;
@@ -98,7 +80,7 @@ TEST(Usage, WrongUseIsStatusTwoAndOneLineThatNamesIt) {
 
 TEST(Usage, AWordThatNobodyKnowsIsToldBeforeWhatIsMissing) {
   struct Wrong {
-    std::vector<const char*> arguments;
+    std::vector<std::string> arguments;
     const char* told;
   };
   const Wrong wrong[] = {
@@ -125,19 +107,19 @@ TEST(Usage, AWordThatNobodyKnowsIsToldBeforeWhatIsMissing) {
       {{"passkeys", "delete", "--yess"}, "did you mean --yes?"},
   };
   for (const auto& [arguments, told] : wrong) {
-    const auto outcome = run(arguments);
+    const auto outcome = runTool(arguments);
     EXPECT_EQ(outcome.status, 2) << told;
     EXPECT_THAT(outcome.errors, HasSubstr(told));
     EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << told;
   }
-  const auto secret = run({"drive", "--company", "a", "--access-tokn=planted"}).errors;
+  const auto secret = runTool({"drive", "--company", "a", "--access-tokn=planted"}).errors;
   EXPECT_THAT(secret, HasSubstr("did you mean --access-token?"));
   EXPECT_THAT(secret, Not(HasSubstr("planted")));
 }
 
 TEST(Usage, AFolderWithoutAFlowIsNothingToServe) {
   const ScratchFolder folder;
-  const auto outcome = run({"serve", "--flows", folder.path().c_str()});
+  const auto outcome = runTool({"serve", "--flows", folder.path().c_str()});
   EXPECT_EQ(outcome.status, 2);
   EXPECT_THAT(outcome.errors, HasSubstr("there is no flow"));
   EXPECT_THAT(outcome.errors, HasSubstr(folder.path().string()));
@@ -150,7 +132,7 @@ TEST(Usage, AFileThatHoldsSomethingElseIsNoStore) {
   for (const char* const text : {"a text\n", "SQLite format 2 and much more"}) {
     std::ofstream(file) << text;
     for (const char* const option : {"--store", "--credentials"}) {
-      const auto outcome = run({"drive", "--company", "a", option, file.c_str()});
+      const auto outcome = runTool({"drive", "--company", "a", option, file.c_str()});
       EXPECT_EQ(outcome.status, 2) << text;
       EXPECT_THAT(outcome.errors, HasSubstr("notes.txt\" holds something else"));
     }
@@ -177,11 +159,11 @@ TEST(Usage, MessagesAreReasons) {
 }
 
 TEST(Usage, HelpAndVersionAreThereForEachCommand) {
-  EXPECT_THAT(run({"--help"}).text, HasSubstr("drive"));
-  EXPECT_THAT(run({"drive", "--help"}).text, HasSubstr("--user-verification"));
-  EXPECT_THAT(run({"serve", "--help"}).text, HasSubstr("--flows"));
-  EXPECT_THAT(run({"--version"}).text, HasSubstr("vtflow "));
-  for (const char* const option : {"--help", "--version"}) EXPECT_EQ(run({option}).status, 0);
+  EXPECT_THAT(runTool({"--help"}).text, HasSubstr("drive"));
+  EXPECT_THAT(runTool({"drive", "--help"}).text, HasSubstr("--user-verification"));
+  EXPECT_THAT(runTool({"serve", "--help"}).text, HasSubstr("--flows"));
+  EXPECT_THAT(runTool({"--version"}).text, HasSubstr("vtflow "));
+  for (const char* const option : {"--help", "--version"}) EXPECT_EQ(runTool({option}).status, 0);
 }
 
 TEST(Usage, ScreenSizesAreReadStrictly) {

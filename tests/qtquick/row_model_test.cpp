@@ -98,17 +98,5 @@ TEST_F(RowModelTest, FollowsAnyReload) {
   }
 }
 
-TEST_F(RowModelTest, FindsTheWayForTheKeyboard) {
-  source.show({"La", "Fb", "Lc", "Fd"});
-  EXPECT_EQ(model.nextFocusRow(-1, 1), 1);
-  EXPECT_EQ(model.nextFocusRow(1, 1), 3);
-  EXPECT_EQ(model.nextFocusRow(3, 1), -1);
-  EXPECT_EQ(model.nextFocusRow(4, -1), 3);
-  EXPECT_EQ(model.nextFocusRow(1, -1), -1);
-  EXPECT_EQ(model.cellClass(17), "");
-  EXPECT_EQ(model.rowOfKey("d"), 3);
-  EXPECT_EQ(model.rowOfKey("z"), -1);
-}
-
 }  // namespace
 }  // namespace veltrane::qtquick

@@ -134,14 +134,5 @@ TEST_F(WindowProgram, SaysWhatAScriptCannotDo) {
   EXPECT_EQ(errors.count('\n'), 1);
 }
 
-TEST_F(WindowProgram, RefusesWrongUse) {
-  EXPECT_EQ(run({"--flow", "x"}), 2);
-  EXPECT_TRUE(errors.contains("--company"));
-  EXPECT_EQ(run({"--company", "acme", "--size", "wide"}), 2);
-  EXPECT_EQ(run({"--company", "acme", "--text-scale", "9"}), 2);
-  EXPECT_EQ(run({"--help"}), 0);
-  EXPECT_TRUE(output.contains("--pictures"));
-}
-
 }  // namespace
 }  // namespace veltrane

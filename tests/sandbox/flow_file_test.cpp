@@ -131,22 +131,6 @@ TEST_F(FlowsTest, aReplacedFlowLeavesItsRunsAlone) {
   EXPECT_EQ(send(event)->status, 200);
 }
 
-TEST_F(FlowsTest, allShippedFlowsAreServed) {
-  server.reset();
-  start({.flowsFolder = shippedFlowsFolder()});
-  const auto ids = server->flowIds();
-  EXPECT_THAT(ids, testing::IsSupersetOf(
-                       {"every-control", "two-step-sign-in", "next-user-view", "on-load-rows",
-                        "error-answer", "no-screen-session", "new-flow", "unsupported-screen",
-                        "phone-screen", "right-to-left", "themed-dark", "method-list",
-                        "push-approval", "qr-code", "pictures", "slow-picture", "broken-picture"}));
-  for (const std::string& id : ids) {
-    const auto answer = send(startOf(id));
-    EXPECT_EQ(answer->status, 200) << id;
-    EXPECT_THAT(answer->body, testing::Not(HasSubstr("${"))) << id;
-  }
-}
-
 TEST_F(FlowsTest, aWrongFlowFileStopsTheStartAndIsNamed) {
   const auto file = folder_.path() / "broken.json";
   std::ofstream(file) << R"({"start": {}, "evnts": {}})";

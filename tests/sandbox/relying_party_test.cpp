@@ -232,52 +232,5 @@ TEST_F(RelyingPartyTest, theCounterMustGrowUnlessThereIsNone) {
   EXPECT_EQ(signInWith(0x80000000U), "");
 }
 
-/// The flows that come along, asked over the line.
-class PasskeyFlowTest : public SandboxTest {
- protected:
-  PasskeyFlowTest() { start({.flowsFolder = shippedFlowsFolder()}); }
-
-  /// The document of a run.
-  json startFlow(const std::string& flow) { return json::parse(send(startOf(flow))->body); }
-
-  httplib::Result sendEvent(const json& document, const char* name, const json& parameters) {
-    const std::string capability = document["capabilityName"];
-    const std::string interaction = document["interactionId"];
-    const json body{{"eventName", name},
-                    {"connectionId", document["connectionId"]},
-                    {"capabilityName", capability},
-                    {"id", document["id"]},
-                    {"parameters", parameters}};
-    return send({.path = "/v1/auth/acme/connections/conn-passkeys-64/capabilities/" + capability +
-                         "?interactionId=" + interaction,
-                 .body = body.dump()});
-  }
-};
-
-TEST_F(PasskeyFlowTest, onePasskeyServesBothFlowsAndNoReplay) {
-  TestAuthenticator authenticator;
-  const json user{{"username", "alice"}};
-  const json none = json::parse(sendEvent(startFlow("passkey-login"), "startSignIn", user)->body);
-  EXPECT_EQ(none["code"], "noPasskey");
-
-  const json registering = startFlow("passkey-register");
-  const json creation = json::parse(sendEvent(registering, "startRegistration", user)->body);
-  EXPECT_EQ(creation["success"], 1);
-  const json made{{"webAuthnResponse", authenticator.registration(creation[kCreationOptions])}};
-  EXPECT_EQ(json::parse(sendEvent(registering, "finishRegistration", made)->body)["success"], 1);
-
-  authenticator.origin = server->baseURL().substr(0, server->baseURL().size() - 3);
-  const json signing = startFlow("passkey-login");
-  const json request = json::parse(sendEvent(signing, "startSignIn", user)->body);
-  const json got{{"webAuthnResponse", authenticator.assertion(request[kRequestOptions])}};
-  const auto session = sendEvent(signing, "finishSignIn", got);
-  EXPECT_EQ(session->status, 200);
-  EXPECT_TRUE(json::parse(session->body).contains("access_token"));
-  const auto replay = sendEvent(signing, "finishSignIn", got);
-  EXPECT_EQ(replay->status, 400);
-  EXPECT_EQ(json::parse(replay->body)["code"], "wrongChallenge");
-  EXPECT_EQ(sendEvent(signing, "finishSignIn", json::object())->status, 400);
-}
-
 }  // namespace
 }  // namespace veltrane::sandbox::test
