@@ -36,11 +36,23 @@ if [ -n "$has_display" ] && grep -qF '${challenge:' "$script"; then
   echo "(a browser warns of its certificate, which only this machine knows)"
 fi
 
+# What stands for a camera with a person before it. The window of `vtflow run` by itself uses this
+# machine's camera.
+camera=()
+if grep -qF '"needs": "camera"' "$script"; then
+  portrait=grace_hopper.jpg
+  photographs=$(scripts/fetch-photographs.sh "$portrait")
+  "$1/apps/face_clip/face_clip" "$photographs/$portrait" "$scratch/clip"
+  camera=(--camera "$scratch/clip")
+  echo "The camera shows a photograph of Grace Hopper (US Navy, in the public domain)."
+  [ -z "$has_display" ] || echo "What the sandbox got it shows at ${url%/v1}/face"
+fi
+
 # Answers by its status how the flow has ended.
 play() {
   local script="apps/sandbox/flows/$1.json" pictures="demo-pictures/$1" status=0
   local arguments=(run --company demo --flow "$1" --base-url "$url" --ca "$authority"
-    --look "$script" --store "$scratch/settings.db" --credentials "$scratch/passkeys.db")
+    --look "$script" --store "$scratch/settings.db" --credentials "$scratch/passkeys.db" "${camera[@]}")
   if [ -n "$has_display" ]; then
     "$vtflow" "${arguments[@]}"
     return
@@ -49,6 +61,10 @@ play() {
   rm -f "$pictures"/*.png
   QT_QPA_PLATFORM=offscreen XDG_RUNTIME_DIR="${XDG_RUNTIME_DIR:-$scratch}" \
     "$vtflow" "${arguments[@]}" --pictures "$pictures" --script "$script" || status=$?
+  if [ ${#camera[@]} -gt 0 ] && [ "$status" -eq 0 ]; then
+    curl -sS --cacert "$authority" -o "$pictures/arrived.png" "${url%/v1}/face/picture.png"
+    echo "The picture that the sandbox got is $pictures/arrived.png."
+  fi
   echo "There is no display: the flow ran off screen. Its screens are in $pictures:"
   ls "$pictures"
   return "$status"

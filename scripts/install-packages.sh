@@ -3,7 +3,7 @@
 # time when all is there. Needs root, or sudo.
 set -eu
 
-build="ca-certificates cmake g++ ninja-build ccache
+build="ca-certificates curl cmake g++ ninja-build ccache
   libcurl4-openssl-dev libssl-dev libsqlite3-dev nlohmann-json3-dev libcpp-httplib-dev libcli11-dev
   pkg-config libqrencode-dev libpng-dev libjpeg62-turbo-dev libwebp-dev libgif-dev libexif-dev
   libdeflate-dev libzimg-dev libyuv-dev libpixman-1-dev

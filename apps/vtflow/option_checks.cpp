@@ -22,6 +22,7 @@
 
 #include "apps/vtflow/flow_options.h"
 #include "platform/curl/hop.h"
+#include "platform/opencv/file_camera.h"
 
 namespace veltrane::tool {
 namespace {
@@ -189,6 +190,12 @@ std::string checkPasskeyFile(const std::string& text) {
   if (text.empty()) return "must be a file";
   std::error_code error;
   return fs::exists(text, error) ? checkReadableFile(text) : "";
+}
+
+std::string checkCamera(const std::string& text) {
+  const auto unreadable = checkReadablePath(text);
+  if (!unreadable.empty()) return unreadable;
+  return opencv::fileCameraProblem(text).value_or("");
 }
 
 std::string checkFlowsFolder(const std::string& text) {

@@ -38,6 +38,8 @@ std::string checkReadableFile(const std::string& text);
 std::string checkReadablePath(const std::string& text);
 /// A file that can be read if it is there. Whether it may be written is for the command to find.
 std::string checkPasskeyFile(const std::string& text);
+/// What can stand for a camera: a picture, a folder with one, or a video. Loads what reads them.
+std::string checkCamera(const std::string& text);
 /// A folder with at least one "*.json" file.
 std::string checkFlowsFolder(const std::string& text);
 /// A folder that is there, or can be made, and that files can be made in.

@@ -1,6 +1,7 @@
 // Opens a flow in a window; with --pictures off screen.
 #include <CLI/CLI.hpp>
 #include <QGuiApplication>
+#include <atomic>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -18,12 +19,15 @@
 #include "apps/window/script.h"
 #include "apps/window/window_options.h"
 #include "apps/window/window_run.h"
+#include "platform/opencv/file_camera.h"
 #include "platform/qtquick/install.h"
 
 namespace {
 
 using namespace veltrane;
 namespace exit_status = tool::exit_status;
+
+constexpr double kFramesPerSecond = 30;
 
 void setUnlessSet(const char* variable, const char* value) {
   const char* const former = std::getenv(variable);
@@ -46,7 +50,8 @@ std::unique_ptr<QGuiApplication> makeApplication(int& count, char** words) {
   return std::make_unique<QGuiApplication>(count, words);
 }
 
-void installPlatform(const window::WindowOptions& options, const std::filesystem::path& folder) {
+void installPlatform(const window::WindowOptions& options, const std::filesystem::path& folder,
+                     const std::shared_ptr<std::atomic<bool>>& cameraHasEnded) {
   qtquick::Options wishes;
   wishes.authorityFile = options.flow.authorityFile;
   wishes.settingsFile = options.flow.store.value_or(folder / "settings.db");
@@ -55,6 +60,15 @@ void installPlatform(const window::WindowOptions& options, const std::filesystem
   if (options.script && !options.credentials) wishes.passkeysFile = folder / "passkeys.db";
   if (options.tablet) wishes.idiom = InterfaceIdiom::pad;
   auto platform = qtquick::makePlatform(wishes);
+  if (options.camera) {
+    // At a camera's pace, so that a person can follow.
+    platform.makeCamera = [path = *options.camera, cameraHasEnded] {
+      *cameraHasEnded = false;
+      return opencv::makeFileCamera({.path = path,
+                                     .framesPerSecond = kFramesPerSecond,
+                                     .ended = [cameraHasEnded] { *cameraHasEnded = true; }});
+    };
+  }
   if (!options.verbose) platform.console = std::make_shared<tool::Silence>();
   Platform::install(std::move(platform));
   tool::applyServerURLs(options.flow);
@@ -69,10 +83,11 @@ int run(window::WindowOptions& options, int& count, char** words) {
   const tool::TerminationSignals held;
   const auto application = makeApplication(count, words);
   const tool::TemporaryFolder folder;
-  installPlatform(options, folder.path());
+  const auto cameraHasEnded = std::make_shared<std::atomic<bool>>(false);
+  installPlatform(options, folder.path(), cameraHasEnded);
   int status = exit_status::kNoResult;
   {
-    window::WindowRun flow(options, std::move(script));
+    window::WindowRun flow(options, std::move(script), cameraHasEnded);
     const tool::SignalWatch watch([&flow] {
       QMetaObject::invokeMethod(
           &flow, [&flow] { flow.giveUp("interrupted"); }, Qt::QueuedConnection);

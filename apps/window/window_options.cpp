@@ -70,6 +70,12 @@ void addWindowOptions(CLI::App& command, WindowOptions& options) {
       ->check(tool::checkedBy(tool::checkStoreFile))
       ->type_name("FILE");
   command
+      .add_option("--camera", options.camera,
+                  "Picture, folder of pictures or video that stands for the camera; absent: this "
+                  "machine's own")
+      ->check(tool::checkedBy(tool::checkCamera))
+      ->type_name("PATH");
+  command
       .add_option(
           "--pictures", options.pictures,
           "Show nothing; leave a PNG of each screen in this folder. What an earlier run left "

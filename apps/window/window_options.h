@@ -23,6 +23,8 @@ struct WindowOptions {
   QSize size{390, 844};
   /// This machine's passkeys; absent: the user's own, but temporary ones for a script.
   std::optional<std::filesystem::path> credentials;
+  /// A picture, a folder of them or a video that stands for the camera; absent: this machine's.
+  std::optional<std::filesystem::path> camera;
   /// Folder for a picture of each screen; given: nothing is shown on the display.
   std::optional<std::filesystem::path> pictures;
   /// What a user does, played by the program.

@@ -26,7 +26,7 @@ constexpr int kNoticeable = 400;
 /// Enough for every form; a list of thousands has more of the same.
 constexpr int kMostPages = 12;
 /// Milliseconds without anything new before a script that is over is the end of the run.
-constexpr int kLastWait = 1'000;
+constexpr int kLastWait = 1'500;
 /// Rests that a picture needs to come in after it has arrived.
 constexpr int kComingIn = 4;
 
@@ -60,7 +60,9 @@ class WindowRun::Delegate final : public VeltraneFlowDelegate {
   WindowRun& run_;
 };
 
-WindowRun::WindowRun(const WindowOptions& options, std::vector<JSON> script) : options_(options) {
+WindowRun::WindowRun(const WindowOptions& options, std::vector<JSON> script,
+                     std::shared_ptr<const std::atomic<bool>> cameraHasEnded)
+    : options_(options), cameraHasEnded_(std::move(cameraHasEnded)) {
   window_.setTitle(QStringLiteral("Veltrane Flow"));
   window_.resize(options.size);
   presenter_ = std::make_unique<qtquick::FlowPresenter>(&window_);
@@ -128,6 +130,10 @@ void WindowRun::happened(const PresentationChange& change) {
   turned_ = 0;
   hasShownLoading_ = false;
   waiting_.invalidate();
+  capture_ =
+      CaptureWatch::make(change.controller, [this](const std::string& name) { captureSeen(name); });
+  // It goes as soon as a face is taken: whatever fades would not be there yet.
+  if (capture_ && pictures_) presenter_->stage().setReducedMotion(true);
   const char* how = change.transition == Transition::back ? "back to  " : "screen   ";
   say(how + nameOf(*change.controller));
 }
@@ -262,9 +268,7 @@ void WindowRun::playOn() {
     return;
   }
   if (player_->isDone()) {
-    const auto* screen =
-        qobject_cast<const qtquick::ListScreenItem*>(presenter_->stage().activeView());
-    if (screen && screen->isPolling()) return;
+    if (mayGoOnByItself()) return;
     if (!calm_.isValid()) calm_.start();
     if (!calm_.hasExpired(kLastWait)) return;
     return giveUp("the script has ended before the flow");
@@ -275,6 +279,18 @@ void WindowRun::playOn() {
     say("refused  " + *refusal);
     giveUp("the script cannot go on");
   }
+}
+
+bool WindowRun::mayGoOnByItself() const {
+  const auto* view = presenter_->stage().activeView();
+  const auto* screen = qobject_cast<const qtquick::ListScreenItem*>(view);
+  if (screen) return screen->isPolling();
+  return capture_ && capture_->isCapturing() && !(cameraHasEnded_ && *cameraHasEnded_);
+}
+
+void WindowRun::captureSeen(const std::string& name) {
+  say("sees     " + name);
+  saveAs("face capture " + name);
 }
 
 void WindowRun::giveUp(const std::string& why) {

@@ -4,11 +4,13 @@
 #include <QObject>
 #include <QQuickWindow>
 #include <QTimer>
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "apps/window/capture_watch.h"
 #include "apps/window/exit_report.h"
 #include "apps/window/passkey_player.h"
 #include "apps/window/pictures.h"
@@ -26,8 +28,10 @@ class WindowRun final : public QObject {
   Q_OBJECT
 
  public:
-  /// `script`: empty for a flow that a person goes through.
-  WindowRun(const WindowOptions& options, std::vector<JSON> script);
+  /// `script`: empty for a flow that a person goes through. `cameraHasEnded`: whether nothing new
+  /// comes of the camera any more; null for one that never ends.
+  WindowRun(const WindowOptions& options, std::vector<JSON> script,
+            std::shared_ptr<const std::atomic<bool>> cameraHasEnded = nullptr);
   ~WindowRun() override;
 
   /// Runs until the flow has gone, the window is closed or the script ends: the exit status.
@@ -46,6 +50,9 @@ class WindowRun final : public QObject {
   bool isAtRest() const;
   /// Pictures that are still on their way, within reason.
   bool waitsForPictures();
+  /// Something may come of the screen on display by itself.
+  bool mayGoOnByItself() const;
+  void captureSeen(const std::string& name);
   void takePicture();
   void savePicture(const std::string& addition);
   void saveAs(const std::string& name);
@@ -62,11 +69,14 @@ class WindowRun final : public QObject {
   static void say(const std::string& line);
 
   WindowOptions options_;
+  const std::shared_ptr<const std::atomic<bool>> cameraHasEnded_;
   QQuickWindow window_;
   std::unique_ptr<qtquick::FlowPresenter> presenter_;
   std::unique_ptr<Pictures> pictures_;
   std::unique_ptr<ScriptPlayer> player_;
   std::unique_ptr<PasskeyPlayer> passkeyPlayer_;
+  /// Of the camera screen that came last.
+  std::unique_ptr<CaptureWatch> capture_;
   std::shared_ptr<VTFlow> flow_;
   std::optional<ExitReport> report_;
   /// Fires once nothing has moved for a moment.

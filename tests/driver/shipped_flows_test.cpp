@@ -1,6 +1,7 @@
 #include <fstream>
 
 #include "tests/driver/driver_test.h"
+#include "tests/driver/face_clip.h"
 
 namespace veltrane::testing {
 namespace {
@@ -31,9 +32,22 @@ class ShippedFlow : public ::testing::TestWithParam<std::filesystem::path> {
  protected:
   void drive(const std::filesystem::path& file) const {
     const json flow = contentOf(file);
-    DriverProcess driver({"drive", "--company", "acme", "--flow", file.stem().string(),
-                          "--base-url", server_.baseURL(), "--ca", server_.authorityFile().string(),
-                          "--credentials", folder_.path() / "passkeys.db"});
+    std::vector<std::string> arguments = {"drive",
+                                          "--company",
+                                          "acme",
+                                          "--flow",
+                                          file.stem(),
+                                          "--base-url",
+                                          server_.baseURL(),
+                                          "--ca",
+                                          server_.authorityFile(),
+                                          "--credentials",
+                                          folder_.path() / "passkeys.db"};
+    if (flow.contains("needs")) {
+      writeClip(folder_.path() / "clip");
+      arguments.insert(arguments.end(), {"--camera", folder_.path() / "clip"});
+    }
+    DriverProcess driver(arguments);
     for (const auto& command : flow.value("demo", json::array())) driver.send(command);
     driver.closeInput();
     const auto expected = flow.value("expect", json::object());

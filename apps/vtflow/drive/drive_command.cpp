@@ -17,6 +17,8 @@
 #include "platform/authenticator/platform_authenticator.h"
 #include "platform/curl/curl_transport.h"
 #include "platform/loop/run_loop.h"
+#include "platform/opencv/face_vision.h"
+#include "platform/opencv/file_camera.h"
 #include "platform/pictures/codec.h"
 #include "platform/publicsuffix/public_suffix_list.h"
 #include "platform/sqlite/sqlite_store.h"
@@ -29,6 +31,8 @@
 
 namespace veltrane::tool {
 namespace {
+
+constexpr double kFramesPerSecond = 30;
 
 /// A run from its first line to its last. Members go in the reverse of their order, so that nothing
 /// outlives what it uses.
@@ -43,7 +47,8 @@ class Drive {
   std::shared_ptr<WatchedTransport> makeTransport() const;
   Platform consoleAlone() const;
   WebAuthnClient::Parts passkeys() const;
-  Platform allPorts() const;
+  std::shared_ptr<Camera> makeCamera();
+  Platform allPorts();
   Activity activity() const;
   /// Work for the main thread that is not the flow's own.
   template <typename Work>
@@ -56,6 +61,8 @@ class Drive {
   const std::shared_ptr<WatchedTransport> transport_;
   const std::shared_ptr<PasskeyUser> passkeyUser_;
   const std::shared_ptr<HandOvers> handOvers_;
+  /// Of the latest camera: nothing new comes of it any more.
+  std::shared_ptr<bool> cameraHasEnded_ = std::make_shared<bool>(false);
   // The store, when it opens, may have to tell something.
   const PlatformScope console_;
   const PlatformScope ports_;
@@ -146,7 +153,18 @@ WebAuthnClient::Parts Drive::passkeys() const {
           .suffixes = publicsuffix::make()};
 }
 
-Platform Drive::allPorts() const {
+/// The pace of a folder of pictures is that of a camera, for it says what it sees in each.
+std::shared_ptr<Camera> Drive::makeCamera() {
+  const auto hasEnded = cameraHasEnded_ = std::make_shared<bool>(false);
+  return opencv::makeFileCamera({.path = *options_.camera,
+                                 .framesPerSecond = kFramesPerSecond,
+                                 .ended = [hasEnded, loop = std::weak_ptr(loop_)] {
+                                   if (const auto running = loop.lock())
+                                     running->postExternal([=] { *hasEnded = true; });
+                                 }});
+}
+
+Platform Drive::allPorts() {
   auto platform = consoleAlone();
   const auto idiom = options_.tablet ? InterfaceIdiom::pad : InterfaceIdiom::phone;
   platform.mainQueue = loop_;
@@ -166,6 +184,8 @@ Platform Drive::allPorts() const {
   platform.netverify = std::make_shared<DrivenNetverifySDK>(handOvers_, jailbroken);
   platform.jumioAuthentication = std::make_shared<DrivenAuthenticationSDK>(handOvers_, jailbroken);
   platform.onfido = std::make_shared<DrivenOnfidoSDK>(handOvers_);
+  if (options_.camera) platform.makeCamera = [this] { return makeCamera(); };
+  platform.makeFaceVision = opencv::makeFaceVision;
   return platform;
 }
 
@@ -174,7 +194,8 @@ Activity Drive::activity() const {
               [this] {
                 return transport_->underWay(RequestPurpose::call) > 0 || passkeyUser_->isAsked();
               },
-          .hasQueuedWork = [this] { return loop_->hasQueuedWork(); }};
+          .hasQueuedWork = [this] { return loop_->hasQueuedWork(); },
+          .hasMoreToShow = [this] { return !*cameraHasEnded_; }};
 }
 
 }  // namespace

@@ -64,7 +64,7 @@ void addDriveOptions(CLI::App& command, DriveOptions& options) {
   command
       .add_option("--camera", options.camera,
                   "Picture, folder of pictures or video that stands for the front camera")
-      ->check(checkedBy(checkReadablePath))
+      ->check(checkedBy(checkCamera))
       ->type_name("PATH");
   command.add_option("--screen", options.rawScreen, "Screen in points, and pixels a point")
       ->check(checkedBy(checkScreen))

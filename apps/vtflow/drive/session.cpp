@@ -147,7 +147,8 @@ bool Session::isOver() const {
   if (interrupted_ || (result_ && stage_.wasDismissed())) return true;
   if (isBusy()) return false;
   if (!stage_.isFlowPresented()) return true;
-  return inputEnded_ && commands_.empty() && !stage_.isPolling();
+  if (!inputEnded_ || !commands_.empty() || stage_.isPolling()) return false;
+  return !(stage_.isWatching() && activity_.hasMoreToShow());
 }
 
 void Session::pop(const Refusal& refusal) {

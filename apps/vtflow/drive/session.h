@@ -23,6 +23,8 @@ struct Activity {
   std::function<bool()> isCalling;
   /// Work is queued on the main queue, for now or for later.
   std::function<bool()> hasQueuedWork;
+  /// The camera still has something to show that it has not shown yet.
+  std::function<bool()> hasMoreToShow;
 };
 
 /// One run of the driver: answers commands in their order when the flow is ready for them, hears

@@ -82,6 +82,11 @@ bool Stage::isPolling() const {
                      [](const Entry& entry) { return entry.adapter->isPolling(); });
 }
 
+bool Stage::isWatching() const {
+  return std::any_of(entries_.begin(), entries_.end(),
+                     [](const Entry& entry) { return entry.adapter->isWatching(); });
+}
+
 Stage::Entry& Stage::entryOf(const std::shared_ptr<ViewController>& controller) {
   std::erase_if(entries_, [](const Entry& entry) { return !entry.adapter->controller(); });
   const auto isIts = [&](const Entry& entry) { return entry.adapter->controller() == controller; };

@@ -32,6 +32,8 @@ class Stage {
   bool isFlowPresented() const { return host_->presentedViewController() != nullptr; }
   /// A screen of the flow, on display or under another, asks the server from time to time.
   bool isPolling() const;
+  /// A screen of the flow looks at what its camera shows.
+  bool isWatching() const;
   /// A flow was presented and has been dismissed since, and this has been told.
   bool wasDismissed() const { return dismissed_; }
 

@@ -39,6 +39,7 @@ std::string readyLine(const sandbox::Server& server, bool json) {
   for (const auto& id : server.flowIds()) flows.emplace_back(id);
   const JSON line = Dictionary{{"baseURL", JSON(server.baseURL())},
                                {"approve", JSON(server.approveURL())},
+                               {"face", JSON(server.faceURL())},
                                {"authority", JSON(authority)},
                                {"flows", JSON::array(flows)}};
   return line.serialized().value_or("{}");
@@ -89,6 +90,7 @@ int serve(const ServeOptions& options, std::ostream& ready, std::ostream& log) {
   if (!options.json) {
     const std::lock_guard lock(logMutex);
     log << "What waits for a second device is answered at " + server.approveURL() + '\n'
+        << "The last picture of a face is shown at " + server.faceURL() + '\n'
         << std::flush;
   }
   if (!ready) throw std::runtime_error("cannot write to standard output");

@@ -39,7 +39,12 @@ Dictionary FaceImageCaptureAdapter::describe() {
 
 bool FaceImageCaptureAdapter::isPolling() const {
   const auto screen = screen_.lock();
-  return screen && screen->isCapturing();
+  return screen && screen->isCapturing() && screen->faceDetected;
+}
+
+bool FaceImageCaptureAdapter::isWatching() const {
+  const auto screen = screen_.lock();
+  return screen && screen->isCapturing() && !screen->faceDetected;
 }
 
 Refusal FaceImageCaptureAdapter::cancel() {

@@ -18,8 +18,10 @@ class FaceImageCaptureAdapter final : public ScreenAdapter {
                           ScreenListener listener);
 
   Dictionary describe() override;
-  /// While the camera runs, a face may come into the oval at any time.
+  /// The picture is being made, and leads on.
   bool isPolling() const override;
+  /// A face may come into the oval at any time.
+  bool isWatching() const override;
   Refusal cancel() override;
 
  private:

@@ -53,6 +53,8 @@ class ScreenAdapter {
   virtual bool isLoading() const { return false; }
   /// The screen asks the server from time to time and may change by itself.
   virtual bool isPolling() const { return false; }
+  /// The screen looks at what its camera shows and may change for as long as that does.
+  virtual bool isWatching() const { return false; }
   /// The screen that is there until the flow's first one is.
   virtual bool isStartScreen() const { return false; }
 
