@@ -115,7 +115,7 @@ std::string canonicalRPId(std::string_view rpId) {
 std::optional<std::string> relyingPartyMismatch(std::string_view rpId, std::string_view origin,
                                                 const PublicSuffixes& suffixes) {
   const auto parsed = parse(origin);
-  if (const auto fault = faultOf(parsed, origin)) return fault;
+  if (auto fault = faultOf(parsed, origin)) return fault;
   const std::string domain = lowerCase(rpId);
   if (!isDomain(domain)) return "The rpId \"" + std::string(rpId) + "\" is not a domain name.";
   if (parsed->host != domain && !isBelow(parsed->host, domain)) {
