@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <memory>
 
+#include "veltrane/passkeys/cbor_bounds.h"
+
 namespace veltrane::fido2 {
 namespace {
 
@@ -21,7 +23,8 @@ using Item = std::unique_ptr<cbor_item_t, CborFree>;
 /// Nothing, too, when anything follows the item.
 Item parse(const unsigned char* cbor, std::size_t size) {
   cbor_load_result result{};
-  if (cbor == nullptr) return nullptr;
+  if (cbor == nullptr || !isBoundedCbor({reinterpret_cast<const char*>(cbor), size}))
+    return nullptr;
   Item item(cbor_load(cbor, size, &result));
   return result.read == size ? std::move(item) : nullptr;
 }

@@ -117,7 +117,8 @@ int KeyConnection::read(unsigned char* report, std::size_t size, int limit) {
     if (!count) {
       gone_ = true;
     } else if (*count > 0) {
-      hear({report, *count});
+      gone_ = !hear({report, *count});
+      if (gone_) return -1;
       // Being at work all the time gives a key no more of it than it was to have.
       if (limit == 0 && isKeepAlive({report, *count})) return -1;
       return static_cast<int>(*count);
@@ -128,18 +129,23 @@ int KeyConnection::read(unsigned char* report, std::size_t size, int limit) {
   }
 }
 
-void KeyConnection::hear(std::span<const unsigned char> report) {
+bool KeyConnection::hear(std::span<const unsigned char> report) {
   // What it says to other programs does not count.
-  if (report.size() >= channel_.size() &&
-      std::equal(channel_.begin(), channel_.end(), report.begin())) {
-    lastWord_ = Clock::now();
+  if (report.size() < channel_.size() ||
+      !std::equal(channel_.begin(), channel_.end(), report.begin())) {
+    return true;
   }
+  lastWord_ = Clock::now();
+  return replies_.takes(report);
 }
 
 int KeyConnection::write(const unsigned char* numbered, std::size_t size) {
   // What is asked of a key begins its time to answer. The first byte is the report's number.
   lastWord_ = Clock::now();
-  if (size > channel_.size()) std::copy_n(numbered + 1, channel_.size(), channel_.begin());
+  if (size > channel_.size()) {
+    std::copy_n(numbered + 1, channel_.size(), channel_.begin());
+    replies_.asked({numbered + 1, size - 1});
+  }
   if (size < 1 || gone_ || !wire_->write({numbered + 1, size - 1})) {
     gone_ = true;
     return -1;

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/fido2/key_source.h"
+#include "platform/fido2/reply_check.h"
 
 namespace veltrane::fido2 {
 
@@ -64,7 +65,8 @@ class KeyConnection {
 
   int read(unsigned char* report, std::size_t size, int limit);
   int write(const unsigned char* numbered, std::size_t size);
-  void hear(std::span<const unsigned char> report);
+  /// False: nothing more is wanted of this key.
+  bool hear(std::span<const unsigned char> report);
   void askAbilities();
   Clock::time_point endOfWait(int limit) const;
 
@@ -75,6 +77,7 @@ class KeyConnection {
   Patience patience_;
   Fido<fido_dev_t> device_;
   KeyAbilities abilities_;
+  ReplyCheck replies_;
   /// CTAPHID's name for this conversation; begins each report.
   std::array<unsigned char, 4> channel_{};
   Clock::time_point lastWord_;

@@ -68,9 +68,10 @@ class Verification {
     const int result = fido_dev_get_retry_count(key_.device(), &tries);
     if (result != FIDO_OK) return result;
     if (tries <= 0) return FIDO_ERR_PIN_BLOCKED;
-    constexpr int kFew = 3;
+    // Fewer than all: somebody has guessed.
+    constexpr int kAll = 8;
     if (!problem.empty()) problem += " ";
-    if (!problem.empty() || tries <= kFew) problem += triesLeft(tries);
+    if (!problem.empty() || tries < kAll) problem += triesLeft(tries);
     auto answer = talk_.ask(enterPIN(occasion_, std::move(problem)));
     if (!answer) return FIDO_ERR_KEEPALIVE_CANCEL;
     byKey_ = false;

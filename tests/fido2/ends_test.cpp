@@ -1,6 +1,7 @@
 // Whatever the key does and whatever is on the sheet: Cancel answers once, a dropped handle not at
 // all, and the thread comes back.
 #include "tests/fido2/person.h"
+#include "tests/support/cbor_text.h"
 
 namespace veltrane::testing {
 namespace {
@@ -126,6 +127,32 @@ TEST_P(HostileKeys, EndWithTheRequestsTime) {
 using enum SimulatedKey::Manner;
 INSTANTIATE_TEST_SUITE_P(OfEachKind, HostileKeys,
                          ::testing::Values(silent, endless, strangeChannel, cut, huge, garbage));
+
+/// A reply that says it holds far more than follows, and one whose credential does.
+std::vector<std::string> claims() {
+  using namespace cbor;
+  const std::string claim("\xBB\0\1\0\0\0\0\0\0", 9);
+  const auto data =
+      std::string(32, 'h') + '\x41' + std::string(4 + 16, '\0') + std::string("\0\1i", 3) + claim;
+  return {claim,
+          map({{number(1), text("packed")}, {number(2), bytes(data)}, {number(3), map({})}})};
+}
+
+// What reads it would ask for all that memory first: 2^48 pairs are more than any machine has.
+TEST_F(Person, AKeyThatClaimsTooMuchIsNotListenedTo) {
+  for (const auto& claim : claims()) {
+    const auto mind = std::make_shared<SimulatedCtap>(KeyBehaviour());
+    keys->plugIn("a", std::make_shared<SimulatedKey>([mind, claim](std::string_view request) {
+                   if (request.front() != 1) return mind->answer(request);
+                   return SimulatedCtap::Reply{std::string(1, '\0') + claim, {}};
+                 }));
+    seen.clear();
+    cancelAt(insertKey);
+    EXPECT_EQ(failToMake().failure, PasskeyFailure::cancelled);
+    EXPECT_THAT(lastOf(insertKey).problem, ::testing::HasSubstr("connection"));
+    keys->pullOut("a");
+  }
+}
 
 }  // namespace
 }  // namespace veltrane::testing

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "apps/sandbox/request_check.h"
+#include "veltrane/passkeys/cbor_bounds.h"
 
 namespace veltrane::sandbox {
 namespace {
@@ -66,7 +67,8 @@ int algorithmIn(const cbor_item_t* statement) {
 
 AttestationObject readObject(std::string_view bytes) {
   cbor_load_result result{};
-  const Item root(cbor_load(unsignedBytes(bytes), bytes.size(), &result));
+  const Item root(isBoundedCbor(bytes) ? cbor_load(unsignedBytes(bytes), bytes.size(), &result)
+                                       : nullptr);
   if (!root || result.read != bytes.size() || !cbor_isa_map(root.get())) {
     throw badAttestation("The attestation object is no CBOR map.");
   }

@@ -7,6 +7,7 @@
 
 #include "apps/sandbox/passkeys/base64url.h"
 #include "apps/sandbox/request_check.h"
+#include "veltrane/passkeys/cbor_bounds.h"
 
 namespace veltrane::sandbox {
 namespace {
@@ -15,7 +16,6 @@ using nlohmann::json;
 
 constexpr std::size_t kFlagsAt = SHA256_DIGEST_LENGTH;
 constexpr std::size_t kCounterAt = kFlagsAt + 1;
-constexpr std::size_t kLeastData = kCounterAt + 4;
 constexpr unsigned kUserPresent = 0x01;
 constexpr unsigned kUserVerified = 0x04;
 constexpr unsigned kBackupEligible = 0x08;
@@ -77,7 +77,7 @@ std::string checkedClientData(const json& response, const Expectation& expected)
 }
 
 void checkAuthenticatorData(std::string_view data, const Expectation& expected) {
-  if (data.size() < kLeastData) throw unreadable("authenticator data");
+  if (!isBoundedAuthenticatorData(data)) throw unreadable("authenticator data");
   if (data.substr(0, kFlagsAt) != sha256(expected.rpId)) {
     throw Refusal("wrongRpId", "The authenticator data is not for \"" + expected.rpId + "\".");
   }
