@@ -18,7 +18,13 @@ vtflow="$1/apps/vtflow/vtflow"
 script="apps/sandbox/flows/$flow.json"
 scratch=$(mktemp -d -t veltrane-demo-XXXXXX)
 server=
-trap '[ -z "$server" ] || kill "$server" 2> /dev/null || true; rm -rf "$scratch"' EXIT
+# What the machine keeps for the passkeys of a window goes with them.
+tidy() {
+  [ -z "$server" ] || kill "$server" 2> /dev/null || true
+  [ ! -e "$scratch/passkeys.db" ] || "$vtflow" passkeys reset --yes --credentials "$scratch/passkeys.db" > /dev/null || true
+  rm -rf "$scratch"
+}
+trap tidy EXIT
 
 exec {ready}< <(exec "$vtflow" serve --port 0 --state "$scratch/sandbox" 2> "$scratch/sandbox.log")
 server=$!
@@ -36,6 +42,7 @@ if [ -n "$has_display" ] && grep -qF '${challenge:' "$script"; then
   echo "(a browser warns of its certificate, which only this machine knows)"
 fi
 
+<<<<<<< HEAD
 # What stands for a camera with a person before it. The window of `vtflow run` by itself uses this
 # machine's camera.
 camera=()
@@ -49,8 +56,15 @@ if grep -qF '"needs": "camera"' "$script"; then
 fi
 
 # Answers by its status how the flow has ended.
+=======
+# Plays a flow, with another user name in its script if one is given. Answers by its status how it has ended.
+>>>>>>> 02c5137 (wip)
 play() {
-  local script="apps/sandbox/flows/$1.json" pictures="demo-pictures/$1" status=0
+  local script="apps/sandbox/flows/$1.json" pictures="demo-pictures/$1${2:+-as-${2%@*}}" status=0
+  if [ -n "${2:-}" ]; then
+    sed 's/^\(  "demo": .*"text": "\)[^"]*/\1'"$2/" "$script" > "$scratch/script.json"
+    script="$scratch/script.json"
+  fi
   local arguments=(run --company demo --flow "$1" --base-url "$url" --ca "$authority"
     --look "$script" --store "$scratch/settings.db" --credentials "$scratch/passkeys.db" "${camera[@]}")
   if [ -n "$has_display" ]; then
@@ -75,6 +89,11 @@ before=$(sed -n 's/^  "after": "\(.*\)",\{0,1\}$/\1/p' "$script")
 if [ -n "$before" ]; then
   echo "Before it the flow $before, which this one builds upon:"
   play "$before"
+  another=$(sed -n 's/^  "afterAs": "\(.*\)",\{0,1\}$/\1/p' "$script")
+  if [ -n "$another" ]; then
+    echo "Once more, for $another:"
+    play "$before" "$another"
+  fi
   echo "Now the flow $flow:"
 fi
 status=0

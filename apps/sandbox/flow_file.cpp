@@ -325,7 +325,7 @@ std::shared_ptr<const Flow> readFlow(const std::string& jsonText) {
   const json file = parseFlowFile(jsonText);
   const Node root(file, "");
   root.mustHoldOnly({"about", "start", "events", "challenges", "relyingParty", "qrCodes", "after",
-                     "needs", "demo", "look", "expect"});
+                     "afterAs", "needs", "demo", "look", "expect"});
   if (!root.has("start")) root.fail("has no \"start\"");
   auto flow = std::make_shared<Flow>();
   const PlaceholderNames names = readNames(root);
@@ -342,7 +342,9 @@ std::shared_ptr<const Flow> readFlow(const std::string& jsonText) {
     });
   }
   if (root.has("relyingParty")) flow->relyingParty = readRelyingParty(root["relyingParty"]);
-  if (root.has("after")) root["after"].text();
+  for (const char* const before : {"after", "afterAs"}) {
+    if (root.has(before)) root[before].text();
+  }
   if (root.has("needs") && root["needs"].text() != "camera") root["needs"].fail("must be camera");
   if (root.has("demo")) checkDemo(root["demo"]);
   if (root.has("look")) checkLook(root["look"]);

@@ -224,12 +224,24 @@ void WindowRun::panelChanged() {
   if (passkeyPlayer_) passkeyPlayer_->asked();
 }
 
+/// A panel that is taller than the window, page by page.
+void WindowRun::takePanelPictures(qtquick::PasskeyItem& panel) {
+  QQuickItem* const body = findItem(panel.content(), QStringLiteral("passkeyBody"));
+  if (!pictures_ || !body) return saveAs(nameOf(panel));
+  const QVariant start = body->property("contentY");
+  saveAs(nameOf(panel));
+  for (int page = 0; page < kMostPages && scrollOn(*body); ++page) {
+    saveAs(nameOf(panel) + " continued");
+  }
+  body->setProperty("contentY", start);
+}
+
 void WindowRun::panelAtRest(qtquick::PasskeyItem& panel) {
   calm_.invalidate();
   if (!panel.isSettled() || panel.isBusy()) return;
   if (panelIsNew_) {
     say("passkey  " + panel.title().toStdString());
-    saveAs(nameOf(panel));
+    takePanelPictures(panel);
     panelIsNew_ = false;
   }
   if (!passkeyPlayer_ || report_) return;

@@ -60,6 +60,7 @@ class WindowRun final : public QObject {
   qtquick::PasskeyItem* panel() const;
   void panelChanged();
   /// Sees the panel at rest, and has a script go on with it.
+  void takePanelPictures(qtquick::PasskeyItem& panel);
   void panelAtRest(qtquick::PasskeyItem& panel);
   /// Goes through a screen that is longer than the window; false once all of it has been shown.
   bool turnPage();

@@ -71,6 +71,20 @@ FocusScope {
 
             onTyped: foot.item.forgiveMismatch()
         }
+        // A secret that is not taken is the first one; below the second stands only that they differ.
+        SecretNote {
+            id: rule
+            item: foot.item
+            objectName: "passkeyRule"
+            text: {
+                if (foot.item.problem !== "")
+                    return foot.item.problem;
+                return foot.item.minimumLength > 0 ? qsTranslate("Veltrane.Flow", "At least %1 characters").arg(foot.item.minimumLength) : "";
+            }
+            visible: foot.item.takesTwo && rule.text !== ""
+            width: parent.width
+            wrong: foot.item.problem !== ""
+        }
         Item {
             height: 12
             visible: again.visible
@@ -86,31 +100,20 @@ FocusScope {
             onTyped: if (again.field.length > 0)
                 foot.item.forgiveMismatch()
         }
-        Text {
+        SecretNote {
             id: hint
-
-            readonly property bool wrong: foot.item.mismatch || foot.item.problem !== ""
-
-            Accessible.ignored: hint.text === ""
-            Accessible.name: hint.text
-            Accessible.role: hint.wrong ? Accessible.AlertMessage : Accessible.StaticText
-            color: hint.wrong ? foot.item.problemColor : foot.item.palette.muted
-            font.pixelSize: Math.round(14 * foot.textScale)
             horizontalAlignment: foot.item.takesSecret ? Text.AlignLeft : Text.AlignHCenter
+            item: foot.item
             objectName: "passkeyProblem"
             text: {
                 if (foot.item.mismatch)
                     return qsTranslate("Veltrane.Flow", "The two do not match.");
-                if (foot.item.problem !== "" || foot.item.minimumLength === 0 || !foot.item.takesTwo)
-                    return foot.item.problem;
-                return qsTranslate("Veltrane.Flow", "At least %1 characters").arg(foot.item.minimumLength);
+                return foot.item.takesTwo ? "" : foot.item.problem;
             }
-            textFormat: Text.PlainText
-            topPadding: 6
             // Its line is kept free under a field, so that nothing moves when it is needed.
             visible: foot.item.takesSecret || hint.text !== ""
             width: parent.width
-            wrapMode: Text.Wrap
+            wrong: hint.text !== ""
         }
         Item {
             height: 20

@@ -184,7 +184,32 @@ FocusScope {
                 font.pixelSize: Math.round(17 * sheet.stage.textScale)
                 font.weight: Font.DemiBold
                 text: qsTranslate("Veltrane.Flow", "Passkey")
-                visible: word.implicitWidth < bar.width - 2 * cancel.width - 24
+                visible: !heading.visible && word.implicitWidth < bar.width - 2 * cancel.width - 24
+            }
+            // What is asked stays in sight when the heading has been scrolled away.
+            Text {
+                id: heading
+                Accessible.ignored: true
+                anchors.left: parent.left
+                anchors.leftMargin: 20
+                anchors.right: cancel.left
+                anchors.rightMargin: 12
+                anchors.verticalCenter: parent.verticalCenter
+                color: sheet.item.palette.barTitle
+                elide: Text.ElideRight
+                font.pixelSize: Math.round(17 * sheet.stage.textScale)
+                font.weight: Font.DemiBold
+                fontSizeMode: Text.Fit
+                height: parent.height - 8
+                horizontalAlignment: Text.AlignLeft
+                maximumLineCount: 2
+                minimumPixelSize: 14
+                objectName: "passkeyHeading"
+                text: sheet.item.title
+                textFormat: Text.PlainText
+                verticalAlignment: Text.AlignVCenter
+                visible: heading.text !== "" && body.contentY > head.titleFoot - 8
+                wrapMode: Text.Wrap
             }
             WordButton {
                 id: cancel
@@ -236,7 +261,7 @@ FocusScope {
             PasskeyHead {
                 id: head
                 item: sheet.item
-                narrow: sheet.height < 480
+                narrow: sheet.height < 480 * Math.max(1, sheet.stage.textScale)
                 width: body.width
 
                 onHeightChanged: sheet.toTop()
