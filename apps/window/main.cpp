@@ -58,6 +58,7 @@ void installPlatform(const window::WindowOptions& options, const std::filesystem
   wishes.passkeysFile = options.credentials;
   // What a script chooses, its PIN say, is nothing to keep.
   if (options.script && !options.credentials) wishes.passkeysFile = folder / "passkeys.db";
+  wishes.machineKeepsPasskeys = !options.script;
   if (options.tablet) wishes.idiom = InterfaceIdiom::pad;
   auto platform = qtquick::makePlatform(wishes);
   if (options.camera) {

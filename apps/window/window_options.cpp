@@ -64,9 +64,10 @@ void addWindowOptions(CLI::App& command, WindowOptions& options) {
           "Window size in points")
       ->type_name("WxH");
   command
-      .add_option("--credentials", options.credentials,
-                  "Passkeys of this machine; absent: the user's own, but temporary ones for a "
-                  "script, which answers their panels too")
+      .add_option(
+          "--credentials", options.credentials,
+          "Passkeys of this machine; absent: the user's own, but temporary ones for a "
+          "script, which answers their panels too, and leaves the TPM and the keyring alone")
       ->check(tool::checkedBy(tool::checkStoreFile))
       ->type_name("FILE");
   command

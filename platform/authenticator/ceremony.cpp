@@ -68,23 +68,26 @@ PasskeyResult<Creation> Ceremony::make(const MakeCredential& request) {
 
   auto choice = state_.keepers.forNewKey(request.algorithms, conversation_);
   if (auto* error = std::get_if<PasskeyError>(&choice)) return std::move(*error);
-  const auto [keeper, algorithm] = std::get<KeyKeepers::Choice>(choice);
+  const auto& [keeper, algorithm, storeId] = std::get<KeyKeepers::Choice>(choice);
   auto creation = create(*keeper, algorithm, request, std::get<bool>(isVerified));
   if (std::holds_alternative<PasskeyError>(creation)) {
     state_.keepers.drop(keeper);
     return creation;
   }
-  auto added = state_.store.add(std::get<Creation>(creation).credential);
+  auto added = state_.store.add(std::get<Creation>(creation).credential, storeId);
   if (auto* error = std::get_if<PasskeyError>(&added)) return std::move(*error);
   return creation;
 }
 
 PasskeyResult<PasskeyAnswer> Ceremony::consent(const MakeCredential& request) {
+  const auto party = relyingPartyText(request.rpId);
+  const auto account = accountText(request.userName, request.userDisplayName);
+  conversation_.isAbout(party, account);
   return conversation_.ask({.step = PasskeyStep::consent,
                             .title = "Create a passkey?",
                             .message = "It is kept on this device.",
-                            .relyingParty = relyingPartyText(request.rpId),
-                            .account = accountText(request.userName, request.userDisplayName),
+                            .relyingParty = party,
+                            .account = account,
                             .confirmTitle = "Create"});
 }
 
@@ -125,7 +128,9 @@ PasskeyResult<Credential> Ceremony::choose(const GetAssertion& request) {
   keepNewestOfEachAccount(credentials);
   auto answer = conversation_.ask(signInQuestion(credentials));
   if (auto* error = std::get_if<PasskeyError>(&answer)) return std::move(*error);
-  return std::move(credentials.at(std::get<PasskeyAnswer>(answer).choice));
+  auto& chosen = credentials.at(std::get<PasskeyAnswer>(answer).choice);
+  conversation_.isAbout(relyingPartyText(chosen.rpId), accountOf(chosen));
+  return std::move(chosen);
 }
 
 PasskeyResult<Assertion> Ceremony::sign(const Credential& credential, const GetAssertion& request,
@@ -138,8 +143,22 @@ PasskeyResult<Assertion> Ceremony::sign(const Credential& credential, const GetA
   if (!counter) return PasskeyError{.failure = PasskeyFailure::noneFound};
   KeyKeeper* const keeper = std::get<KeyKeeper*>(named);
   auto assertion = assertWith(*keeper, credential, *counter, request, isVerified);
-  if (std::holds_alternative<PasskeyError>(assertion)) state_.keepers.drop(keeper);
+  if (std::holds_alternative<PasskeyError>(assertion)) {
+    state_.keepers.drop(keeper);
+  } else {
+    renew(*keeper, credential);
+  }
   return assertion;
+}
+
+/// A key that a former version sealed works as it is: it is sealed anew when it has been used.
+void Ceremony::renew(KeyKeeper& keeper, const Credential& credential) {
+  report("A key stays sealed as it was: ", [&]() -> PasskeyResult<Done> {
+    auto sealed = keeper.renewed(credential.algorithm, credential.sealed, credential.context());
+    if (auto* error = std::get_if<PasskeyError>(&sealed)) return std::move(*error);
+    const auto& bytes = std::get<std::string>(sealed);
+    return bytes == credential.sealed ? Done{} : state_.store.reseal(credential, bytes);
+  }());
 }
 
 void Ceremony::settle(const Credential& made) {

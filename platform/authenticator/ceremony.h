@@ -51,6 +51,7 @@ class Ceremony {
   PasskeyResult<Credential> choose(const GetAssertion& request);
   PasskeyResult<Assertion> sign(const Credential& credential, const GetAssertion& request,
                                 bool isVerified);
+  void renew(KeyKeeper& keeper, const Credential& credential);
 
   AuthenticatorState& state_;
   Conversation& conversation_;

@@ -9,7 +9,16 @@ namespace veltrane::authenticator {
 Conversation::Conversation(std::weak_ptr<MainQueue> mainQueue, std::shared_ptr<PasskeySheet> sheet)
     : mainQueue_(std::move(mainQueue)), sheet_(std::move(sheet)) {}
 
+void Conversation::isAbout(std::string relyingParty, std::string account) {
+  relyingParty_ = std::move(relyingParty);
+  account_ = std::move(account);
+}
+
 PasskeyResult<PasskeyAnswer> Conversation::ask(PasskeyQuestion question) {
+  if (takesSecret(question.step)) {
+    question.relyingParty = relyingParty_;
+    question.account = account_;
+  }
   async([self = shared_from_this(), question = std::move(question)] { self->put(question); });
   std::unique_lock lock(mutex_);
   wake_.wait(lock, [this] { return answer_ || state_ != State::open; });

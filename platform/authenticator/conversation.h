@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 
 #include "veltrane/passkeys/passkey_failure.h"
 #include "veltrane/passkeys/passkey_sheet.h"
@@ -24,6 +25,8 @@ class Conversation : public std::enable_shared_from_this<Conversation> {
 
   // The authenticator's thread.
 
+  /// Whom the secrets that are asked for from now on are typed for: every such question names them.
+  void isAbout(std::string relyingParty, std::string account);
   /// Waits for the person. `cancelled` when they cancel, or when the request is dropped.
   PasskeyResult<PasskeyAnswer> ask(PasskeyQuestion question);
   /// Has `deliver` called on the main thread, and waits until that begins. False, without a call,
@@ -41,6 +44,10 @@ class Conversation : public std::enable_shared_from_this<Conversation> {
   void put(PasskeyQuestion question);
   void take(PasskeyAnswer answer);
   bool end(State state);
+
+  /// The authenticator's thread only.
+  std::string relyingParty_;
+  std::string account_;
 
   /// Not held: what it has not run yet holds this.
   std::weak_ptr<MainQueue> mainQueue_;

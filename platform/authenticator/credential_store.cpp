@@ -43,6 +43,8 @@ constexpr const char* kAll =
 constexpr const char* kAdd = "INSERT INTO credentials(" VELTRANE_COLUMNS
                              ") VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11)";
 #undef VELTRANE_COLUMNS
+constexpr const char* kStoreId = "SELECT id FROM store";
+constexpr const char* kRenewId = "UPDATE store SET id = lower(hex(randomblob(16)))";
 constexpr const char* kRemoveFormer =
     "DELETE FROM credentials WHERE discoverable = 1 AND rpId = ?1 AND userId = ?2 AND id <> ?3"
     " AND created <= ?4";
@@ -123,8 +125,10 @@ PasskeyResult<std::vector<PasskeyEntry>> CredentialStore::list() const {
   });
 }
 
-PasskeyResult<Done> CredentialStore::add(const Credential& credential) {
-  return file_->change([&](Database& database) {
+PasskeyResult<Done> CredentialStore::add(const Credential& credential, const std::string& storeId) {
+  auto added = file_->change([&](Database& database) {
+    Transaction transaction(database);
+    if (!storeId.empty() && database.textOf(kStoreId) != storeId) return false;
     database.query(kAdd)
         .blob(credential.id)
         .text(credential.rpId)
@@ -138,8 +142,12 @@ PasskeyResult<Done> CredentialStore::add(const Credential& credential) {
         .integer(credential.isDiscoverable ? 1 : 0)
         .integer(secondsOf(credential))
         .step();
-    return Done{};
+    transaction.commit();
+    return true;
   });
+  if (auto* error = std::get_if<PasskeyError>(&added)) return std::move(*error);
+  if (std::get<bool>(added)) return Done{};
+  return PasskeyError{.cause = "The passkeys of this device have just been reset."};
 }
 
 PasskeyResult<bool> CredentialStore::remove(std::string_view id) {
@@ -175,22 +183,44 @@ PasskeyResult<std::optional<std::uint32_t>> CredentialStore::countUp(std::string
   });
 }
 
-PasskeyResult<std::size_t> CredentialStore::reset() {
+PasskeyResult<Done> CredentialStore::reseal(const Credential& credential,
+                                            const std::string& sealed) {
+  return file_->change([&](Database& database) {
+    database.query("UPDATE credentials SET sealed = ?1 WHERE id = ?2 AND sealed = ?3")
+        .blob(sealed)
+        .blob(credential.id)
+        .blob(credential.sealed)
+        .step();
+    return Done{};
+  });
+}
+
+PasskeyResult<CredentialStore::Emptied> CredentialStore::reset() {
   return file_->read([](Database& database) {
     Transaction transaction(database);
+    Emptied emptied{.formerId = database.textOf(kStoreId)};
     database.run("DELETE FROM credentials");
-    const auto count = static_cast<std::size_t>(database.changed());
+    emptied.credentials = static_cast<std::size_t>(database.changed());
     database.run("DELETE FROM locks");
+    database.run(kRenewId);
     transaction.commit();
-    return count;
+    return emptied;
+  });
+}
+
+PasskeyResult<std::optional<std::string>> CredentialStore::renewIdIfEmpty() {
+  return file_->read([](Database& database) -> std::optional<std::string> {
+    Transaction transaction(database);
+    if (database.numberOf("SELECT count(*) FROM credentials") > 0) return std::nullopt;
+    auto former = database.textOf(kStoreId);
+    database.run(kRenewId);
+    transaction.commit();
+    return former;
   });
 }
 
 PasskeyResult<std::string> CredentialStore::storeId() {
-  return file_->change([](Database& database) {
-    auto row = database.query("SELECT id FROM store");
-    return row.step() ? row.bytes(0) : std::string();
-  });
+  return file_->change([](Database& database) { return database.textOf(kStoreId); });
 }
 
 PasskeyResult<std::optional<Lock>> CredentialStore::lock(LockKind kind) {

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/authenticator/key_keeper.h"
 #include "platform/authenticator/lock.h"
 #include "platform/authenticator/passkey_list.h"
 #include "veltrane/passkeys/passkey_failure.h"
@@ -22,6 +23,9 @@ struct Credential : PasskeyEntry {
   std::string userId;
   /// The private key, of use to its keeper alone.
   std::string sealed;
+
+  /// A row cannot lend its key to another.
+  KeyContext context() const { return {id, rpId}; }
 };
 
 /// For an act that has nothing to tell but that it was done.
@@ -56,17 +60,30 @@ class CredentialStore {
   /// Needs no right to write and changes nothing: a damaged file stays where it is.
   PasskeyResult<std::vector<PasskeyEntry>> list() const;
 
-  PasskeyResult<Done> add(const Credential& credential);
+  /// `storeId`: the one that the credential's keeper knows; fails when there is another by now, for
+  /// what keeps the key may have gone with the former one. Empty: whichever.
+  PasskeyResult<Done> add(const Credential& credential, const std::string& storeId = {});
   /// False when there is none of that id.
   PasskeyResult<bool> remove(std::string_view id);
   /// Takes away older discoverable credentials of the same account at the same relying party.
   PasskeyResult<Done> removeFormer(const Credential& credential);
   /// Counts up, and answers the new count; nothing when the credential has gone.
   PasskeyResult<std::optional<std::uint32_t>> countUp(std::string_view id);
-  PasskeyResult<std::size_t> reset();
+  /// Puts a key that was sealed anew into its place, unless something else has meanwhile.
+  PasskeyResult<Done> reseal(const Credential& credential, const std::string& sealed);
 
   /// Random text that tells this store from every other.
   PasskeyResult<std::string> storeId();
+  /// Gives a store without credentials another id, and answers the former one: whatever a keeper
+  /// keeps for that has no use any more. Nothing where there are credentials, or no file.
+  PasskeyResult<std::optional<std::string>> renewIdIfEmpty();
+
+  struct Emptied {
+    std::size_t credentials = 0;
+    /// The store has another id now; empty where there was no file.
+    std::string formerId;
+  };
+  PasskeyResult<Emptied> reset();
 
   PasskeyResult<std::optional<Lock>> lock(LockKind kind);
   /// False, and nothing changes, when there is one already: another process may have been quicker.

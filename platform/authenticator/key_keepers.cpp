@@ -15,11 +15,15 @@ PasskeyQuestion passphraseQuestion(PasskeyStep step, std::string problem) {
   question.problem = std::move(problem);
   if (step == PasskeyStep::newPassphrase) {
     question.title = "Choose a passphrase";
-    question.message = "It protects the passkeys of this device. Nobody can bring it back.";
+    question.message =
+        "It encrypts the keys of the passkeys in this device's file. Nobody can reset it: whoever "
+        "forgets it has lost them.";
     question.minimumLength = KeyKeepers::kShortestPassphrase;
   } else {
     question.title = "Enter your passphrase";
-    question.message = "It opens the passkeys of this device.";
+    question.message =
+        "It decrypts the keys of this device's passkeys. If you have forgotten it they are lost: "
+        "cancel, and sign in another way.";
   }
   return question;
 }
@@ -43,13 +47,17 @@ KeyKeepers::KeyKeepers(std::vector<KeyKeeperFactory> factories, CredentialStore&
       folder_(std::move(folder)),
       keepers_(factories_.size()) {}
 
-PasskeyResult<KeyKeeper*> KeyKeepers::at(std::size_t index) {
+std::optional<PasskeyError> KeyKeepers::turnToStore() {
   auto id = store_.storeId();
   if (auto* error = std::get_if<PasskeyError>(&id)) return std::move(*error);
   if (std::get<std::string>(id) != storeId_) {
     storeId_ = std::get<std::string>(std::move(id));
     for (auto& keeper : keepers_) keeper.reset();
   }
+  return std::nullopt;
+}
+
+KeyKeeper* KeyKeepers::at(std::size_t index) {
   auto& keeper = keepers_[index];
   if (!keeper) keeper = factories_[index]({storeId_, folder_});
   return keeper.get();
@@ -57,13 +65,12 @@ PasskeyResult<KeyKeeper*> KeyKeepers::at(std::size_t index) {
 
 PasskeyResult<KeyKeepers::Choice> KeyKeepers::forNewKey(const std::vector<int>& algorithms,
                                                         Conversation& conversation) {
+  if (auto error = turnToStore()) return std::move(*error);
   for (std::size_t i = 0; i < factories_.size(); ++i) {
-    auto keeper = at(i);
-    if (auto* error = std::get_if<PasskeyError>(&keeper)) return std::move(*error);
-    auto* const present = std::get<KeyKeeper*>(keeper);
+    auto* const present = at(i);
     if (present == nullptr) continue;
     const auto algorithm = firstCommon(algorithms, present->algorithms());
-    if (algorithm) return Choice{present, *algorithm};
+    if (algorithm) return Choice{present, *algorithm, storeId_};
   }
   auto keeper = passphrase(conversation, true);
   if (auto* error = std::get_if<PasskeyError>(&keeper)) return std::move(*error);
@@ -72,15 +79,14 @@ PasskeyResult<KeyKeepers::Choice> KeyKeepers::forNewKey(const std::vector<int>& 
   if (!algorithm) {
     return PasskeyError{.failure = PasskeyFailure::notSupported, .cause = "unknown algorithms"};
   }
-  return Choice{last, *algorithm};
+  return Choice{last, *algorithm, storeId_};
 }
 
 PasskeyResult<KeyKeeper*> KeyKeepers::named(const std::string& name, Conversation& conversation) {
   if (name == kPassphrase) return passphrase(conversation, false);
+  if (auto error = turnToStore()) return std::move(*error);
   for (std::size_t i = 0; i < factories_.size(); ++i) {
-    auto keeper = at(i);
-    if (std::holds_alternative<PasskeyError>(keeper)) return keeper;
-    auto* const present = std::get<KeyKeeper*>(keeper);
+    auto* const present = at(i);
     if (present != nullptr && present->name() == name) return present;
   }
   return PasskeyError{.failure = PasskeyFailure::notSupported,

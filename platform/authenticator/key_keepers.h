@@ -26,6 +26,8 @@ class KeyKeepers {
   struct Choice {
     KeyKeeper* keeper = nullptr;
     int algorithm = 0;
+    /// What is made must go into that store.
+    std::string storeId = {};
   };
   /// The first that makes keys of one of the algorithms, and the first of these that it makes.
   PasskeyResult<Choice> forNewKey(const std::vector<int>& algorithms, Conversation& conversation);
@@ -35,7 +37,8 @@ class KeyKeepers {
   void drop(const KeyKeeper* keeper);
 
  private:
-  PasskeyResult<KeyKeeper*> at(std::size_t index);
+  std::optional<PasskeyError> turnToStore();
+  KeyKeeper* at(std::size_t index);
   PasskeyResult<KeyKeeper*> passphrase(Conversation& conversation, bool mayChoose);
   PasskeyResult<Secret> unlock(const Lock& lock, Conversation& conversation);
   PasskeyResult<std::optional<NewLock>> choose(Conversation& conversation);

@@ -38,6 +38,9 @@ std::filesystem::path defaultPasskeyFile();
 
 /// Newest first. Changes nothing, a damaged store neither, and needs no right to write.
 PasskeyResult<std::vector<PasskeyEntry>> list(const std::filesystem::path& file);
+// Once no passkey is left, nothing is in the desktop's keyring for the store either: where there is
+// a session, what deletes the last one waits for the keyring, up to six seconds.
+
 /// Deletes one for good. False when there is none of that id.
 PasskeyResult<bool> remove(const std::filesystem::path& file, const std::string& id);
 /// As new: deletes every passkey, the PIN with its count of wrong tries, and the passphrase.

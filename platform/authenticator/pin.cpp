@@ -52,12 +52,14 @@ std::optional<PasskeyError> Pin::verify(Conversation& conversation) {
 }
 
 PasskeyResult<Pin::Progress> Pin::choose(bool again, Conversation& conversation) {
-  auto answer = conversation.ask({.step = PasskeyStep::newPIN,
-                                  .title = "Choose a PIN",
-                                  .message = "It proves on this device that a passkey is yours.",
-                                  .confirmTitle = "Continue",
-                                  .problem = again ? kTooShort : "",
-                                  .minimumLength = kShortest});
+  auto answer = conversation.ask(
+      {.step = PasskeyStep::newPIN,
+       .title = "Choose a PIN",
+       .message = "One PIN for all passkeys of this device: it is asked for before one is used. "
+                  "Eight wrong ones in a row lock them until a reset, which deletes them.",
+       .confirmTitle = "Continue",
+       .problem = again ? kTooShort : "",
+       .minimumLength = kShortest});
   if (auto* error = std::get_if<PasskeyError>(&answer)) return std::move(*error);
   const Secret& pin = std::get<PasskeyAnswer>(answer).secret;
   if (codePointCount(pin.bytes()) < kShortest) {
@@ -72,11 +74,12 @@ PasskeyResult<Pin::Progress> Pin::choose(bool again, Conversation& conversation)
 }
 
 PasskeyResult<Pin::Progress> Pin::enter(const Lock& lock, bool again, Conversation& conversation) {
-  auto answer = conversation.ask({.step = PasskeyStep::enterPIN,
-                                  .title = "Enter your PIN",
-                                  .message = "The PIN of the passkeys on this device.",
-                                  .confirmTitle = "Continue",
-                                  .problem = problemOf(again, lock.triesLeft)});
+  auto answer =
+      conversation.ask({.step = PasskeyStep::enterPIN,
+                        .title = "Enter your PIN",
+                        .message = "It is the one that you chose for the passkeys of this device.",
+                        .confirmTitle = "Continue",
+                        .problem = problemOf(again, lock.triesLeft)});
   if (auto* error = std::get_if<PasskeyError>(&answer)) return std::move(*error);
   return check(lock, std::get<PasskeyAnswer>(answer).secret);
 }

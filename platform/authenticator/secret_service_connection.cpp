@@ -137,4 +137,12 @@ void SecretServiceConnection::store(const std::string& storeId, const Secret& se
   failure.rethrow();
 }
 
+void SecretServiceConnection::remove(const std::string& storeId) const {
+  const Attributes attributes(storeId);
+  Failure failure;
+  libsecret().secret_service_clear_sync(service_.get(), &kSchema, attributes.get(), cancellable_,
+                                        failure.out());
+  failure.rethrow();
+}
+
 }  // namespace veltrane::authenticator

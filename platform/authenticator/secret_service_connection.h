@@ -38,6 +38,7 @@ class SecretServiceConnection {
   std::optional<Secret> find(const std::string& storeId) const;
   /// Takes the place of one that is there.
   void store(const std::string& storeId, const Secret& value) const;
+  void remove(const std::string& storeId) const;
 
  private:
   GCancellable* cancellable_;

@@ -112,6 +112,29 @@ Secret findOrMakeKey(const SecretServiceOptions& options, GCancellable* cancella
                              "Choose another default keyring in the desktop's password manager.");
 }
 
+/// True when there was one.
+bool forgetKey(const SecretServiceOptions& options, GCancellable* cancellable) {
+  const FolderLock lock(options.folder);
+  const SecretServiceConnection service(cancellable, true);
+  if (!service.find(options.storeId)) return false;
+  service.remove(options.storeId);
+  return true;
+}
+
+template <typename Value>
+PasskeyResult<Value> tried(const SecretServiceOptions& options,
+                           Value (*act)(const SecretServiceOptions&, GCancellable*)) {
+  try {
+    return inTime<Value>(options.limit, [options, act](GCancellable* cancellable) {
+      return act(options, cancellable);
+    });
+  } catch (const SecretServiceTrouble& trouble) {
+    return PasskeyError{.cause = trouble.what(), .causeCode = trouble.code()};
+  } catch (const std::exception& failure) {
+    return PasskeyError{.cause = failure.what()};
+  }
+}
+
 }  // namespace
 
 SecretServiceStatus probeSecretService(std::chrono::milliseconds limit) {
@@ -129,21 +152,18 @@ SecretServiceStatus probeSecretService(std::chrono::milliseconds limit) {
 }
 
 PasskeyResult<Secret> secretServiceKey(const SecretServiceOptions& options) {
-  try {
-    return inTime<Secret>(options.limit, [options](GCancellable* cancellable) {
-      return findOrMakeKey(options, cancellable);
-    });
-  } catch (const SecretServiceTrouble& trouble) {
-    return PasskeyError{.cause = trouble.what(), .causeCode = trouble.code()};
-  } catch (const std::exception& failure) {
-    return PasskeyError{.cause = failure.what()};
-  }
+  return tried<Secret>(options, findOrMakeKey);
+}
+
+PasskeyResult<bool> forgetSecretServiceKey(const SecretServiceOptions& options) {
+  return tried<bool>(options, forgetKey);
 }
 
 std::unique_ptr<KeyKeeper> makeSecretServiceKeyKeeper(const SecretServiceOptions& options) {
   auto key = secretServiceKey(options);
   if (std::holds_alternative<PasskeyError>(key)) return nullptr;
-  return std::make_unique<SoftwareKeyKeeper>("secret-service", std::get<Secret>(std::move(key)));
+  return std::make_unique<SoftwareKeyKeeper>(kSecretServiceKeeper,
+                                             std::get<Secret>(std::move(key)));
 }
 
 }  // namespace veltrane::authenticator

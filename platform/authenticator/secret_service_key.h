@@ -37,7 +37,14 @@ SecretServiceStatus probeSecretService(std::chrono::milliseconds limit = std::ch
 /// locked: nobody is asked to unlock it. Any thread; blocks up to `limit`.
 PasskeyResult<Secret> secretServiceKey(const SecretServiceOptions& options);
 
-/// Keys made in software and sealed under that key; named "secret-service". Null where
+/// Takes that key out of the secret service, for good; no error where there is none. Otherwise as
+/// `secretServiceKey`.
+PasskeyResult<bool> forgetSecretServiceKey(const SecretServiceOptions& options);
+
+/// Under which the store has the keys of the keeper below.
+constexpr const char* kSecretServiceKeeper = "secret-service";
+
+/// Keys made in software and sealed under that key; named `kSecretServiceKeeper`. Null where
 /// `secretServiceKey` tells why not.
 std::unique_ptr<KeyKeeper> makeSecretServiceKeyKeeper(const SecretServiceOptions& options);
 

@@ -12,11 +12,6 @@ namespace {
 
 constexpr std::size_t kIdSize = 32;
 
-/// What a sealed key is bound to: a row cannot lend its key to another.
-std::string contextOf(const Credential& credential) {
-  return credential.id + credential.rpId;
-}
-
 std::uint8_t flagsOf(bool isVerified) {
   return flags::kUserPresent | (isVerified ? flags::kUserVerified : 0);
 }
@@ -43,7 +38,7 @@ PasskeyResult<std::string> attest(KeyKeeper& keeper, const Credential& credentia
   std::optional<SelfAttestation> attestation;
   PasskeyResult<std::string> signature;
   if (request.wantsAttestation) {
-    signature = keeper.sign(credential.algorithm, credential.sealed, contextOf(credential),
+    signature = keeper.sign(credential.algorithm, credential.sealed, credential.context(),
                             data + sha256(request.clientDataJSON));
     if (std::holds_alternative<PasskeyError>(signature)) return signature;
     attestation = {credential.algorithm, std::get<std::string>(signature)};
@@ -61,7 +56,7 @@ PasskeyResult<Creation> create(KeyKeeper& keeper, int algorithm, const MakeCrede
   credential.keeper = keeper.name();
   credential.id.resize(kIdSize);
   if (RAND_bytes(asBytes(credential.id), kIdSize) <= 0) return opensslError("make a random id");
-  auto made = keeper.makeKey(algorithm, contextOf(credential));
+  auto made = keeper.makeKey(algorithm, credential.context());
   if (auto* error = std::get_if<PasskeyError>(&made)) return std::move(*error);
   auto& key = std::get<KeyKeeper::NewKey>(made);
   credential.sealed = std::move(key.sealed);
@@ -88,7 +83,7 @@ PasskeyResult<Assertion> assertWith(KeyKeeper& keeper, const Credential& credent
                                     bool isVerified) {
   auto data = authenticatorData(request.rpId, flagsOf(isVerified), counter);
   if (!data) return encodingFailed();
-  auto signature = keeper.sign(credential.algorithm, credential.sealed, contextOf(credential),
+  auto signature = keeper.sign(credential.algorithm, credential.sealed, credential.context(),
                                *data + sha256(request.clientDataJSON));
   if (auto* error = std::get_if<PasskeyError>(&signature)) return std::move(*error);
   Assertion assertion{.id = credential.id,

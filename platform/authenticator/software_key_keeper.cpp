@@ -12,7 +12,8 @@
 namespace veltrane::authenticator {
 namespace {
 
-constexpr char kVersion = 1;
+constexpr char kVersion = 2;
+constexpr char kFormerVersion = 1;
 constexpr std::size_t kNonceSize = 12;
 constexpr std::size_t kTagSize = 16;
 constexpr std::size_t kHeadSize = 1 + kNonceSize;
@@ -23,12 +24,12 @@ const EVP_CIPHER* cipher() {
 }
 
 /// Version, algorithm, context: what a sealed key is bound to.
-std::string boundTo(int algorithm, std::string_view context) {
-  std::string bound{kVersion};
+std::string boundTo(char version, int algorithm, const KeyContext& context) {
+  std::string bound{version};
   for (int shift = 24; shift >= 0; shift -= 8) {
     bound.push_back(static_cast<char>(static_cast<unsigned>(algorithm) >> shift));
   }
-  return bound.append(context);
+  return bound.append(version == kFormerVersion ? context.formerBytes() : context.bytes());
 }
 
 /// Encrypts or decrypts `size` bytes in one go, the bound bytes first.
@@ -57,10 +58,13 @@ PasskeyResult<std::string> seal(const Secret& key, std::string_view bound, const
   return sealed;
 }
 
-PasskeyResult<Secret> open(const Secret& key, std::string_view bound, std::string_view sealed) {
-  if (sealed.size() < kHeadSize + kTagSize || sealed[0] != kVersion) {
+PasskeyResult<Secret> open(const Secret& key, int algorithm, const KeyContext& owner,
+                           std::string_view sealed) {
+  if (sealed.size() < kHeadSize + kTagSize ||
+      (sealed[0] != kVersion && sealed[0] != kFormerVersion)) {
     return PasskeyError{.cause = "The stored key is damaged."};
   }
+  const auto bound = boundTo(sealed[0], algorithm, owner);
   std::string tag(sealed.substr(sealed.size() - kTagSize));
   const std::string_view inner = sealed.substr(kHeadSize, sealed.size() - kHeadSize - kTagSize);
   std::string plain(inner.size(), '\0');
@@ -92,21 +96,29 @@ std::vector<int> SoftwareKeyKeeper::algorithms() const {
 }
 
 PasskeyResult<KeyKeeper::NewKey> SoftwareKeyKeeper::makeKey(int algorithm,
-                                                            std::string_view context) {
+                                                            const KeyContext& context) {
   auto made = maker_->make(algorithm);
   if (auto* error = std::get_if<PasskeyError>(&made)) return std::move(*error);
   auto& key = std::get<SigningKey>(made);
-  auto sealed = seal(wrappingKey_, boundTo(algorithm, context), key.plain);
+  auto sealed = seal(wrappingKey_, boundTo(kVersion, algorithm, context), key.plain);
   if (auto* error = std::get_if<PasskeyError>(&sealed)) return std::move(*error);
   return NewKey{std::get<std::string>(std::move(sealed)), std::move(key.publicKey)};
 }
 
 PasskeyResult<std::string> SoftwareKeyKeeper::sign(int algorithm, std::string_view sealed,
-                                                   std::string_view context,
+                                                   const KeyContext& context,
                                                    std::string_view message) {
-  auto plain = open(wrappingKey_, boundTo(algorithm, context), sealed);
+  auto plain = open(wrappingKey_, algorithm, context, sealed);
   if (auto* error = std::get_if<PasskeyError>(&plain)) return std::move(*error);
   return signWith(std::get<Secret>(plain), algorithm, message);
+}
+
+PasskeyResult<std::string> SoftwareKeyKeeper::renewed(int algorithm, std::string_view sealed,
+                                                      const KeyContext& context) {
+  if (!sealed.starts_with(kFormerVersion)) return std::string(sealed);
+  auto plain = open(wrappingKey_, algorithm, context, sealed);
+  if (auto* error = std::get_if<PasskeyError>(&plain)) return std::move(*error);
+  return seal(wrappingKey_, boundTo(kVersion, algorithm, context), std::get<Secret>(plain));
 }
 
 }  // namespace veltrane::authenticator

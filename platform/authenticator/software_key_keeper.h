@@ -24,9 +24,11 @@ class SoftwareKeyKeeper final : public KeyKeeper {
 
   std::string name() const override { return name_; }
   std::vector<int> algorithms() const override;
-  PasskeyResult<NewKey> makeKey(int algorithm, std::string_view context) override;
-  PasskeyResult<std::string> sign(int algorithm, std::string_view sealed, std::string_view context,
+  PasskeyResult<NewKey> makeKey(int algorithm, const KeyContext& context) override;
+  PasskeyResult<std::string> sign(int algorithm, std::string_view sealed, const KeyContext& context,
                                   std::string_view message) override;
+  PasskeyResult<std::string> renewed(int algorithm, std::string_view sealed,
+                                     const KeyContext& context) override;
 
  private:
   std::string name_;

@@ -21,7 +21,8 @@
 namespace veltrane::authenticator {
 namespace {
 
-constexpr std::uint8_t kVersion = 1;
+constexpr std::uint8_t kVersion = 2;
+constexpr std::uint8_t kFormerVersion = 1;
 constexpr std::size_t kCoordinate = 32;
 
 std::string tctiOf(const TPMOptions& options) {
@@ -72,37 +73,49 @@ TPMStatus toStatus(const TPMFailure& failure) {
 
 /// What the TPM demands before it signs. Computed from what is no secret: it keeps a sealed key
 /// from being used in the place of another.
-TPM2B_AUTH authorizationOf(std::string_view context) {
-  constexpr std::string_view kPurpose = "veltrane passkey context";
+TPM2B_AUTH authorizationOf(std::uint8_t version, const KeyContext& context) {
+  const bool isFormer = version == kFormerVersion;
+  const std::string_view purpose = isFormer ? "veltrane passkey context" : "veltrane passkey key 2";
+  const std::string bytes = isFormer ? context.formerBytes() : context.bytes();
   TPM2B_AUTH value{.size = 32};
   unsigned int size = 0;
-  HMAC(EVP_sha256(), kPurpose.data(), kPurpose.size(),
-       reinterpret_cast<const unsigned char*>(context.data()), context.size(), value.buffer, &size);
+  HMAC(EVP_sha256(), purpose.data(), static_cast<int>(purpose.size()),
+       reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size(), value.buffer, &size);
   // TPMs drop zeros at the end, and not all of them and their libraries agree on when.
   value.buffer[value.size - 1] |= 1;
   return value;
 }
 
-std::string seal(const TPM2B_PUBLIC& publicArea, const TPM2B_PRIVATE& privateArea) {
+std::string seal(std::uint8_t version, const TPM2B_PUBLIC& publicArea,
+                 const TPM2B_PRIVATE& privateArea) {
   std::array<std::uint8_t, 1 + sizeof publicArea + sizeof privateArea> bytes;
-  bytes[0] = kVersion;
+  bytes[0] = version;
   std::size_t size = 1;
   VELTRANE_TPM_CALL(Tss2_MU_TPM2B_PUBLIC_Marshal, &publicArea, bytes.data(), bytes.size(), &size);
   VELTRANE_TPM_CALL(Tss2_MU_TPM2B_PRIVATE_Marshal, &privateArea, bytes.data(), bytes.size(), &size);
   return {bytes.begin(), bytes.begin() + size};
 }
 
-std::pair<TPM2B_PUBLIC, TPM2B_PRIVATE> unseal(std::string_view sealed) {
-  if (sealed.empty() || static_cast<std::uint8_t>(sealed[0]) != kVersion) {
+struct SealedKey {
+  std::uint8_t version = 0;
+  TPM2B_PUBLIC publicArea{};
+  TPM2B_PRIVATE privateArea{};
+};
+
+SealedKey unseal(std::string_view sealed) {
+  SealedKey key;
+  if (!sealed.empty()) key.version = static_cast<std::uint8_t>(sealed[0]);
+  if (key.version != kVersion && key.version != kFormerVersion) {
     throw std::runtime_error("sealed key of another version");
   }
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(sealed.data());
-  std::pair<TPM2B_PUBLIC, TPM2B_PRIVATE> key{};
   std::size_t at = 1;
-  VELTRANE_TPM_CALL(Tss2_MU_TPM2B_PUBLIC_Unmarshal, bytes, sealed.size(), &at, &key.first);
-  VELTRANE_TPM_CALL(Tss2_MU_TPM2B_PRIVATE_Unmarshal, bytes, sealed.size(), &at, &key.second);
+  VELTRANE_TPM_CALL(Tss2_MU_TPM2B_PUBLIC_Unmarshal, bytes, sealed.size(), &at, &key.publicArea);
+  VELTRANE_TPM_CALL(Tss2_MU_TPM2B_PRIVATE_Unmarshal, bytes, sealed.size(), &at, &key.privateArea);
   // One way to write it: sizes within are not looked at by all who read them.
-  if (seal(key.first, key.second) != sealed) throw std::runtime_error("sealed key is damaged");
+  if (seal(key.version, key.publicArea, key.privateArea) != sealed) {
+    throw std::runtime_error("sealed key is damaged");
+  }
   return key;
 }
 
@@ -151,10 +164,11 @@ TPM2B_DIGEST digestOf(std::string_view message) {
   return digest;
 }
 
-KeyKeeper::NewKey makeKeyIn(const TPMConnection& tpm, std::string_view context) {
+KeyKeeper::NewKey makeKeyIn(const TPMConnection& tpm, const KeyContext& context) {
   const auto storage = tpm.makeStorageKey();
   const auto session = tpm.startSession(storage, TPMA_SESSION_ENCRYPT);
-  const TPM2B_SENSITIVE_CREATE sensitive{.sensitive = {.userAuth = authorizationOf(context)}};
+  const TPM2B_SENSITIVE_CREATE sensitive{
+      .sensitive = {.userAuth = authorizationOf(kVersion, context)}};
   const auto wanted =
       p256Template(TPMA_OBJECT_SIGN_ENCRYPT, {.algorithm = TPM2_ALG_NULL},
                    {.scheme = TPM2_ALG_ECDSA, .details = {.ecdsa = {.hashAlg = TPM2_ALG_SHA256}}});
@@ -167,29 +181,63 @@ KeyKeeper::NewKey makeKeyIn(const TPMConnection& tpm, std::string_view context) 
                     &publicArea, nullptr, nullptr, nullptr);
   const TPMOwned<TPM2B_PRIVATE> ownedPrivate(privateArea);
   const TPMOwned<TPM2B_PUBLIC> ownedPublic(publicArea);
-  return {.sealed = seal(*publicArea, *privateArea),
+  return {.sealed = seal(kVersion, *publicArea, *privateArea),
           .publicKey = toSubjectPublicKeyInfo(publicArea->publicArea.unique.ecc)};
 }
 
-std::string signIn(const TPMConnection& tpm, std::string_view sealed, std::string_view context,
+/// A sealed key in the TPM for as long as this stands.
+class LoadedKey {
+ public:
+  LoadedKey(const TPMConnection& tpm, std::string_view sealed, const KeyContext& context)
+      : sealed_(unseal(sealed)),
+        storage_(tpm.makeStorageKey()),
+        session_(tpm.startSession(storage_, {})),
+        key_(load(tpm)) {
+    const auto authorization = authorizationOf(sealed_.version, context);
+    VELTRANE_TPM_CALL(Esys_TR_SetAuth, tpm.get(), key_.get(), &authorization);
+  }
+
+  const SealedKey& sealed() const { return sealed_; }
+  ESYS_TR storage() const { return storage_.get(); }
+  ESYS_TR session() const { return session_.get(); }
+  ESYS_TR get() const { return key_.get(); }
+
+ private:
+  TPMHandle load(const TPMConnection& tpm) const {
+    ESYS_TR handle = ESYS_TR_NONE;
+    VELTRANE_TPM_CALL(Esys_Load, tpm.get(), storage(), session(), ESYS_TR_NONE, ESYS_TR_NONE,
+                      &sealed_.privateArea, &sealed_.publicArea, &handle);
+    return {tpm.get(), handle};
+  }
+
+  SealedKey sealed_;
+  TPMHandle storage_;
+  TPMHandle session_;
+  TPMHandle key_;
+};
+
+std::string signIn(const TPMConnection& tpm, std::string_view sealed, const KeyContext& context,
                    std::string_view message) {
-  const auto [publicArea, privateArea] = unseal(sealed);
-  const auto storage = tpm.makeStorageKey();
-  const auto session = tpm.startSession(storage, {});
-  ESYS_TR handle = ESYS_TR_NONE;
-  VELTRANE_TPM_CALL(Esys_Load, tpm.get(), storage.get(), session.get(), ESYS_TR_NONE, ESYS_TR_NONE,
-                    &privateArea, &publicArea, &handle);
-  const TPMHandle key(tpm.get(), handle);
-  const auto authorization = authorizationOf(context);
-  VELTRANE_TPM_CALL(Esys_TR_SetAuth, tpm.get(), handle, &authorization);
+  const LoadedKey key(tpm, sealed, context);
   const auto digest = digestOf(message);
   const TPMT_SIG_SCHEME itsOwn{.scheme = TPM2_ALG_NULL};
   const TPMT_TK_HASHCHECK none{.tag = TPM2_ST_HASHCHECK, .hierarchy = TPM2_RH_NULL};
   TPMT_SIGNATURE* signature = nullptr;
-  VELTRANE_TPM_CALL(Esys_Sign, tpm.get(), handle, session.get(), ESYS_TR_NONE, ESYS_TR_NONE,
+  VELTRANE_TPM_CALL(Esys_Sign, tpm.get(), key.get(), key.session(), ESYS_TR_NONE, ESYS_TR_NONE,
                     &digest, &itsOwn, &none, &signature);
   const TPMOwned<TPMT_SIGNATURE> owned(signature);
   return toDER(signature->signature.ecdsa);
+}
+
+/// The same key under the authorization that keys get today.
+std::string renewIn(const TPMConnection& tpm, std::string_view sealed, const KeyContext& context) {
+  const LoadedKey key(tpm, sealed, context);
+  const auto authorization = authorizationOf(kVersion, context);
+  TPM2B_PRIVATE* privateArea = nullptr;
+  VELTRANE_TPM_CALL(Esys_ObjectChangeAuth, tpm.get(), key.get(), key.storage(), key.session(),
+                    ESYS_TR_NONE, ESYS_TR_NONE, &authorization, &privateArea);
+  const TPMOwned<TPM2B_PRIVATE> owned(privateArea);
+  return seal(kVersion, key.sealed().publicArea, *privateArea);
 }
 
 class TPMKeyKeeper : public KeyKeeper {
@@ -199,13 +247,19 @@ class TPMKeyKeeper : public KeyKeeper {
   std::string name() const override { return "tpm"; }
   std::vector<int> algorithms() const override { return {cose::kES256}; }
 
-  PasskeyResult<NewKey> makeKey(int algorithm, std::string_view context) override {
+  PasskeyResult<NewKey> makeKey(int algorithm, const KeyContext& context) override {
     return use<NewKey>(algorithm, [&](const auto& tpm) { return makeKeyIn(tpm, context); });
   }
-  PasskeyResult<std::string> sign(int algorithm, std::string_view sealed, std::string_view context,
+  PasskeyResult<std::string> sign(int algorithm, std::string_view sealed, const KeyContext& context,
                                   std::string_view message) override {
     return use<std::string>(algorithm,
                             [&](const auto& tpm) { return signIn(tpm, sealed, context, message); });
+  }
+  PasskeyResult<std::string> renewed(int algorithm, std::string_view sealed,
+                                     const KeyContext& context) override {
+    if (!sealed.starts_with(static_cast<char>(kFormerVersion))) return std::string(sealed);
+    return use<std::string>(algorithm,
+                            [&](const auto& tpm) { return renewIn(tpm, sealed, context); });
   }
 
  private:

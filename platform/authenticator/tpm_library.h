@@ -11,13 +11,14 @@ namespace veltrane::authenticator {
 
 // Few machines that this runs on use their TPM: tpm2-tss is loaded when one is first asked for, and
 // called through this table.
-#define VELTRANE_TPM_FUNCTIONS(each)                                                        \
-  each(Esys_Initialize) each(Esys_Finalize) each(Esys_CreatePrimary) each(Esys_Create)      \
-      each(Esys_Load) each(Esys_Sign) each(Esys_StartAuthSession) each(Esys_TR_SetAuth)     \
-          each(Esys_TRSess_SetAttributes) each(Esys_FlushContext) each(Esys_Free)           \
-              each(Tss2_MU_TPM2B_PUBLIC_Marshal) each(Tss2_MU_TPM2B_PUBLIC_Unmarshal)       \
-                  each(Tss2_MU_TPM2B_PRIVATE_Marshal) each(Tss2_MU_TPM2B_PRIVATE_Unmarshal) \
-                      each(Tss2_TctiLdr_Initialize) each(Tss2_TctiLdr_Finalize)
+#define VELTRANE_TPM_FUNCTIONS(each)                                                          \
+  each(Esys_Initialize) each(Esys_Finalize) each(Esys_CreatePrimary) each(Esys_Create)        \
+      each(Esys_Load) each(Esys_ObjectChangeAuth) each(Esys_Sign) each(Esys_StartAuthSession) \
+          each(Esys_TR_SetAuth) each(Esys_TRSess_SetAttributes) each(Esys_FlushContext)       \
+              each(Esys_Free) each(Tss2_MU_TPM2B_PUBLIC_Marshal)                              \
+                  each(Tss2_MU_TPM2B_PUBLIC_Unmarshal) each(Tss2_MU_TPM2B_PRIVATE_Marshal)    \
+                      each(Tss2_MU_TPM2B_PRIVATE_Unmarshal) each(Tss2_TctiLdr_Initialize)     \
+                          each(Tss2_TctiLdr_Finalize)
 
 #define VELTRANE_TPM_MEMBER(name) decltype(&::name) name = nullptr;
 struct TPMFunctions {

@@ -63,16 +63,20 @@ constexpr std::chrono::milliseconds kHeadStart{100};
 
 WebAuthnClient::Parts passkeys(const Options& options) {
   const auto file = options.passkeysFile.value_or(authenticator::defaultPasskeyFile());
-  return {.authenticators =
-              [file] {
-                return std::vector<std::shared_ptr<Authenticator>>{
-                    std::make_shared<authenticator::PlatformAuthenticator>(
-                        authenticator::PlatformAuthenticatorOptions{
-                            .file = file, .keepers = authenticator::usualKeepers()}),
-                    std::make_shared<fido2::SecurityKeyAuthenticator>()};
-              },
-          .presenter = std::make_shared<QtPasskeyPresenter>(),
-          .suffixes = publicsuffix::make()};
+  const bool hasKeepers = options.machineKeepsPasskeys;
+  return {
+      .authenticators =
+          [file, hasKeepers] {
+            return std::vector<std::shared_ptr<Authenticator>>{
+                std::make_shared<authenticator::PlatformAuthenticator>(
+                    authenticator::PlatformAuthenticatorOptions{
+                        .file = file,
+                        .keepers = hasKeepers ? authenticator::usualKeepers()
+                                              : std::vector<authenticator::KeyKeeperFactory>()}),
+                std::make_shared<fido2::SecurityKeyAuthenticator>()};
+          },
+      .presenter = std::make_shared<QtPasskeyPresenter>(),
+      .suffixes = publicsuffix::make()};
 }
 
 }  // namespace

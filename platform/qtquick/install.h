@@ -15,6 +15,9 @@ struct Options {
   std::optional<std::filesystem::path> settingsFile;
   /// This machine's passkeys; absent: the user's own.
   std::optional<std::filesystem::path> passkeysFile;
+  /// Whether the TPM and the desktop's keyring may keep their keys; otherwise a passphrase does,
+  /// and a file that is thrown away leaves nothing behind.
+  bool machineKeepsPasskeys = true;
   /// Absent: told by the size of the screen.
   std::optional<InterfaceIdiom> idiom;
 };

@@ -133,9 +133,12 @@ TEST_F(Accounts, AnAlgorithmThatTheMachineLacksFallsToThePassphrase) {
   struct OnlyES256 final : KeyKeeper {
     std::string name() const override { return "tpm"; }
     std::vector<int> algorithms() const override { return {cose::kES256}; }
-    PasskeyResult<NewKey> makeKey(int, std::string_view) override { return PasskeyError{}; }
-    PasskeyResult<std::string> sign(int, std::string_view, std::string_view,
+    PasskeyResult<NewKey> makeKey(int, const KeyContext&) override { return PasskeyError{}; }
+    PasskeyResult<std::string> sign(int, std::string_view, const KeyContext&,
                                     std::string_view) override {
+      return PasskeyError{};
+    }
+    PasskeyResult<std::string> renewed(int, std::string_view, const KeyContext&) override {
       return PasskeyError{};
     }
   };

@@ -101,25 +101,27 @@ TEST(SoftwareKeys, AreSealedToKeyContextAndAlgorithm) {
     return SoftwareKeyKeeper("k", Secret(std::string(size, fill)));
   };
   auto keeper = keeperWith('a');
-  auto key = valueOf(keeper.makeKey(cose::kEdDSA, "context"));
+  const KeyContext context("id", "context");
+  auto key = valueOf(keeper.makeKey(cose::kEdDSA, context));
   const auto signs = [&](SoftwareKeyKeeper& with, int algorithm, const std::string& sealed,
-                         const char* context) {
-    const auto result = with.sign(algorithm, sealed, context, "message");
+                         const KeyContext& bound) {
+    const auto result = with.sign(algorithm, sealed, bound, "message");
     return std::holds_alternative<std::string>(result) &&
            verifies(key.publicKey, algorithm, "message", std::get<std::string>(result));
   };
-  EXPECT_TRUE(signs(keeper, cose::kEdDSA, key.sealed, "context"));
-  EXPECT_FALSE(signs(keeper, cose::kEdDSA, key.sealed, "contexT"));
-  EXPECT_FALSE(signs(keeper, cose::kES256, key.sealed, "context"));
+  EXPECT_TRUE(signs(keeper, cose::kEdDSA, key.sealed, context));
+  EXPECT_FALSE(signs(keeper, cose::kEdDSA, key.sealed, {"id", "contexT"}));
+  EXPECT_FALSE(signs(keeper, cose::kEdDSA, key.sealed, {"idc", "ontext"}));
+  EXPECT_FALSE(signs(keeper, cose::kES256, key.sealed, context));
   auto other = keeperWith('b');
-  EXPECT_FALSE(signs(other, cose::kEdDSA, key.sealed, "context"));
+  EXPECT_FALSE(signs(other, cose::kEdDSA, key.sealed, context));
   auto none = keeperWith('a', 31);
-  EXPECT_FALSE(signs(none, cose::kEdDSA, key.sealed, "context"));
+  EXPECT_FALSE(signs(none, cose::kEdDSA, key.sealed, context));
   for (std::size_t i = 0; i < key.sealed.size(); ++i) {
     std::string changed = key.sealed;
     changed[i] ^= 1;
-    EXPECT_FALSE(signs(keeper, cose::kEdDSA, changed, "context")) << i;
-    EXPECT_FALSE(signs(keeper, cose::kEdDSA, key.sealed.substr(0, i), "context")) << i;
+    EXPECT_FALSE(signs(keeper, cose::kEdDSA, changed, context)) << i;
+    EXPECT_FALSE(signs(keeper, cose::kEdDSA, key.sealed.substr(0, i), context)) << i;
   }
 }
 

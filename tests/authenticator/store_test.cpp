@@ -7,8 +7,10 @@
 #include <chrono>
 #include <fstream>
 
+#include "platform/authenticator/authenticator_data.h"
 #include "platform/authenticator/software_key_keeper.h"
 #include "tests/authenticator/authenticator_test.h"
+#include "veltrane/base/base64.h"
 
 namespace veltrane::authenticator::testing {
 namespace {
@@ -225,6 +227,63 @@ TEST_F(Store, TellsWhatItHoldsWithoutWaiting) {
   sqlite3_exec(writer, "COMMIT", nullptr, nullptr, nullptr);
   sqlite3_close(writer);
   EXPECT_EQ(authenticator.holds("example.com", {made.id}), true);
+}
+
+/// A store as the first programs made it, with the public keys of its two passkeys.
+const char* const kFormerRows =
+    "INSERT INTO credentials VALUES"
+    "(x'bb6ffc86c1ec2ee9edce027e60450739806f0849d4fb1eeb1471878754ff7984', 'example.com', x'7530',"
+    " 'alice@example.com', 'Alice', -7, 'machine',"
+    " x'"
+    "01998e079baefff60569f3b864da39d89d9533e724aa786a26798e090ae2c8f1a011bd7396763ae687d9bc19c1c2"
+    "a51ffd7ac08094a87d1231636f15d3', 0, 1, 1795276812),"
+    "(x'ff8251b457e15a281e4550c4e986781f9e0b79e039bcf2b14e48685816a47265', 'example.com', x'7531',"
+    " 'alice@example.com', 'Alice', -8, 'machine',"
+    " x'"
+    "01dbd701c40d9d4fa7b9fb4fcafe94df2cd0b40c9d0d9701099161e625cbae601a99f55a7be1fd4244142052d1d2"
+    "d22059f8525c45ff01fdde85e84eea7db62f7e9f93594c7212950e628b443db149e5ba3c19055bc5849a93b5699bf8"
+    "', 0, 1, 1795276812);"
+    "PRAGMA application_id = 0";
+const char* const kFormerKeys[] = {
+    "MFkwEwYHKoZIzj0CAQYIKoZIzj0DAQcDQgAEJ_Ixs-VBXJgvpxFN2o4QJ81PPeLmqE0pXWl9lfpXi_dUIlUVaoUFh4ka"
+    "HAZJ8WfndlLy2QPeCb3Pdm_GjnyEFQ",
+    "MCowBQYDK2VwAyEAYzlQ2raB2tBa9uflHq5wF5HhEsoGqVoyqDdhxKmbYwk"};
+
+std::vector<std::string> sealedKeys(const fs::path& file) {
+  std::vector<std::string> keys;
+  for (const auto& credential : valueOf(CredentialStore(file).find("example.com", {}))) {
+    keys.push_back(credential.sealed);
+  }
+  return keys;
+}
+
+TEST_F(Store, OneOfTheFirstVersionSignsAndIsSealedAnew) {
+  valueOf(CredentialStore(file_).storeId());
+  execute(file_, kFormerRows);
+  for (const std::size_t account : {0, 1}) {
+    device_.person.account = account;
+    for (int round = 0; round < 2; ++round) {
+      const auto assertion = valueOf(device_.get(getRequest()));
+      const auto key = base64URLDecoded(kFormerKeys[account]);
+      EXPECT_TRUE(verifies(*key, account == 0 ? cose::kES256 : cose::kEdDSA,
+                           assertion.authenticatorData + sha256(getRequest().clientDataJSON),
+                           assertion.signature));
+      EXPECT_EQ(sealedKeys(file_)[account][0], 2);
+    }
+  }
+  EXPECT_THAT(console_->take(), IsEmpty());
+}
+
+// Nothing is made that only a key opens which has just been thrown away.
+TEST_F(Store, OneThatIsResetUnderARequestTakesNoKeyOfTheFormerOne) {
+  TestDevice machine(file_, {});
+  const TestPlatform platform(machine, console_);
+  valueOf(machine.make(makeRequest()));
+  const auto id = valueOf(CredentialStore(file_).storeId());
+  const auto credential = valueOf(CredentialStore(file_).find("example.com", {})).at(0);
+  valueOf(reset(file_));
+  EXPECT_THAT(errorOf(CredentialStore(file_).add(credential, id)).cause, HasSubstr("reset"));
+  EXPECT_THAT(stored(), IsEmpty());
 }
 
 TEST_F(Store, OneThatTakesThePlaceOfAnotherHasAWrappingKeyOfItsOwn) {

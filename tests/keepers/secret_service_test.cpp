@@ -80,15 +80,49 @@ TEST(Unlocked, OneThatIsWantedByManyAtOnceIsMadeOnce) {
 }
 
 TEST(Unlocked, AKeeperSignsWithWhatAnotherOneSealed) {
+  const authenticator::KeyContext kContext("id", "example.com");
   const auto key = std::get<authenticator::KeyKeeper::NewKey>(
-      makeSecretServiceKeyKeeper(store("a"))->makeKey(cose::kES256, "context"));
+      makeSecretServiceKeyKeeper(store("a"))->makeKey(cose::kES256, kContext));
   const auto keeper = makeSecretServiceKeyKeeper(store("a"));
   const auto stranger = makeSecretServiceKeyKeeper(store("b"));
   EXPECT_EQ(keeper->name(), "secret-service");
   EXPECT_TRUE(std::holds_alternative<std::string>(
-      keeper->sign(cose::kES256, key.sealed, "context", "message")));
+      keeper->sign(cose::kES256, key.sealed, kContext, "message")));
   EXPECT_TRUE(std::holds_alternative<PasskeyError>(
-      stranger->sign(cose::kES256, key.sealed, "context", "message")));
+      stranger->sign(cose::kES256, key.sealed, kContext, "message")));
+}
+
+// Whichever way the last one goes, and also while a program runs that has the key still.
+TEST(Unlocked, TheKeyGoesWithTheLastPasskey) {
+  using namespace authenticator::testing;
+  const TemporaryFolder folder;
+  const auto file = folder.path() / "passkeys.db";
+  std::vector<std::string> ids;
+  TestDevice device(
+      file, {[&](const authenticator::StorePlace& place) {
+        ids.push_back(place.id);
+        return makeSecretServiceKeyKeeper({.folder = place.folder, .storeId = place.id});
+      }});
+  const TestPlatform platform(device, std::make_shared<RecordingConsole>());
+  const auto remove = [&](const MadeCredential& made) {
+    EXPECT_TRUE(valueOf(authenticator::remove(file, made.id)));
+  };
+  const auto first = valueOf(device.make(makeRequest("u1")));
+  const auto second = valueOf(device.make(makeRequest("u2")));
+  const auto key = keyOf(store(ids.at(0)));
+  remove(first);
+  EXPECT_EQ(keyOf(store(ids.at(0))), key);
+  remove(second);
+  EXPECT_NE(keyOf(store(ids.at(0))), key) << "made anew";
+  valueOf(authenticator::forgetSecretServiceKey(store(ids.at(0))));
+
+  const auto third = valueOf(device.make(makeRequest("u3")));
+  ASSERT_EQ(ids.size(), 2U);
+  const auto later = keyOf(store(ids.at(1)));
+  device.restart();
+  EXPECT_FALSE(valueOf(device.get(getRequest({third.id}))).signature.empty());
+  EXPECT_EQ(valueOf(authenticator::reset(file)), 1U);
+  EXPECT_NE(keyOf(store(ids.at(1))), later);
 }
 
 TEST(Unlocked, AServiceThatHangsIsLeftAlone) {
