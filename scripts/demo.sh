@@ -42,7 +42,6 @@ if [ -n "$has_display" ] && grep -qF '${challenge:' "$script"; then
   echo "(a browser warns of its certificate, which only this machine knows)"
 fi
 
-<<<<<<< HEAD
 # What stands for a camera with a person before it. The window of `vtflow run` by itself uses this
 # machine's camera.
 camera=()
@@ -55,10 +54,7 @@ if grep -qF '"needs": "camera"' "$script"; then
   [ -z "$has_display" ] || echo "What the sandbox got it shows at ${url%/v1}/face"
 fi
 
-# Answers by its status how the flow has ended.
-=======
 # Plays a flow, with another user name in its script if one is given. Answers by its status how it has ended.
->>>>>>> 02c5137 (wip)
 play() {
   local script="apps/sandbox/flows/$1.json" pictures="demo-pictures/$1${2:+-as-${2%@*}}" status=0
   if [ -n "${2:-}" ]; then

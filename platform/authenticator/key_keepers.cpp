@@ -16,14 +16,14 @@ PasskeyQuestion passphraseQuestion(PasskeyStep step, std::string problem) {
   if (step == PasskeyStep::newPassphrase) {
     question.title = "Choose a passphrase";
     question.message =
-        "It encrypts the keys of the passkeys in this device's file. Nobody can reset it: whoever "
-        "forgets it has lost them.";
+        "Unlike the PIN, it encrypts the keys of this device's passkeys. Nobody can reset it: "
+        "whoever forgets it has lost them.";
     question.minimumLength = KeyKeepers::kShortestPassphrase;
   } else {
     question.title = "Enter your passphrase";
     question.message =
-        "It decrypts the keys of this device's passkeys. If you have forgotten it they are lost: "
-        "cancel, and sign in another way.";
+        "Unlike the PIN, it decrypts the keys of this device's passkeys. If you have forgotten it "
+        "they are lost: cancel, and sign in another way.";
   }
   return question;
 }

@@ -131,7 +131,9 @@ PasskeyResult<SigningKey> SigningKeyMaker::makeEdDSA() {
   std::string pair(kPrivateSize + kEd25519Size, '\0');
   std::size_t privateSize = kPrivateSize;
   std::size_t publicSize = kEd25519Size;
-  if (EVP_PKEY_get_raw_private_key(key.get(), asBytes(pair), &privateSize) <= 0 ||
+  // The function for raw private keys leaves a copy of them in memory.
+  if (EVP_PKEY_get_octet_string_param(key.get(), OSSL_PKEY_PARAM_PRIV_KEY, asBytes(pair),
+                                      kPrivateSize, &privateSize) <= 0 ||
       EVP_PKEY_get_raw_public_key(key.get(), asBytes(pair) + kPrivateSize, &publicSize) <= 0) {
     return opensslError("read a new key");
   }

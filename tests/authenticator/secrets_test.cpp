@@ -1,11 +1,13 @@
 // What must never be found: a PIN, a passphrase, a wrapping key, a private key.
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <openssl/evp.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
 
+#include "platform/authenticator/signing_key.h"
 #include "platform/authenticator/software_key_keeper.h"
 #include "tests/authenticator/authenticator_test.h"
 
@@ -94,6 +96,55 @@ TEST_F(Secrets, AreNotLeftInMemory) {
   }
   EXPECT_EQ(countInMemory(turnedPIN), 0);
   EXPECT_EQ(countInMemory(turnedPassphrase), 0);
+}
+
+/// As Ed25519 keys are kept: the public key, which ends its SubjectPublicKeyInfo, behind the other.
+Secret withPublic(const Secret& key, const MadeCredential& made) {
+  std::string both;
+  both.reserve(64);  // at once, so that no part of it is left behind
+  both.append(key.bytes()).append(made.publicKey, made.publicKey.size() - 32);
+  return Secret(std::move(both));
+}
+
+/// The private key of a passkey that `keeperOf('k')` has sealed, turned around.
+std::string turnedPrivateKey(const std::string& sealed) {
+  const std::string wrappingKey(SoftwareKeyKeeper::kWrappingKeySize, 'k');
+  const auto* bytes = reinterpret_cast<const unsigned char*>(sealed.data());
+  constexpr int kPrivate = 32;
+  std::string plain(kPrivate, '\0');
+  int size = 0;
+  EVP_CIPHER_CTX* const context = EVP_CIPHER_CTX_new();
+  EVP_DecryptInit_ex(context, EVP_aes_256_gcm(), nullptr,
+                     reinterpret_cast<const unsigned char*>(wrappingKey.data()), bytes + 1);
+  EVP_DecryptUpdate(context, reinterpret_cast<unsigned char*>(plain.data()), &size, bytes + 13,
+                    kPrivate);
+  EVP_CIPHER_CTX_free(context);
+  std::string turned(plain.rbegin(), plain.rend());
+  Secret::wipe(plain);
+  return turned;
+}
+
+using PrivateKeys = AuthenticatorTest;
+
+TEST_F(PrivateKeys, AreInNoFileAndNotLeftInMemory) {
+  for (const int algorithm : {cose::kES256, cose::kEdDSA}) {
+    auto making = makeRequest();
+    making.algorithms = {algorithm};
+    making.wantsAttestation = true;
+    const auto made = valueOf(device_.make(making));
+    EXPECT_TRUE(verifies(made, getRequest(), valueOf(device_.get(getRequest({made.id})))));
+    const auto stored = valueOf(CredentialStore(file_).find("example.com", {made.id})).at(0);
+    const auto turned = turnedPrivateKey(stored.sealed);
+    EXPECT_EQ(countInMemory(turned), 0) << algorithm;
+    {
+      const Secret key(std::string(turned.rbegin(), turned.rend()));
+      const auto own = valueOf(signWith(
+          algorithm == cose::kES256 ? key.copy() : withPublic(key, made), algorithm, "message"));
+      EXPECT_TRUE(verifies(made.publicKey, algorithm, "message", own)) << "it is that key";
+      EXPECT_EQ(everything().find(key.bytes()), std::string::npos);
+    }
+    EXPECT_EQ(countInMemory(turned), 0) << algorithm;
+  }
 }
 
 TEST(SoftwareKeys, AreSealedToKeyContextAndAlgorithm) {

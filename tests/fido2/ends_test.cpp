@@ -148,7 +148,7 @@ TEST_F(Person, AKeyThatClaimsTooMuchIsNotListenedTo) {
                  }));
     seen.clear();
     cancelAt(insertKey);
-    EXPECT_EQ(failToMake().failure, PasskeyFailure::cancelled);
+    EXPECT_EQ(failToMake().failure, PasskeyFailure::failed);
     EXPECT_THAT(lastOf(insertKey).problem, ::testing::HasSubstr("connection"));
     keys->pullOut("a");
   }

@@ -50,6 +50,18 @@ TEST_F(KeyStates, AWrongPINCostsATry) {
   EXPECT_TRUE(credential.authenticatorData.at(32) & kUserVerified);
 }
 
+TEST_F(KeyStates, EitherProtocolOfPINsIsSpoken) {
+  insert("a", {.pinProtocol = 2});
+  whenAskedForPIN("246802", newPIN);
+  whenAskedForPIN("000000");
+  whenAskedForPIN("246802");
+  auto request = registration();
+  request.userVerification = Requirement::required;
+  EXPECT_TRUE(make(request).authenticatorData.at(32) & kUserVerified);
+  EXPECT_FALSE(make(request).id.empty());
+  EXPECT_EQ(lastOf(enterPIN).problem, "Wrong PIN. 7 tries left.");
+}
+
 TEST_F(KeyStates, AfterThreeWrongPINsTheKeyHasToBeInsertedAgain) {
   const auto key = insert("a", {.pin = "123456", .tries = 6});
   for (int i = 0; i < 3; ++i) whenAskedForPIN("000000");

@@ -68,16 +68,29 @@ std::vector<Named> everyQuestion() {
       {"new-pin",
        {.step = PasskeyStep::newPIN,
         .title = "Choose a PIN",
-        .message = "It protects the passkeys on this device.",
-        .confirmTitle = "Set PIN",
+        .message = "One PIN for all passkeys of this device: it is asked for before one is used. "
+                   "Eight wrong ones in a row lock them until a reset, which deletes them.",
+        .relyingParty = party,
+        .account = alice,
+        .confirmTitle = "Continue",
+        .alternativeTitle = "Use a security key",
         .minimumLength = 4}},
       {"passphrase",
-       {.step = PasskeyStep::passphrase, .title = "Open your passkeys", .confirmTitle = "Open"}},
+       {.step = PasskeyStep::passphrase,
+        .title = "Enter your passphrase",
+        .message = "Unlike the PIN, it decrypts the keys of this device's passkeys. If you have "
+                   "forgotten it they are lost: cancel, and sign in another way.",
+        .relyingParty = party,
+        .account = alice,
+        .confirmTitle = "Continue"}},
       {"new-passphrase",
        {.step = PasskeyStep::newPassphrase,
         .title = "Choose a passphrase",
-        .message = "This machine has nowhere else to keep the key of your passkeys.",
-        .confirmTitle = "Set passphrase",
+        .message = "Unlike the PIN, it encrypts the keys of this device's passkeys. Nobody can "
+                   "reset it: whoever forgets it has lost them.",
+        .relyingParty = party,
+        .account = alice,
+        .confirmTitle = "Continue",
         .minimumLength = 8}},
       {"notice",
        {.step = PasskeyStep::notice,
@@ -127,6 +140,8 @@ class PasskeyLook : public PasskeyFrontEnd {
       EXPECT_EQ(clippedTexts(panel()), std::vector<std::string>());
       QQuickItem* const start = parts("passkeyField").empty() ? part("passkeyTitle") : focused();
       EXPECT_TRUE(place(part("passkeyBody")).contains(place(start)));
+      const bool showsTitle = place(part("passkeyBody")).contains(place(part("passkeyTitle")));
+      EXPECT_TRUE(showsTitle || part("passkeyHeading")) << "what is asked stays in sight";
       for (const char* control : {"passkeyConfirm", "passkeyAlternative", "passkeyCancel",
                                   "passkeyShow", "passkeyChoice"}) {
         for (QQuickItem* each : parts(control)) {

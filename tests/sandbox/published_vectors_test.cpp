@@ -71,8 +71,9 @@ const Vector kVectors[] = {
          "6ffb09a762efd0d719a55346941e17e91ebf64c60d439d0b9744"},
     {.name = "packed, Ed25519",
      .clientDataOfCreation =
-         R"({"type":"webauthn.create","challenge":"VgxzoJznoVhtYcHW5B_vFJvlI-Ig_J8)"
-         R"(4XTirI3Auvxs","origin":"https://example.org","crossOrigin":false})",
+         R"({"type":"webauthn.create","challenge":"VgxzoJznoVhtYcHW5B_vFJvlI-Ig_J84XTirI3Auvxs",)"
+         R"("origin":"https://example.org","crossOrigin":false,"extraData":"clientDataJSON may be )"
+         R"(extended with additional fields in the future, such as this: 23WH4kuRh-23eTN1QzHkQw=="})",
      .attestationObject =
          "a363666d74667061636b65646761747453746d74a363616c672663736967584730450220730a54d4f76cb1f2"
          "b7dd4a5a6eee3374e3c8a60fb3c4daa527c9277e365b64aa0221008b31a04a28cc4148b14c42a916548ee7f4"

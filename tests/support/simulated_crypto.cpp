@@ -41,18 +41,24 @@ std::string hmac(std::string_view key, std::string_view bytes) {
        room(code), nullptr);
   return code;
 }
-std::string aes(std::string_view key, std::string_view bytes, bool encrypt) {
+
+namespace {
+/// AES-256-CBC, without padding.
+std::string aes(std::string_view key, std::string_view start, std::string_view bytes,
+                bool encrypt) {
   const std::unique_ptr<EVP_CIPHER_CTX, void (*)(EVP_CIPHER_CTX*)> context(EVP_CIPHER_CTX_new(),
                                                                            EVP_CIPHER_CTX_free);
-  const unsigned char start[16] = {};
   std::string out(bytes.size() + 16, '\0');
   int size = 0;
-  EVP_CipherInit_ex(context.get(), EVP_aes_256_cbc(), nullptr, data(key), start, encrypt ? 1 : 0);
+  EVP_CipherInit_ex(context.get(), EVP_aes_256_cbc(), nullptr, data(key), data(start),
+                    encrypt ? 1 : 0);
   EVP_CIPHER_CTX_set_padding(context.get(), 0);
   EVP_CipherUpdate(context.get(), room(out), &size, data(bytes), static_cast<int>(bytes.size()));
   out.resize(static_cast<std::size_t>(size));
   return out;
 }
+}  // namespace
+
 std::string randomBytes(std::size_t count) {
   std::string bytes(count, '\0');
   RAND_bytes(room(bytes), static_cast<int>(count));
@@ -92,6 +98,9 @@ std::string sign(EVP_PKEY* key, int algorithm, std::string_view message) {
   signature.resize(size);
   return signature;
 }
+
+namespace {
+/// Empty when the other's key is no point.
 std::string agree(EVP_PKEY* own, const std::string& x, const std::string& y) {
   std::string point = "\x04" + x + y;
   char group[] = "P-256";
@@ -113,7 +122,39 @@ std::string agree(EVP_PKEY* own, const std::string& x, const std::string& y) {
   EVP_PKEY_derive_init(context.get());
   EVP_PKEY_derive_set_peer(context.get(), other);
   EVP_PKEY_derive(context.get(), room(common), &size);
-  return sha256(common);
+  return common;
+}
+
+constexpr std::size_t kBlock = 16;
+}  // namespace
+
+PINProtocol::PINProtocol(int number, evp_pkey_st* own, const std::string& x, const std::string& y)
+    : number_(number) {
+  const std::string common = agree(own, x, y);
+  if (common.empty()) return;
+  const std::string extracted = hmac(std::string(32, '\0'), common);
+  const auto expanded = [&](const std::string& purpose) { return hmac(extracted, purpose + '\1'); };
+  aesKey_ = number == 1 ? sha256(common) : expanded("CTAP2 AES key");
+  hmacKey_ = number == 1 ? aesKey_ : expanded("CTAP2 HMAC key");
+}
+
+std::string PINProtocol::encrypt(const std::string& bytes) const {
+  const std::string start = number_ == 1 ? std::string(kBlock, '\0') : randomBytes(kBlock);
+  return (number_ == 1 ? "" : start) + aes(aesKey_, start, bytes, true);
+}
+
+std::string PINProtocol::decrypt(const std::string& bytes) const {
+  if (number_ == 1) return aes(aesKey_, std::string(kBlock, '\0'), bytes, false);
+  return bytes.size() < kBlock ? ""
+                               : aes(aesKey_, bytes.substr(0, kBlock), bytes.substr(kBlock), false);
+}
+
+std::string PINProtocol::proofOf(const std::string& message) const {
+  return proof(number_, hmacKey_, message);
+}
+
+std::string PINProtocol::proof(int number, const std::string& key, const std::string& message) {
+  return hmac(key, message).substr(0, number == 1 ? 16 : 32);
 }
 
 }  // namespace veltrane::testing

@@ -143,16 +143,17 @@ std::string SimulatedCtap::info() const {
            {text("up"), boolean(true)},
            {text("uv"), behaviour.hasReader ? boolean(true) : ""},
            {text("clientPin"), behaviour.takesPIN ? boolean(!behaviour.pin.empty()) : ""}});
-  return status(ok) + map({{number(1), list({text("FIDO_2_0")})},
-                           {number(3), bytes(std::string(16, 'S'))},
-                           {number(4), options},
-                           {number(5), number(1200)},
-                           {number(6), behaviour.takesPIN ? list({number(1)}) : ""},
-                           {number(7), number(static_cast<std::int64_t>(behaviour.mostIds))},
-                           {number(8), number(64)},
-                           {number(9), list({text("usb")})},
-                           {number(10), list(algorithms)},
-                           {number(13), number(6)}});
+  return status(ok) +
+         map({{number(1), list({text("FIDO_2_0")})},
+              {number(3), bytes(std::string(16, 'S'))},
+              {number(4), options},
+              {number(5), number(1200)},
+              {number(6), behaviour.takesPIN ? list({number(behaviour.pinProtocol)}) : ""},
+              {number(7), number(static_cast<std::int64_t>(behaviour.mostIds))},
+              {number(8), number(64)},
+              {number(9), list({text("usb")})},
+              {number(10), list(algorithms)},
+              {number(13), number(6)}});
 }
 
 bool SimulatedCtap::holdsOneOf(const std::vector<std::string>& ids, const std::string& rpId) const {
@@ -166,7 +167,8 @@ std::uint8_t SimulatedCtap::checkPerson(const Message& message, int authParam,
                                         bool& verified) const {
   if (message[authParam] != nullptr) {
     if (behaviour.pin.empty()) return pinNotSet;
-    verified = bytesOf(message[authParam]) == hmac(token_, hash).substr(0, 16);
+    verified =
+        bytesOf(message[authParam]) == PINProtocol::proof(behaviour.pinProtocol, token_, hash);
     return verified ? ok : pinAuthInvalid;
   }
   if (message.option(isMaking ? 7 : 5, "uv", false)) {
@@ -282,10 +284,10 @@ SimulatedCtap::Reply SimulatedCtap::get(const Message& message) {
   return {{}, give};
 }
 
-std::uint8_t SimulatedCtap::checkPIN(std::string_view encrypted, const std::string& secret) {
+std::uint8_t SimulatedCtap::checkPIN(const std::string& encrypted, const PINProtocol& protocol) {
   if (behaviour.tries == 0) return pinBlocked;
   if (wrongInARow_ >= 3) return pinAuthBlocked;
-  if (aes(secret, encrypted, false) == sha256(behaviour.pin).substr(0, 16)) {
+  if (protocol.decrypt(encrypted) == sha256(behaviour.pin).substr(0, 16)) {
     behaviour.tries = 8;
     wrongInARow_ = 0;
     return ok;
@@ -295,40 +297,42 @@ std::uint8_t SimulatedCtap::checkPIN(std::string_view encrypted, const std::stri
   return ++wrongInARow_ >= 3 ? pinAuthBlocked : pinInvalid;
 }
 
-std::string SimulatedCtap::setPIN(const Message& message, const std::string& secret,
+std::string SimulatedCtap::setPIN(const Message& message, const PINProtocol& protocol,
                                   bool isChange) {
   const std::string encrypted = bytesOf(message[5]);
   const std::string current = bytesOf(message[6]);
-  const std::string proof = hmac(secret, encrypted + (isChange ? current : "")).substr(0, 16);
+  const std::string proof = protocol.proofOf(encrypted + (isChange ? current : ""));
   if (isChange == behaviour.pin.empty() || bytesOf(message[4]) != proof) {
     return status(pinAuthInvalid);
   }
   if (isChange) {
-    if (const auto wrong = checkPIN(current, secret); wrong != ok) return status(wrong);
+    if (const auto wrong = checkPIN(current, protocol); wrong != ok) return status(wrong);
   }
-  const std::string chosen = aes(secret, encrypted, false).c_str();
+  const std::string chosen = protocol.decrypt(encrypted).c_str();
   if (chosen.size() < 6 || chosen == behaviour.pin) return status(pinPolicy);
   behaviour.pin = chosen;
   behaviour.wantsNewPIN = false;
   return status(ok);
 }
 
-std::string SimulatedCtap::getToken(const Message& message, const std::string& secret) {
+std::string SimulatedCtap::getToken(const Message& message, const PINProtocol& protocol) {
   if (behaviour.pin.empty()) return status(pinNotSet);
-  if (const auto wrong = checkPIN(bytesOf(message[6]), secret); wrong != ok) return status(wrong);
+  if (const auto wrong = checkPIN(bytesOf(message[6]), protocol); wrong != ok) return status(wrong);
   if (behaviour.wantsNewPIN) return status(pinPolicy);
   token_ = randomBytes(32);
-  return status(ok) + map({{number(2), bytes(aes(secret, token_, true))}});
+  return status(ok) + map({{number(2), bytes(protocol.encrypt(token_))}});
 }
 
 SimulatedCtap::Reply SimulatedCtap::pinCommand(const Message& message) {
   if (!behaviour.takesPIN) return {status(invalidCommand), {}};
   const auto* other = message[3];
-  const std::string secret = other != nullptr ? agree(agreement_.get(), bytesOf(member(other, -2)),
-                                                      bytesOf(member(other, -3)))
-                                              : "";
+  const PINProtocol protocol(behaviour.pinProtocol, agreement_.get(), bytesOf(member(other, -2)),
+                             bytesOf(member(other, -3)));
   const int command = numberOf(message[2]);
-  if (command >= 3 && secret.empty()) return {status(invalidParameter), {}};
+  const bool isSpoken = numberOf(message[1]) == behaviour.pinProtocol;
+  if ((command >= 2 && !isSpoken) || (command >= 3 && !protocol.isAgreed())) {
+    return {status(invalidParameter), {}};
+  }
   switch (command) {
     case 1:
       return {status(ok) + map({{number(3), number(behaviour.tries)}}), {}};
@@ -336,9 +340,9 @@ SimulatedCtap::Reply SimulatedCtap::pinCommand(const Message& message) {
       return {status(ok) + map({{number(1), coseKey(agreement_.get(), -25)}}), {}};
     case 3:
     case 4:
-      return {setPIN(message, secret, command == 4), {}};
+      return {setPIN(message, protocol, command == 4), {}};
     case 5:
-      return {getToken(message, secret), {}};
+      return {getToken(message, protocol), {}};
     default:
       return {status(invalidParameter), {}};
   }

@@ -12,11 +12,15 @@ struct evp_pkey_st;
 
 namespace veltrane::testing {
 
+class PINProtocol;
+
 /// What a simulated key does; may be changed between requests.
 struct KeyBehaviour {
   /// Empty: none set.
   std::string pin;
   bool takesPIN = true;
+  /// By which PINs are sent: 1 or 2.
+  int pinProtocol = 1;
   int tries = 8;
   bool wantsNewPIN = false;
   /// A fingerprint reader, and whether it knows the finger.
@@ -30,8 +34,8 @@ struct KeyBehaviour {
   std::uint8_t refusal = 0;
 };
 
-/// The mind of a security key: CTAP 2.0 with PIN protocol 1, made of OpenSSL alone. One thread at a
-/// time.
+/// The mind of a security key: CTAP 2.0 with either PIN protocol, made of OpenSSL alone. One thread
+/// at a time.
 class SimulatedCtap {
  public:
   struct Reply {
@@ -67,10 +71,10 @@ class SimulatedCtap {
   Reply make(const Message& message);
   Reply get(const Message& message);
   Reply pinCommand(const Message& message);
-  std::string getToken(const Message& message, const std::string& secret);
-  std::string setPIN(const Message& message, const std::string& secret, bool isChange);
+  std::string getToken(const Message& message, const PINProtocol& protocol);
+  std::string setPIN(const Message& message, const PINProtocol& protocol, bool isChange);
   /// A status; 0: right.
-  std::uint8_t checkPIN(std::string_view encrypted, const std::string& secret);
+  std::uint8_t checkPIN(const std::string& encrypted, const PINProtocol& protocol);
   /// A status; 0: `verified` tells whether the person is.
   std::uint8_t checkPerson(const Message& message, int authParam, const std::string& hash,
                            bool isMaking, bool& verified) const;
