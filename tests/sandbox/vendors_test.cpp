@@ -200,7 +200,7 @@ TEST_F(Vendors, APageGetsIntoTheTroubleThatItsTokenNames) {
   const auto moved = page("page-moved");
   EXPECT_EQ(moved->status, 302);
   const std::string other = "https://127.0.0.1:" + std::to_string(server->port());
-  EXPECT_TRUE(moved->get_header_value("Location").starts_with(other + "/web/v4/app?"));
+  EXPECT_TRUE(moved->get_header_value("Location").starts_with(other + "/web/v4/foreign?"));
   const auto foreign = pagePath(initiated(scan("page-foreign-origin")));
   EXPECT_THAT(get(foreign)->body, HasSubstr("data-other=\"" + other + '"'));
   const auto query = foreign.substr(foreign.find('?'));

@@ -3,6 +3,8 @@
 'use strict';
 
 const {play, token, reference, customer, other} = document.body.dataset;
+/** The same server as another site, which claims that all went well. */
+const stranger = `${other}/web/v4/foreign?authorizationToken=${token}`;
 const byId = (id) => document.getElementById(id);
 const send = (message) => window.parent.postMessage(message, '*');
 
@@ -79,12 +81,12 @@ const plays = {
   },
   'foreign-origin': () => {
     const frame = document.createElement('iframe');
-    frame.src = `${other}/web/v4/foreign?authorizationToken=${token}`;
+    frame.src = stranger;
     frame.title = 'A stranger';
     document.body.append(frame);
   },
-  leaves: () => window.location.assign(`${other}${window.location.pathname}${window.location.search}`),
-  popup: () => window.open(`${other}${window.location.pathname}${window.location.search}`),
+  leaves: () => window.location.assign(stranger),
+  popup: () => window.open(stranger),
 };
 
 byId('finish').addEventListener('click', () => end('success'));

@@ -49,6 +49,11 @@ std::string otherOriginOf(const std::string& origin, int port) {
   return isName ? "https://127.0.0.1:" + std::to_string(port) : serverURL(port);
 }
 
+/// A page of that origin which claims that all went well.
+std::string strangerOf(const std::string& origin, const std::string& authorizationToken) {
+  return origin + std::string(kForeignPage) + "?authorizationToken=" + authorizationToken;
+}
+
 Reply redirect(const std::string& url, int status) {
   Reply reply;
   reply.status = status;
@@ -159,7 +164,7 @@ Reply Vendors::page(const std::string& authorizationToken, const RecordedRequest
   const Transaction transaction = find(authorizationToken);
   const std::string play = behind(transaction.initiation.apiToken, "page-");
   const std::string other = otherOriginOf(originOf(request, port), port);
-  if (play == "moved") return redirect(other + request.path, 302);
+  if (play == "moved") return redirect(strangerOf(other, authorizationToken), 302);
   Reply reply = clientPage(transaction, play, other);
   if (play == "hang") reply.noAnswer = true;
   if (play == "cut") reply.cutAfterBytes = 40;
