@@ -4,6 +4,8 @@
 #include <cmath>
 #include <optional>
 
+#include "platform/opencv/face_shape.h"
+
 namespace veltrane::opencv {
 namespace {
 
@@ -38,16 +40,8 @@ std::optional<Cell> cellAt(const VeltraneDetection& found, int index) {
   return isSound ? std::optional(cell) : std::nullopt;
 }
 
-double overlap(const Cell& one, const Cell& other) {
-  const auto shared = [&](double a, double b) {
-    return std::min(a + one.side / 2, b + other.side / 2) -
-           std::max(a - one.side / 2, b - other.side / 2);
-  };
-  const double width = shared(one.x, other.x);
-  const double height = shared(one.y, other.y);
-  if (width <= 0 || height <= 0) return 0;
-  const double both = width * height;
-  return both / (one.side * one.side + other.side * other.side - both);
+Rect boxOf(const Cell& cell) {
+  return {cell.x - cell.side / 2, cell.y - cell.side / 2, cell.side, cell.side};
 }
 
 /// Neighbouring cells see the same face a little differently: their mean, by how sure they are, is
@@ -100,7 +94,7 @@ std::vector<Detection> facesIn(const VeltraneDetection& found, const AffineTrans
   while (!cells.empty()) {
     const Cell surest = cells.front();
     const auto others = std::stable_partition(cells.begin(), cells.end(), [&](const Cell& cell) {
-      return overlap(surest, cell) > kSameFace;
+      return overlap(boxOf(surest), boxOf(cell)) > kSameFace;
     });
     faces.push_back(detectionOf(mean({cells.begin(), others}), map));
     cells.erase(cells.begin(), others);

@@ -1,6 +1,7 @@
 #include "platform/opencv/face_networks.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/opencv/late_library.h"
 
@@ -8,6 +9,9 @@ namespace veltrane::opencv {
 namespace {
 
 constexpr int kMostSightings = 16;
+constexpr double kIsThere = 0.5;
+/// The network's odds of a face are e to its answer: 15 and more for faces, 5 for gravel at times.
+constexpr double kDoubt = 6;
 
 struct ErrorText {
   char text[512] = "";
@@ -92,8 +96,10 @@ std::optional<FaceNetworks::Look> FaceNetworks::look(const PixelBuffer& frame, c
     error = why.text;
     return std::nullopt;
   }
-  return Look{.presence = probability(mesh_->presence),
-              .points = pointsOf(*mesh_, transformOf(square, kVeltraneInput))};
+  const double presence = probability(mesh_->presence - kDoubt);
+  if (presence <= kIsThere) return Look{.presence = presence, .points = {}};
+  auto points = pointsOf(*mesh_, transformOf(square, kVeltraneInput));
+  return points ? Look{.presence = presence, .points = std::move(*points)} : Look{};
 }
 
 std::optional<std::vector<FaceNetworks::Sighting>> FaceNetworks::cascade(const PixelBuffer& frame,

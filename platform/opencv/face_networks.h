@@ -23,10 +23,10 @@ class FaceNetworks {
     int count = 0;
   };
   struct Look {
-    /// From 0 to 1: how sure the network is that it looks at a face.
+    /// From 0 to 1: how sure it is that this is a face, with a margin for what only looks like one.
     double presence = 0;
-    /// Nothing when what it says is no face.
-    std::optional<FacePoints> points;
+    /// Empty unless it is more likely one than not.
+    FacePoints points;
   };
 
   /// Loads OpenCV and the models; null when they cannot be had.

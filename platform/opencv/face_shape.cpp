@@ -99,6 +99,16 @@ Rect boxOf(const Square& detected) {
                       kBoxOfDetection * detected.side);
 }
 
+double overlap(const Rect& one, const Rect& other) {
+  const double width =
+      std::min(one.x + one.width, other.x + other.width) - std::max(one.x, other.x);
+  const double height =
+      std::min(one.y + one.height, other.y + other.height) - std::max(one.y, other.y);
+  if (width <= 0 || height <= 0) return 0;
+  const double both = width * height;
+  return both / (one.width * one.height + other.width * other.height - both);
+}
+
 Square surroundings(const Square& detected) {
   return {detected.middle, kAround * detected.side, detected.angle};
 }

@@ -23,6 +23,9 @@ std::optional<FacePoints> pointsOf(const VeltraneMesh& mesh, const AffineTransfo
 Rect boxOf(const FacePoints& points);
 Rect boxOf(const Square& detected);
 
+/// What both cover, of what either does.
+double overlap(const Rect& one, const Rect& other);
+
 /// Where the mesh has to look: for a face that was detected, one that was followed until now, and
 /// one of which only the box is known.
 Square surroundings(const Square& detected);

@@ -1,6 +1,7 @@
 #include "platform/opencv/file_camera.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <exception>
@@ -34,12 +35,16 @@ class Feed {
   explicit Feed(FileCameraOptions options) : options_(std::move(options)) {}
 
   void run(const Camera::Events& events) {
+    thread_ = std::this_thread::get_id();
     try {
       show(events);
     } catch (const std::exception& error) {
       fail(events, CameraError::lost, error.what());
     }
   }
+
+  /// Within one of the camera's calls.
+  bool isThisThread() const { return thread_ == std::this_thread::get_id(); }
 
   void stop() {
     {
@@ -112,6 +117,7 @@ class Feed {
   }
 
   const FileCameraOptions options_;
+  std::atomic<std::thread::id> thread_;
   std::mutex mutex_;
   std::condition_variable wake_;
   bool isStopped_ = false;
@@ -121,25 +127,23 @@ class FileCamera final : public Camera {
  public:
   explicit FileCamera(FileCameraOptions options)
       : feed_(std::make_shared<Feed>(std::move(options))) {}
-  ~FileCamera() override { end(); }
+  ~FileCamera() override {
+    stopRunning();
+    // Within one of its own calls, of which no more is left than to return.
+    if (thread_.joinable()) thread_.detach();
+  }
 
   void startRunning(Events events) override {
     thread_ = std::thread([feed = feed_, events = std::move(events)] { feed->run(events); });
   }
-  void stopRunning() override { end(); }
 
- private:
   /// No call runs when this returns, but the one that it may have been called from.
-  void end() {
+  void stopRunning() override {
     feed_->stop();
-    if (!thread_.joinable()) return;
-    if (thread_.get_id() == std::this_thread::get_id()) {
-      thread_.detach();
-    } else {
-      thread_.join();
-    }
+    if (!feed_->isThisThread() && thread_.joinable()) thread_.join();
   }
 
+ private:
   const std::shared_ptr<Feed> feed_;
   std::thread thread_;
 };

@@ -11,6 +11,8 @@ namespace {
 /// Rows that are looked at for one row of the sample, at most. All columns are.
 constexpr int kMostRows = 2;
 constexpr int kColors = 4;
+/// A square so many times larger than the frame shows nothing of it.
+constexpr double kMostAround = 64;
 
 /// From the upright picture to the pixels as they lie.
 AffineTransform fromUpright(const PixelBuffer& frame) {
@@ -98,7 +100,8 @@ std::optional<FrameSampler::Sample> FrameSampler::sample(const PixelBuffer& fram
   const auto within = [](double value, int end) {
     return static_cast<int>(std::clamp(value, 0.0, double(end)));
   };
-  if (!(square.side > 0) || !std::isfinite(wanted.x + wanted.y + wanted.width + wanted.height)) {
+  const double most = kMostAround * std::max(frame.size.width, frame.size.height);
+  if (!(square.side > 0 && square.side < most) || !std::isfinite(wanted.x + wanted.y)) {
     return std::nullopt;
   }
   // Colours are shared by two columns; one pixel more on each side is what lies between two.
@@ -107,8 +110,8 @@ std::optional<FrameSampler::Sample> FrameSampler::sample(const PixelBuffer& fram
   const int right = within(std::ceil(wanted.x + wanted.width) + 1, frame.size.width);
   const int bottom = within(std::ceil(wanted.y + wanted.height) + 1, frame.size.height);
   if (right <= left || bottom <= top) return std::nullopt;
-  const int most = std::min(right - left, bottom - top);
-  const int by = std::clamp(static_cast<int>(std::min(square.side / input, 1e6)), 1, most);
+  const int by =
+      std::clamp(static_cast<int>(square.side / input), 1, std::min(right - left, bottom - top));
   const PixelSize size{(right - left) / by, (bottom - top) / by};
   shrink(frame, {left, top, size.width * by, size.height * by, by}, size);
   const double scale = 1.0 / by;

@@ -1,6 +1,7 @@
 #include "platform/opencv/network_vision.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace veltrane::opencv {
@@ -9,8 +10,26 @@ namespace {
 /// Each costs a call of the second network, in every frame; a person before a camera is among the
 /// largest.
 constexpr std::size_t kMostFaces = 8;
-/// How sure the network has to be of a face to tell of its features.
-constexpr double kIsThere = 0.5;
+
+/// A face that has moved by more than this part of what was looked at, or is larger or smaller by
+/// more than that, has been seen at its edge, where the network may take a mouth for eyes. It is
+/// looked at again, where it seems to be, so many times at most.
+constexpr double kMoved = 0.08;
+constexpr double kGrown = 1.2;
+constexpr int kLooks = 3;
+/// The network believes what it has once taken for eyes. So the detector is asked now and then.
+constexpr int kFramesADetection = 4;
+/// Boxes that share less than this part of what both cover are not of the same face, and ones that
+/// share more than that tell the same.
+constexpr double kSameFace = 0.1;
+constexpr double kSamePlace = 0.5;
+
+bool isElsewhere(const Square& face, const Square& square) {
+  const double moved =
+      std::hypot(face.middle.x - square.middle.x, face.middle.y - square.middle.y) / square.side;
+  const double grown = face.side / square.side;
+  return moved > kMoved || grown > kGrown || grown < 1 / kGrown;
+}
 
 }  // namespace
 
@@ -27,11 +46,15 @@ VisionOutcome<FaceObservation> NetworkVision::detectFaceRectangles(const PixelBu
   faces->resize(std::min(faces->size(), kMostFaces));
   detected_.clear();
   followed_.clear();
+  framesSinceDetection_ = 0;
   VisionOutcome<FaceObservation> outcome;
   for (const Detection& detection : *faces) {
-    const Rect box = normalised(boxOf(detection.face), frame.uprightSize());
-    detected_.push_back({box, surroundings(detection.face), {}});
-    outcome.results.push_back({.boundingBox = box, .confidence = detection.score, .landmarks = {}});
+    auto seen = networks_->look(frame, surroundings(detection.face), error);
+    if (!seen) return {{}, error};
+    if (seen->points.empty()) continue;
+    detected_.push_back(knownOf(std::move(*seen), frame.uprightSize()));
+    outcome.results.push_back(
+        {.boundingBox = detected_.back().box, .confidence = detection.score, .landmarks = {}});
   }
   return outcome;
 }
@@ -39,31 +62,66 @@ VisionOutcome<FaceObservation> NetworkVision::detectFaceRectangles(const PixelBu
 VisionOutcome<std::optional<FaceObservation>> NetworkVision::trackFaces(
     const PixelBuffer& frame, const std::vector<FaceTrackingRequest>& requests) {
   const PixelSize size = frame.uprightSize();
-  VisionOutcome<std::optional<FaceObservation>> outcome;
-  std::vector<Known> followed;
+  std::vector<Known> faces;
+  std::string error;
   for (const auto& request : requests) {
     const Rect& last = request.inputObservation.boundingBox;
     const Square square = surroundingsOf(last, size);
-    std::string error;
-    auto seen = networks_->look(frame, square, error);
+    auto seen = follow(frame, square, error);
     if (!seen) return {{}, error};
-    if (!seen->points) {
-      outcome.results.emplace_back();
-      continue;
-    }
-    const bool isFace = seen->presence > kIsThere;
-    Known known{last, square, {}};
-    if (isFace) {
-      known = {normalised(boxOf(*seen->points), size), surroundings(*seen->points),
-               std::move(*seen->points)};
-    }
-    outcome.results.push_back(
-        FaceObservation{.boundingBox = known.box, .confidence = seen->presence, .landmarks = {}});
-    followed.push_back(std::move(known));
+    // Of a face that has gone, where it was.
+    faces.push_back(seen->points.empty() ? Known{last, square, {}, seen->presence}
+                                         : knownOf(std::move(*seen), size));
   }
-  followed_ = std::move(followed);
+  if (++framesSinceDetection_ >= kFramesADetection && !putRight(frame, faces, error)) {
+    return {{}, error};
+  }
+  VisionOutcome<std::optional<FaceObservation>> outcome;
+  for (const Known& face : faces) {
+    outcome.results.push_back(
+        FaceObservation{.boundingBox = face.box, .confidence = face.presence, .landmarks = {}});
+  }
+  followed_ = std::move(faces);
   pixels_ = {frame.planes[0].data, frame.memory};
   return outcome;
+}
+
+/// Looks for the face that is known to have been in the square. Nothing when OpenCV fails.
+std::optional<FaceNetworks::Look> NetworkVision::follow(const PixelBuffer& frame, Square square,
+                                                        std::string& error) {
+  auto seen = networks_->look(frame, square, error);
+  for (int looks = 1; looks < kLooks; ++looks) {
+    if (!seen || seen->points.empty()) break;
+    const Square now = surroundings(seen->points);
+    if (!isElsewhere(now, square)) break;
+    square = now;
+    seen = networks_->look(frame, square, error);
+  }
+  return seen;
+}
+
+/// Looks again at faces that the detector sees a little elsewhere. False when OpenCV fails.
+bool NetworkVision::putRight(const PixelBuffer& frame, std::vector<Known>& faces,
+                             std::string& error) {
+  framesSinceDetection_ = 0;
+  const auto detections = networks_->detect(frame, error);
+  if (!detections) return false;
+  const PixelSize size = frame.uprightSize();
+  for (Known& face : faces) {
+    if (face.points.empty()) continue;
+    const auto shared = [&](const Detection& detection) {
+      return overlap(face.box, normalised(boxOf(detection.face), size));
+    };
+    const auto nearest = std::max_element(
+        detections->begin(), detections->end(),
+        [&](const auto& one, const auto& other) { return shared(one) < shared(other); });
+    if (nearest == detections->end()) continue;
+    if (shared(*nearest) < kSameFace || shared(*nearest) > kSamePlace) continue;
+    auto seen = follow(frame, surroundings(nearest->face), error);
+    if (!seen) return false;
+    if (!seen->points.empty()) face = knownOf(std::move(*seen), size);
+  }
+  return true;
 }
 
 VisionOutcome<FaceObservation> NetworkVision::detectFaceLandmarks(const PixelBuffer& frame,
@@ -79,13 +137,16 @@ VisionOutcome<FaceObservation> NetworkVision::detectFaceLandmarks(const PixelBuf
       const auto seen = networks_->look(frame, surroundingsOf(box, size), error);
       if (!seen) return {{}, error};
       face.confidence = seen->presence;
-      if (seen->points && seen->presence > kIsThere) {
-        face.landmarks = landmarksOf(*seen->points, size);
-      }
+      if (!seen->points.empty()) face.landmarks = landmarksOf(seen->points, size);
     }
     outcome.results.push_back(std::move(face));
   }
   return outcome;
+}
+
+NetworkVision::Known NetworkVision::knownOf(FaceNetworks::Look seen, PixelSize size) {
+  return {normalised(boxOf(seen.points), size), surroundings(seen.points), std::move(seen.points),
+          seen.presence};
 }
 
 /// How a face leans is only known of one that has been seen here.

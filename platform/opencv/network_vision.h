@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "platform/opencv/face_networks.h"
@@ -9,7 +11,8 @@
 
 namespace veltrane::opencv {
 
-/// Faces by two networks: one finds them in a frame, the other sees the features of one.
+/// Faces by two networks: one finds what may be faces in a frame; the other sees the features of
+/// one, or that it is none.
 class NetworkVision final : public FaceVision {
  public:
   explicit NetworkVision(std::unique_ptr<FaceNetworks> networks);
@@ -25,8 +28,9 @@ class NetworkVision final : public FaceVision {
   struct Known {
     Rect box;
     Square surroundings;
-    /// Empty when it has only been detected.
+    /// Empty when it is not there any more.
     FacePoints points;
+    double presence = 0;
   };
   /// Which frame `followed_` is of: its pixels, as long as they live.
   struct Pixels {
@@ -34,6 +38,10 @@ class NetworkVision final : public FaceVision {
     std::weak_ptr<const void> memory;
   };
 
+  std::optional<FaceNetworks::Look> follow(const PixelBuffer& frame, Square square,
+                                           std::string& error);
+  bool putRight(const PixelBuffer& frame, std::vector<Known>& faces, std::string& error);
+  static Known knownOf(FaceNetworks::Look seen, PixelSize size);
   Square surroundingsOf(const Rect& box, PixelSize size) const;
   const FacePoints* pointsIn(const PixelBuffer& frame, const Rect& box) const;
 
@@ -42,6 +50,7 @@ class NetworkVision final : public FaceVision {
   std::vector<Known> detected_;
   std::vector<Known> followed_;
   Pixels pixels_;
+  int framesSinceDetection_ = 0;
 };
 
 }  // namespace veltrane::opencv

@@ -1,0 +1,130 @@
+// Photographs of faces through what the screen does with each frame.
+#include <gmock/gmock.h>
+
+#include "platform/opencv/face_shape.h"
+#include "platform/opencv/face_vision.h"
+#include "tests/support/fakes.h"
+#include "tests/vision/face_clip.h"
+#include "veltrane/face/face_tracking.h"
+
+namespace veltrane::testing {
+namespace {
+
+/// Boxes of what is about the same face.
+constexpr double kSame = 0.5;
+
+class RealFaces : public ::testing::Test {
+ protected:
+  /// Whether the screen would have taken the picture.
+  bool showsFaceInOval(const Canvas& canvas, FaceTracking& tracking) {
+    const auto seen = tracking.captureOutput(frameOf(canvas));
+    if (!seen || !seen->areTracked) return false;
+    return std::any_of(seen->faces.begin(), seen->faces.end(),
+                       [](const auto& face) { return liesInOval(face.boundingBox); });
+  }
+
+  /// Whether the face is found in a frame, and followed to the next one, where it is.
+  bool isHit(const Canvas& canvas, const Rect& truth) {
+    const auto frame = frameOf(canvas);
+    FaceTracking tracking(vision);
+    const auto isThere = [&truth](const auto& seen) {
+      return seen && std::any_of(seen->faces.begin(), seen->faces.end(), [&](const auto& face) {
+               return opencv::overlap(face.boundingBox, truth) > kSame;
+             });
+    };
+    if (!isThere(tracking.captureOutput(frame))) return false;
+    const auto followed = tracking.captureOutput(frame);
+    return isThere(followed) && followed->areTracked;
+  }
+
+  double hitRate(int frames, const Tone& tone) {
+    Random random(1);
+    Canvas behind;
+    int hits = 0;
+    for (int i = 0; i < frames; ++i) {
+      if (i % 5 == 0) behind = scene(random);
+      Canvas canvas = behind;
+      const Pose pose = poseInOval(random);
+      drawFace(canvas, random.below(kFaces), pose, tone);
+      expose(canvas, anyLight(random));
+      hits += isHit(canvas, boxOf(pose)) ? 1 : 0;
+    }
+    return double(hits) / frames;
+  }
+
+  FakePlatform platform;
+  std::shared_ptr<FaceVision> vision = opencv::makeFaceVision();
+};
+
+TEST_F(RealFaces, areFoundAndFollowedInTheOvalWhateverTheTone) {
+  constexpr int kFrames = 100;
+  const double asTheyAre = hitRate(kFrames, kAsItIs);
+  RecordProperty("hits", std::to_string(asTheyAre));
+  EXPECT_GE(asTheyAre, 0.99);
+  for (const Tone& tone : kTones) {
+    EXPECT_NEAR(hitRate(kFrames, tone), asTheyAre, 0.01) << "red " << tone[0];
+  }
+}
+
+TEST_F(RealFaces, areNotTakenWhereThereAreNone) {
+  FaceTracking tracking(vision);
+  for (unsigned scene = 0; scene < 250; ++scene) {
+    for (const Canvas& canvas : heldScene(scene)) {
+      ASSERT_FALSE(showsFaceInOval(canvas, tracking)) << "scene " << scene;
+    }
+  }
+}
+
+TEST_F(RealFaces, areLetGoWithinThreeFramesAfterTheyHaveGone) {
+  for (unsigned clip = 0; clip < 20; ++clip) {
+    Random random(clip);
+    FaceTracking tracking(vision);
+    const Canvas behind = scene(random);
+    Pose pose = poseInOval(random);
+    const std::size_t face = random.below(kFaces);
+    const bool isSudden = random.coin();
+    const double step = random.between(10, 40);
+    // It stays for a while, then it is gone at once or moves out of the picture.
+    for (int frame = 0; frame < 6 || pose.middle.x < kClipSize.width + pose.side; ++frame) {
+      Canvas canvas = behind;
+      drawFace(canvas, face, pose);
+      tracking.captureOutput(frameOf(canvas));
+      if (frame < 6) continue;
+      if (isSudden) break;
+      pose.middle.x += step;
+    }
+    const auto nobody = frameOf(behind);
+    for (int frame = 0; frame < 3; ++frame) tracking.captureOutput(nobody);
+    EXPECT_TRUE(tracking.trackingRequests().empty()) << "clip " << clip;
+  }
+}
+
+TEST_F(RealFaces, areTakenWithinFiveFramesAfterTheyHaveComeToLieInTheOval) {
+  for (unsigned clip = 0; clip < 20; ++clip) {
+    Random random(100 + clip);
+    FaceTracking tracking(vision);
+    const Canvas behind = scene(random);
+    const Pose goal = poseInOval(random);
+    const std::size_t face = random.below(kFaces);
+    const Point start{random.coin() ? -0.6 * goal.side : kClipSize.width + 0.6 * goal.side,
+                      random.between(0, kClipSize.height)};
+    const int steps = 8 + static_cast<int>(random.below(12));
+    int inside = 0;
+    bool isTaken = false;
+    for (int frame = 0; !isTaken && inside <= 5; ++frame) {
+      const double way = std::min(1.0, double(frame) / steps);
+      Pose pose = goal;
+      pose.middle = {std::lerp(start.x, goal.middle.x, way),
+                     std::lerp(start.y, goal.middle.y, way)};
+      pose.side = goal.side * std::lerp(0.7, 1.0, way);
+      Canvas canvas = behind;
+      drawFace(canvas, face, pose);
+      if (liesInOval(boxOf(pose))) ++inside;
+      isTaken = showsFaceInOval(canvas, tracking);
+    }
+    EXPECT_TRUE(isTaken) << "clip " << clip;
+  }
+}
+
+}  // namespace
+}  // namespace veltrane::testing
