@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 #include "veltrane/face/frame_rows.h"
 
@@ -39,20 +40,25 @@ void add(const std::vector<std::uint32_t>& row, std::vector<std::uint16_t>& sums
   }
 }
 
+// Four colours at once.
+using Sums [[gnu::vector_size(kColors * sizeof(std::uint16_t))]] = std::uint16_t;
+using Totals [[gnu::vector_size(kColors * sizeof(std::uint32_t))]] = std::uint32_t;
+using Bytes [[gnu::vector_size(kColors)]] = std::uint8_t;
+
 /// Means of `columns` pixels next to each other in the sums of `rows` rows.
 void average(const std::vector<std::uint16_t>& sums, int columns, int rows, int count,
              std::uint32_t* out) {
   const auto weight = static_cast<std::uint32_t>((1 << 16) / (columns * rows));
   const std::uint16_t* from = sums.data();
-  auto* to = reinterpret_cast<std::uint8_t*>(out);
-  for (int x = 0; x < count; ++x, to += kColors) {
-    std::uint32_t total[kColors] = {};
+  for (int x = 0; x < count; ++x) {
+    Totals total{};
     for (int i = 0; i < columns; ++i, from += kColors) {
-      for (int c = 0; c < kColors; ++c) total[c] += from[c];
+      Sums pixel;
+      std::memcpy(&pixel, from, sizeof pixel);
+      total += __builtin_convertvector(pixel, Totals);
     }
-    for (int c = 0; c < kColors; ++c) {
-      to[c] = static_cast<std::uint8_t>((total[c] * weight + (1U << 15)) >> 16);
-    }
+    const Bytes mean = __builtin_convertvector((total * weight + (1U << 15)) >> 16, Bytes);
+    std::memcpy(out + x, &mean, sizeof mean);
   }
 }
 

@@ -40,10 +40,41 @@ struct Join {
   }
 }
 
+/// A row of colour samples, `step` bytes from one to the next, and what they add to two pixels
+/// each.
+struct Spread {
+  const std::uint8_t *u, *v;
+  int redV, greenU, greenV, blueU;
+  int count;
+  int *red, *green, *blue;
+};
+
+template <int kStep>
+[[gnu::always_inline]] inline void spreadRow(const Spread& row) {
+  const Spread r = row;
+  for (int i = 0; i < r.count; ++i) {
+    const int blueness = r.u[i * kStep] - 128;
+    const int redness = r.v[i * kStep] - 128;
+    const int green = r.greenU * blueness + r.greenV * redness;
+    r.red[2 * i] = r.red[2 * i + 1] = r.redV * redness;
+    r.green[2 * i] = r.green[2 * i + 1] = green;
+    r.blue[2 * i] = r.blue[2 * i + 1] = r.blueU * blueness;
+  }
+}
+
+[[gnu::always_inline]] inline void spreadRow(const Spread& row, int step) {
+  if (step == 1) return spreadRow<1>(row);
+  if (step == 2) return spreadRow<2>(row);
+  spreadRow<4>(row);
+}
+
 #if defined(__x86_64__) && defined(__GNUC__)
 
 __attribute__((target("avx2"))) void joinRowWide(const Join& row) {
   joinRow(row);
+}
+__attribute__((target("avx2"))) void spreadRowWide(const Spread& row, int step) {
+  spreadRow(row, step);
 }
 
 bool hasWideRows() {
@@ -55,11 +86,18 @@ void join(const Join& row) {
   if (hasWideRows()) return joinRowWide(row);
   joinRow(row);
 }
+void spread(const Spread& row, int step) {
+  if (hasWideRows()) return spreadRowWide(row, step);
+  spreadRow(row, step);
+}
 
 #else
 
 void join(const Join& row) {
   joinRow(row);
+}
+void spread(const Spread& row, int step) {
+  spreadRow(row, step);
 }
 
 #endif
@@ -140,14 +178,9 @@ void FrameRows::readColors(const std::uint8_t* samples, int step, int red,
 
 /// `step`: bytes from a sample to the next.
 void FrameRows::readChroma(const std::uint8_t* u, const std::uint8_t* v, int step) {
-  for (int x = 0; x < count_; x += 2) {
-    const std::ptrdiff_t at = std::ptrdiff_t{x} / 2 * step;
-    const int blueness = u[at] - 128;
-    const int redness = v[at] - 128;
-    chroma_.red[x] = chroma_.red[x + 1] = by_.redV * redness;
-    chroma_.green[x] = chroma_.green[x + 1] = by_.greenU * blueness + by_.greenV * redness;
-    chroma_.blue[x] = chroma_.blue[x + 1] = by_.blueU * blueness;
-  }
+  spread({u, v, by_.redV, by_.greenU, by_.greenV, by_.blueU, count_ / 2 + count_ % 2,
+          chroma_.red.data(), chroma_.green.data(), chroma_.blue.data()},
+         step);
 }
 
 }  // namespace veltrane::face

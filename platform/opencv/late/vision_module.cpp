@@ -32,6 +32,11 @@ namespace {
 constexpr double kFinely = 1.1;
 constexpr int kLeastCount = 3;
 
+// Pixels are read as whole words, the first colour in the lowest byte.
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
+constexpr int kByte = 8;
+constexpr int kByteMask = 0xFF;
+
 void wipe(cv::Mat& picture) noexcept {
   if (!picture.empty()) explicit_bzero(picture.data, picture.total() * picture.elemSize());
 }
@@ -68,12 +73,13 @@ struct Network {
   void look(VeltranePixels pixels, const VeltraneMap& map, int border, float scale, float shift) {
     warp(pixels, map, border, kVeltraneInput, input);
     const int count = kVeltraneInput * kVeltraneInput;
-    const uint8_t* const colors = input.data;
+    const auto* const words = input.ptr<int32_t>();
     float* const numbers = blob.ptr<float>();
-    for (int i = 0; i < count; ++i) {
-      numbers[i] = static_cast<float>(colors[4 * i]) * scale + shift;
-      numbers[count + i] = static_cast<float>(colors[4 * i + 1]) * scale + shift;
-      numbers[2 * count + i] = static_cast<float>(colors[4 * i + 2]) * scale + shift;
+    for (int color = 0; color < 3; ++color) {
+      for (int i = 0; i < count; ++i) {
+        const int32_t value = (words[i] >> (kByte * color)) & kByteMask;
+        numbers[color * count + i] = static_cast<float>(value) * scale + shift;
+      }
     }
     net.setInput(blob);
     net.forward(answers, outputs);
