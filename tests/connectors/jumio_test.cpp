@@ -260,6 +260,48 @@ TEST_F(Jumio, theEndOfTheFlowTakesTheHandOverWithIt) {
   EXPECT_EQ(std::count(shown.begin(), shown.end(), "alert AlertController"), 0);
 }
 
+TEST_F(Jumio, aScreenOfTheStepsOwnHandsOverWhenItsLoadEventIsAnswered) {
+  const auto own =
+      R"("nextEvent":{"constructType":"vtEvent","eventType":"post","eventName":"verified"})";
+  open(document(joined({own, kOnLoadEvent}),
+                {view("ThirdPartyiFrameTemplate"), view("ScreenTemplate2")}));
+  EXPECT_EQ(sent()["eventName"].text(), "load");
+  serve(R"({"event":"loginInitiate","apiKey":"k","clientSecret":"s","webhookUrl":"w",)"
+        R"("transactionReference":"T"})");
+  ASSERT_EQ(authentication->made.size(), 1u);
+  EXPECT_EQ(check().configuration.enrollmentTransactionReference, "T");
+  check().ready();
+  check().finish("T-2");
+  EXPECT_EQ(sentParameters(), R"({"transactionReference":"T-2"})");
+  serve("{}");
+  EXPECT_EQ(screen()->userViewIndex, 1u);
+}
+
+TEST_F(Jumio, goingBackFromAScreenTakesItsHandOverAway) {
+  const auto leadTo = [](int index) {
+    return R"("nextEvent":{"constructType":"vtEvent","eventType":"nextUserView",)"
+           R"("nextUserViewIndex":)" +
+           std::to_string(index) + '}';
+  };
+  open(document(
+      joined({leadTo(1), config("a", leadTo(2)), config("b", joined(with("registerInitiate")))}),
+      {view("ScreenTemplate1"), view("ScreenTemplate2", "a"),
+       view("ThirdPartyiFrameTemplate", "b")}));
+  press();
+  press();
+  ASSERT_EQ(netverify->made.size(), 1u);
+  EXPECT_EQ(over().get(), &scan());
+  stack()->popViewController(false);
+  platform.mainQueue->run();
+  EXPECT_EQ(screen()->userViewIndex, 0u);
+  EXPECT_EQ(scan().presentingViewController(), nullptr);
+  EXPECT_EQ(scan().destroyed, 1);
+  scan().finish();
+  scan().cancel();
+  platform.mainQueue->run();
+  EXPECT_TRUE(nothingHappened());
+}
+
 TEST_F(Jumio, aFaceCheckThatGetsReadyTooLateIsNotShown) {
   startJumio(with("loginInitiate"));
   const auto late = authentication->made.back();
