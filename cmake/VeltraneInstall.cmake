@@ -44,6 +44,10 @@ if(TARGET veltrane_qtquick)
   # The library holds the QML module; the folder is for tools that check a host's QML against it.
   get_target_property(veltrane_qtquick_resources veltrane_qtquick VELTRANE_RESOURCE_TARGETS)
   veltrane_install_component(qtquick veltrane_qtquick ${veltrane_qtquick_resources})
+  if(VELTRANE_MULTIMEDIA)
+    install(TARGETS veltrane_multimedia EXPORT VeltraneFlow-qtquick
+      LIBRARY DESTINATION ${VELTRANE_LATE_MODULE_DIR} NAMELINK_SKIP)
+  endif()
   install(DIRECTORY ${PROJECT_BINARY_DIR}/qml/Veltrane
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/veltraneflow/qml
     FILES_MATCHING PATTERN "*.qml" PATTERN "qmldir" PATTERN "*.qmltypes")

@@ -9,7 +9,7 @@ build="ca-certificates curl cmake g++ ninja-build ccache
   libdeflate-dev libzimg-dev libyuv-dev libpixman-1-dev
   libopencv-dnn-dev libopencv-objdetect-dev libopencv-videoio-dev opencv-data python3-onnx
   libfido2-dev libcbor-dev libpsl-dev publicsuffix libtss2-dev libsecret-1-dev libargon2-dev
-  qt6-base-dev qt6-declarative-dev qt6-declarative-dev-tools
+  qt6-base-dev qt6-declarative-dev qt6-declarative-dev-tools qt6-multimedia-dev
   qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts
   qml6-module-qtquick-templates qml6-module-qtquick-window qml6-module-qtqml
   qml6-module-qtqml-models qml6-module-qtqml-workerscript qml6-module-qt-labs-qmlmodels

@@ -12,9 +12,14 @@
 #include "platform/authenticator/usual_keepers.h"
 #include "platform/curl/curl_transport.h"
 #include "platform/fido2/security_key_authenticator.h"
+#ifdef VELTRANE_OPENCV
+#include "platform/opencv/face_vision.h"
+#endif
 #include "platform/pictures/codec.h"
 #include "platform/publicsuffix/public_suffix_list.h"
+#include "platform/qtquick/capture_sounds.h"
 #include "platform/qtquick/main_queue.h"
+#include "platform/qtquick/multimedia_library.h"
 #include "platform/qtquick/passkey_presenter.h"
 #include "platform/qtquick/screen_device.h"
 #include "platform/sqlite/sqlite_store.h"
@@ -102,6 +107,11 @@ Platform makePlatform(const Options& options) {
   platform.pictureCodec = std::make_shared<pictures::Codec>();
   platform.device = std::make_shared<ScreenDevice>(options.idiom);
   platform.makeCredentialsManager = makeWebAuthnClients(passkeys(options));
+  platform.makeCamera = options.makeCamera ? options.makeCamera : makeSystemCamera;
+#ifdef VELTRANE_OPENCV
+  platform.makeFaceVision = opencv::makeFaceVision;
+#endif
+  useCaptureSounds(options.captureTone ? makeSystemSounds : MakeCaptureSounds());
   return platform;
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
+#include <memory>
 #include <optional>
 
 #include "veltrane/platform.h"
@@ -20,11 +22,17 @@ struct Options {
   bool machineKeepsPasskeys = true;
   /// Absent: told by the size of the screen.
   std::optional<InterfaceIdiom> idiom;
+  /// The camera of one face capture, or null when there is none; absent: the system's front camera,
+  /// or its only one.
+  std::function<std::shared_ptr<Camera>()> makeCamera;
+  /// While a face is captured a soft tone rises as the face nears the oval, and another sound tells
+  /// that the picture is taken: for people who do not see the screen.
+  bool captureTone = false;
 };
 
 /// The usual adapters: Qt's event loop, the screen, libcurl, the SQLite settings file, passkeys of
-/// this machine and of security keys, and the flow's own screens. Call on the user-interface
-/// thread, with a QGuiApplication.
+/// this machine and of security keys, the camera, what finds faces, and the flow's own screens.
+/// Call on the user-interface thread, with a QGuiApplication.
 Platform makePlatform(const Options& options = {});
 
 /// Installs `makePlatform(options)`, process-wide. Once, before the first `VTFlow`. A host that

@@ -5,7 +5,6 @@
 #include "platform/qtquick/convert.h"
 #include "platform/qtquick/flow_stage.h"
 #include "platform/qtquick/words.h"
-#include "veltrane/face/face_image_capture_vc.h"
 #include "veltrane/ui/cells/cell_classes.h"
 #include "veltrane/ui/flow_screen.h"
 #include "veltrane/ui/mfa_screen1_vc.h"
@@ -55,8 +54,6 @@ void ScreenItem::back() {
 void ScreenItem::cancel() {
   if (const auto screen = std::dynamic_pointer_cast<FlowScreen>(controller())) {
     screen->cancelPressed();
-  } else if (const auto camera = std::dynamic_pointer_cast<FaceImageCaptureVC>(controller())) {
-    camera->cancelButtonPressed();
   }
 }
 

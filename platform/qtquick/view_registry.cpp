@@ -5,6 +5,7 @@
 
 #include "platform/qtquick/alert_item.h"
 #include "platform/qtquick/convert.h"
+#include "platform/qtquick/face_capture_item.h"
 #include "platform/qtquick/screen_items.h"
 
 namespace veltrane::qtquick {
@@ -28,6 +29,7 @@ Kinds& kinds() {
       {"StartFlowVC", {make<StartScreenItem>, moduleFile("StartFlowVC.qml")}},
       {"ScreenTemplate1VC", {make<TemplateScreenItem>, moduleFile("ScreenTemplate1VC.qml")}},
       {"MfaScreen1VC", {make<MethodScreenItem>, moduleFile("MfaScreen1VC.qml")}},
+      {"FaceImageCaptureVC", {make<FaceCaptureItem>, moduleFile("FaceImageCaptureVC.qml")}},
       {"AlertController", {makeAlert, moduleFile("AlertController.qml")}},
   };
   return kinds;

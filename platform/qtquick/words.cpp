@@ -13,20 +13,26 @@ namespace {
 
 constexpr std::array kWords = {
     QT_TRANSLATE_NOOP("Veltrane.Flow", "Dismiss"),
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "Faces cannot be found on this device."),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "Loading flow..."),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "No response found"),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "No response from server..."),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "OK"),
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "The camera gives no pictures that can be used."),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "The camera is not available."),
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "The camera is used by another program."),
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "The camera was disconnected."),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "There is no way to sign in here at the moment."),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "This method is not available."),
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "This program may not use the camera."),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "Unable to scan for document"),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "Veltrane Flow"),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "Your identity cannot be verified on this device."),
 };
 
-/// A name that the document gives stands at the end.
+/// A name that the document gives stands at the end, or the number of an error.
 constexpr std::array kPhrases = {
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "Failed with error %1"),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "Please input %1"),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "Select %1"),
 };

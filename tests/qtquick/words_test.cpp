@@ -81,7 +81,10 @@ TEST_F(Words, AreAllInTheGuideForTranslators) {
   EXPECT_GT(shown.size(), 5);
   for (const std::string text :
        {"Dismiss", "Loading flow...", "No response found", "No response from server...", "OK",
-        "The camera is not available.", "There is no way to sign in here at the moment.",
+        "The camera is not available.", "The camera gives no pictures that can be used.",
+        "This program may not use the camera.", "The camera is used by another program.",
+        "The camera was disconnected.", "Faces cannot be found on this device.",
+        "Failed with error 5", "There is no way to sign in here at the moment.",
         "This method is not available.", "Unable to scan for document", "Veltrane Flow",
         "Your identity cannot be verified on this device.", "Please input x", "Select x"}) {
     EXPECT_TRUE(translated(text).startsWith('[')) << text;
