@@ -11,8 +11,7 @@ Item {
     // Room is short.
     required property bool narrow
     readonly property real textScale: head.item.stage.textScale
-    // Where the title ends.
-    readonly property real titleFoot: title.y + title.height
+    readonly property real titleTop: title.y
 
     // Names are rather broken after a dot than anywhere.
     function breakable(name) {

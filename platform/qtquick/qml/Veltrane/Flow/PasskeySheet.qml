@@ -186,7 +186,7 @@ FocusScope {
                 text: qsTranslate("Veltrane.Flow", "Passkey")
                 visible: !heading.visible && word.implicitWidth < bar.width - 2 * cancel.width - 24
             }
-            // What is asked stays in sight when the heading has been scrolled away.
+            // What is asked stays in sight when its heading has been scrolled away.
             Text {
                 id: heading
                 Accessible.ignored: true
@@ -208,7 +208,7 @@ FocusScope {
                 text: sheet.item.title
                 textFormat: Text.PlainText
                 verticalAlignment: Text.AlignVCenter
-                visible: heading.text !== "" && body.contentY > head.titleFoot - 8
+                visible: heading.text !== "" && body.contentY > head.titleTop
                 wrapMode: Text.Wrap
             }
             WordButton {
