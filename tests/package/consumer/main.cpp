@@ -8,6 +8,8 @@
 #include "platform/curl/curl_transport.h"
 #include "platform/fido2/security_key_authenticator.h"
 #include "platform/loop/run_loop.h"
+#include "platform/opencv/face_vision.h"
+#include "platform/opencv/file_camera.h"
 #include "platform/pictures/codec.h"
 #include "platform/publicsuffix/public_suffix_list.h"
 #include "platform/sqlite/sqlite_store.h"
@@ -35,6 +37,17 @@ class Outcome final : public veltrane::VeltraneFlowDelegate {
   veltrane::loop::RunLoop& loop_;
 };
 
+/// Whether the libraries of this project that load late are found from here.
+bool seesAndReads(const std::filesystem::path& noPicture) {
+  using namespace veltrane;
+  const auto frame = PixelBuffer::allocate(PixelFormat::rgb, {64, 48}).buffer;
+  const auto found = opencv::makeFaceVision()->detectFaceRectangles(*frame);
+  if (found.error) std::cout << *found.error << std::endl;
+  const auto problem = opencv::fileCameraProblem(noPicture);
+  if (problem) std::cout << *problem << std::endl;
+  return !found.error && problem && problem->find("as a picture or a video") != problem->npos;
+}
+
 }  // namespace
 
 int main(int /*argc*/, char** argv) {
@@ -60,6 +73,7 @@ int main(int /*argc*/, char** argv) {
       .flowId = std::nullopt,
       .fromViewController = std::make_shared<veltrane::HostViewController>()});
   if (!outcome->failed) loop->run();
+  if (!seesAndReads(argv[0])) return 1;
   const auto key = platform.settings->value("apiKey");
   const veltrane::pictures::Codec codec;
   if (codec.decode("no picture")) return 1;
