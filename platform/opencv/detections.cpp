@@ -23,8 +23,9 @@ std::optional<Cell> cellAt(const VeltraneDetection& found, int index) {
   const double score = probability(found.scores[index]);
   if (!(score > kLeastScore)) return std::nullopt;
   const float* numbers = found.cells + std::ptrdiff_t{index} * kVeltraneCellNumbers;
+  const int row = index / kVeltraneGrid;
   const double x = (index % kVeltraneGrid + 0.5) * kCellSide;
-  const double y = (index / kVeltraneGrid + 0.5) * kCellSide;
+  const double y = (row + 0.5) * kCellSide;
   const Cell cell{.x = x + numbers[0],
                   .y = y + numbers[1],
                   .side = std::max(numbers[2], numbers[3]),

@@ -52,7 +52,7 @@ struct Spread {
 template <int kStep>
 [[gnu::always_inline]] inline void spreadRow(const Spread& row) {
   const Spread r = row;
-  for (int i = 0; i < r.count; ++i) {
+  for (std::ptrdiff_t i = 0; i < r.count; ++i) {
     const int blueness = r.u[i * kStep] - 128;
     const int redness = r.v[i * kStep] - 128;
     const int green = r.greenU * blueness + r.greenV * redness;

@@ -18,7 +18,8 @@
   asm(".section .rodata\n.balign 16\n" #name ":\n.incbin \"" file "\"\n" #name \
       "_end:\n"                                                                \
       ".byte 0\n.previous\n");                                                 \
-  extern "C" __attribute__((visibility("hidden"))) const char name[], name##_end[];
+  extern "C" __attribute__((visibility("hidden"))) const char name[],          \
+      name##_end[]; /* NOLINT(bugprone-macro-parentheses) */
 
 #ifdef VELTRANE_DETECTOR_FILE
 VELTRANE_EMBED(veltrane_detector_model, VELTRANE_DETECTOR_FILE)
