@@ -18,8 +18,7 @@
   asm(".section .rodata\n.balign 16\n" #name ":\n.incbin \"" file "\"\n" #name \
       "_end:\n"                                                                \
       ".byte 0\n.previous\n");                                                 \
-  extern "C" __attribute__((visibility("hidden"))) const char name[],          \
-      name##_end[]; /* NOLINT(bugprone-macro-parentheses) */
+  extern "C" __attribute__((visibility("hidden"))) const char(name)[], (name##_end)[];
 
 #ifdef VELTRANE_DETECTOR_FILE
 VELTRANE_EMBED(veltrane_detector_model, VELTRANE_DETECTOR_FILE)
