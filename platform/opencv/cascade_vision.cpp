@@ -13,12 +13,24 @@ constexpr int kNearSide = 120;
 /// How much larger than the face is what is looked through for it.
 constexpr double kNear = 2;
 
+/// The cascade's boxes end at the mouth and beside the eyes: from their side to that of the face,
+/// and how far its middle lies below theirs, in sides of theirs.
+constexpr double kFaceOfBox = 1.28;
+constexpr double kBelow = 0.12;
+
+Rect faceOf(const Rect& box) {
+  const double side = kFaceOfBox * box.width;
+  const double x = box.x + box.width / 2;
+  const double y = box.y + (0.5 + kBelow) * box.height;
+  return {x - side / 2, y - side / 2, side, side};
+}
+
 double confidenceOf(const FaceNetworks::Sighting& sighting) {
   return sighting.count / (sighting.count + 1.0);
 }
 
 FaceObservation observationOf(const FaceNetworks::Sighting& sighting, PixelSize size) {
-  return {.boundingBox = normalised(sighting.box, size),
+  return {.boundingBox = normalised(faceOf(sighting.box), size),
           .confidence = confidenceOf(sighting),
           .landmarks = {}};
 }

@@ -29,7 +29,7 @@ TEST(Cascade, findsAndFollowsAFaceAndLetsItGo) {
     ASSERT_TRUE(seen) << frame;
     ASSERT_THAT(seen->faces, SizeIs(1)) << frame;
     EXPECT_EQ(seen->areTracked, frame > 0);
-    EXPECT_GT(opencv::overlap(seen->faces[0].boundingBox, boxOf(pose)), 0.5) << frame;
+    EXPECT_GT(opencv::overlap(seen->faces[0].boundingBox, boxOf(pose)), 0.6) << frame;
   }
   for (int frame = 0; frame < 3; ++frame) tracking.captureOutput(frameOf(behind));
   EXPECT_TRUE(tracking.trackingRequests().empty());
