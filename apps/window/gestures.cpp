@@ -38,6 +38,8 @@ constexpr double kOverlap = 60;
 QQuickItem* findItem(QQuickItem* root, const QString& name) {
   if (!root || !root->isVisible()) return nullptr;
   if (root->objectName() == name) return root;
+  // What is in a browser is its own.
+  if (root->objectName() == QLatin1String("webView")) return nullptr;
   for (QQuickItem* child : root->childItems()) {
     if (QQuickItem* found = findItem(child, name)) return found;
   }

@@ -57,7 +57,9 @@ AlertItem::AlertItem(std::shared_ptr<ViewController> controller, FlowStage& stag
   if (below) wishes_.text = below->palette().input;
   std::vector<AlertActions::Action> actions;
   for (const AlertAction& action : alert().actions()) {
-    if (!closes(action)) actions.push_back({toQString(action.title), false});
+    // A sheet's choices are the server's, an alert's actions our own.
+    const QString title = isSheet() ? toQString(action.title) : translated(action.title);
+    if (!closes(action)) actions.push_back({title, false});
   }
   if (!isSheet() && !cancelTitle().isEmpty()) actions.push_back({cancelTitle(), true});
   actions_ = std::make_unique<AlertActions>(std::move(actions), *this);

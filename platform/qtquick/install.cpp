@@ -18,11 +18,18 @@
 #include "platform/pictures/codec.h"
 #include "platform/publicsuffix/public_suffix_list.h"
 #include "platform/qtquick/capture_sounds.h"
+#include "platform/qtquick/hand_over_item.h"
 #include "platform/qtquick/main_queue.h"
 #include "platform/qtquick/multimedia_library.h"
 #include "platform/qtquick/passkey_presenter.h"
 #include "platform/qtquick/screen_device.h"
+#include "platform/qtquick/view_registry.h"
 #include "platform/sqlite/sqlite_store.h"
+#ifdef VELTRANE_HAS_WEBENGINE
+#include "platform/webengine/browser_module.h"
+#include "platform/webengine/sheet_item.h"
+#include "platform/webengine/web_clients.h"
+#endif
 #include "veltrane/base/console.h"
 #include "veltrane/passkeys/webauthn_client.h"
 #include "veltrane/toolkit/notification_center.h"
@@ -31,6 +38,9 @@
 
 // Made by the build. Called by name, so that a linker that drops what nobody mentions keeps it.
 void qml_register_types_Veltrane_Flow();
+#ifdef VELTRANE_HAS_WEBENGINE
+void qml_register_types_Veltrane_HandOver();
+#endif
 
 namespace veltrane::qtquick {
 namespace {
@@ -84,10 +94,58 @@ WebAuthnClient::Parts passkeys(const Options& options) {
       .suffixes = publicsuffix::make()};
 }
 
+#ifdef VELTRANE_HAS_WEBENGINE
+
+// What the vendors want to read as "User-Agent": company and application.
+std::string userAgent() {
+  const QString company = QCoreApplication::organizationName();
+  const QString application = QCoreApplication::applicationName();
+  const QString version = QCoreApplication::applicationVersion();
+  QString name = company.isEmpty() ? application : company + QLatin1Char(' ') + application;
+  if (!version.isEmpty()) name += QLatin1Char('/') + version;
+  // It travels in a header.
+  for (QChar& letter : name) {
+    if (letter.unicode() < 0x20 || letter.unicode() > 0x7E) letter = QLatin1Char('-');
+  }
+  return name.isEmpty() ? "VeltraneFlow" : name.toStdString();
+}
+
+void showSheets(const QString& modules) {
+  registerView(
+      std::string(webengine::kSheetScreenName),
+      {[modules](std::shared_ptr<ViewController> controller, FlowStage& stage,
+                 const ViewItem* /*below*/) -> std::unique_ptr<ViewItem> {
+         auto sheet = webengine::SheetItem::make(*controller, modules);
+         const auto close = [sheet = sheet.get()] {
+           if (sheet) sheet->close();
+         };
+         return std::make_unique<HandOverItem>(std::move(controller), stage, std::move(sheet),
+                                               close);
+       },
+       QUrl(QStringLiteral("qrc:/qt-project.org/imports/Veltrane/HandOver/WebHandOver.qml"))});
+}
+
+void addWebClients(const Options& options, Platform& platform) {
+  const QString modules = webengine::findBrowserModules(
+      options.webModules ? QString::fromStdString(options.webModules->string()) : QString());
+  if (modules.isEmpty()) return;
+  showSheets(modules);
+  auto addresses = options.identityVendors;
+  if (addresses.userAgent.empty()) addresses.userAgent = userAgent();
+  platform.netverify = webengine::makeNetverify(addresses);
+  platform.jumioAuthentication = webengine::makeJumioAuthentication(addresses);
+  platform.onfido = webengine::makeOnfido(addresses);
+}
+
+#endif
+
 }  // namespace
 
 void registerTypes() {
   qml_register_types_Veltrane_Flow();
+#ifdef VELTRANE_HAS_WEBENGINE
+  qml_register_types_Veltrane_HandOver();
+#endif
 }
 
 Platform makePlatform(const Options& options) {
@@ -112,6 +170,9 @@ Platform makePlatform(const Options& options) {
   platform.makeFaceVision = opencv::makeFaceVision;
 #endif
   useCaptureSounds(options.captureTone ? makeSystemSounds : MakeCaptureSounds());
+#ifdef VELTRANE_HAS_WEBENGINE
+  addWebClients(options, platform);
+#endif
   return platform;
 }
 

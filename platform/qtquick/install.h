@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 
+#include "platform/webengine/vendor_addresses.h"
 #include "veltrane/platform.h"
 #include "veltrane/toolkit/device.h"
 
@@ -20,6 +21,10 @@ struct Options {
   /// Whether the TPM and the desktop's keyring may keep their keys; otherwise a passphrase does,
   /// and a file that is thrown away leaves nothing behind.
   bool machineKeepsPasskeys = true;
+  /// Where the identity vendors' web clients are, which stand in for their mobile SDKs.
+  webengine::VendorAddresses identityVendors;
+  /// Where the QML module `Veltrane.Web` is; absent: beside the program or with Qt's own modules.
+  std::optional<std::filesystem::path> webModules;
   /// Absent: told by the size of the screen.
   std::optional<InterfaceIdiom> idiom;
   /// The camera of one face capture, or null when there is none; absent: the system's front camera,
@@ -31,8 +36,9 @@ struct Options {
 };
 
 /// The usual adapters: Qt's event loop, the screen, libcurl, the SQLite settings file, passkeys of
-/// this machine and of security keys, the camera, what finds faces, and the flow's own screens.
-/// Call on the user-interface thread, with a QGuiApplication.
+/// this machine and of security keys, the camera, what finds faces, and the flow's own screens. The
+/// identity vendors' web clients too, where Qt WebEngine is installed and the application was made
+/// with `Qt::AA_ShareOpenGLContexts`. Call on the user-interface thread, with a QGuiApplication.
 Platform makePlatform(const Options& options = {});
 
 /// Installs `makePlatform(options)`, process-wide. Once, before the first `VTFlow`. A host that

@@ -28,7 +28,7 @@ class ScreenItem : public veltrane::qtquick::ViewItem {
  public:
   ScreenItem(std::shared_ptr<ViewController> controller, FlowStage& stage);
 
-  QString title() const;
+  virtual QString title() const;
   bool canGoBack() const { return canGoBack_; }
   bool isBarHidden() const { return barHidden_; }
 

@@ -12,7 +12,9 @@ namespace veltrane::qtquick {
 namespace {
 
 constexpr std::array kWords = {
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "Allow"),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "Dismiss"),
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "Do not allow"),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "Faces cannot be found on this device."),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "Loading flow..."),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "No response found"),
@@ -35,6 +37,7 @@ constexpr std::array kPhrases = {
     QT_TRANSLATE_NOOP("Veltrane.Flow", "Failed with error %1"),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "Please input %1"),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "Select %1"),
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "This step needs the camera. It is asked for by %1"),
 };
 
 std::string_view beginning(std::string_view phrase) {

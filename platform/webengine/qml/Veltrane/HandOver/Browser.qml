@@ -1,0 +1,5 @@
+import Veltrane.Web
+
+// Apart, so that the module is looked for only when there is a page.
+WebBrowser {
+}

@@ -1,0 +1,104 @@
+#include <algorithm>
+#include <variant>
+
+#include "tests/webengine/browser_fixture.h"
+
+namespace veltrane::webengine::test {
+namespace {
+
+using State = WebSheet::State;
+
+/// A script with the contract of the vendor's: `act` runs a while after `init`, with its options.
+std::string clientThat(const std::string& act) {
+  return "window.Onfido = {init: options => {"
+         "const place = document.getElementById(options.containerId);"
+         "place.textContent = options.steps.join(' ') + ' ' + options.token;"
+         "setTimeout(() => {" +
+         act +
+         "});"
+         "return {tearDown: () => {}};}};";
+}
+
+struct OnfidoBrowserTest : BrowserTest {
+  void serve(const std::string& act) { vendor_.script("/onfido.js", clientThat(act)); }
+};
+
+TEST_F(OnfidoBrowserTest, BringsTheResultsBack) {
+  serve(
+      "if (place.textContent === 'welcome document face sdk-token') options.onComplete({"
+      "document: {type: 'passport', sides: {front: {id: 'f-1'}, back: {id: 'b-1'}}},"
+      "face: {type: 'face', id: 'p-1'}});");
+  const auto flow = onfido();
+  waitFor([this] { return !responses_.empty(); }, "the response");
+  const auto& results = std::get<onfido_response::Success>(responses_.front()).results;
+  ASSERT_EQ(results.size(), 3u);
+  const auto& front = std::get<DocumentResult>(results[0]);
+  EXPECT_EQ(front.id, "f-1");
+  EXPECT_EQ(front.type, "passport");
+  EXPECT_EQ(front.side, "front");
+  EXPECT_EQ(std::get<DocumentResult>(results[1]).side, "back");
+  EXPECT_EQ(std::get<FaceResult>(results[2]).id, "p-1");
+  EXPECT_FALSE(front.href || front.createdAt);
+  waitUntilGone();
+}
+
+TEST_F(OnfidoBrowserTest, ReportsErrorsAndTheUsersExit) {
+  serve("options.onError({type: 'expired_token', message: 'too late'});");
+  auto flow = onfido();
+  waitFor([this] { return responses_.size() == 1; }, "the error");
+  EXPECT_EQ(std::get<onfido_response::Error>(responses_[0]).error.type, "expired_token");
+  waitUntilGone();
+  serve("options.onUserExit('user_consent_denied'); options.onUserExit('user_exit');");
+  flow = onfido();
+  waitFor([this] { return responses_.size() == 2; }, "the exit");
+  EXPECT_EQ(std::get<onfido_response::Cancel>(responses_[1]).reason, OnfidoCancelReason::other);
+  waitUntilGone();
+  serve("");
+  flow = onfido();
+  waitForState(State::shown);
+  press("cancelButton");
+  waitFor([this] { return responses_.size() == 3; }, "the close");
+  EXPECT_EQ(std::get<onfido_response::Cancel>(responses_[2]).reason, OnfidoCancelReason::userExit);
+}
+
+TEST_F(OnfidoBrowserTest, TellsWhenTheScriptDoesNotComeOrIsNone) {
+  vendor_.server.answer("/onfido.js", 404, "");
+  auto flow = onfido();
+  waitForState(State::trouble);
+  EXPECT_EQ(sheet()->trouble(), WebTrouble::unreachable);
+  vendor_.script("/onfido.js", "window.Onfido = {};");
+  press("webTryAgain");
+  waitForState(State::loading);
+  waitForState(State::trouble);
+  press("webClose");
+  waitFor([this] { return !responses_.empty(); }, "the response");
+  EXPECT_EQ(std::get<onfido_response::Error>(responses_[0]).error.message,
+            "The identity service cannot be reached.");
+}
+
+TEST_F(OnfidoBrowserTest, TearsTheClientDownAndLetsTheCameraGo) {
+  const std::string host = vendor_.server.url("");
+  vendor_.script("/onfido.js",
+                 "window.Onfido = {init: options => {"
+                 "navigator.mediaDevices.getUserMedia({video: true}).then(() => fetch('" +
+                     host +
+                     "/camera', {mode: 'no-cors'}));"
+                     "return {tearDown: () => navigator.sendBeacon('" +
+                     host + "/gone')};}};");
+  auto flow = onfido();
+  waitFor([this] { return !question().empty(); }, "the question");
+  EXPECT_EQ(question(), "This step needs the camera. It is asked for by 127.0.0.1");
+  press("alertAction");
+  const auto asked = [this](const char* path) {
+    const auto all = vendor_.server.requests();
+    return std::any_of(all.begin(), all.end(),
+                       [&](const auto& request) { return request.target == path; });
+  };
+  waitFor([&] { return asked("/camera"); }, "the camera");
+  press("cancelButton");
+  waitFor([&] { return asked("/gone"); }, "the client to be torn down");
+  waitUntilGone();
+}
+
+}  // namespace
+}  // namespace veltrane::webengine::test
