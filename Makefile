@@ -18,7 +18,7 @@ help:
 
 demo:
 	@scripts/demo.sh --check "$(FLOW)"
-	@scripts/install-packages.sh demo
+	@scripts/install-packages.sh $(if $(filter jumio-% onfido,$(FLOW)),web,demo)
 	@cmake --preset demo --log-level=WARNING
 	@cmake --build --preset demo
 	@scripts/demo.sh build/demo "$(FLOW)"

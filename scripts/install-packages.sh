@@ -1,6 +1,6 @@
 #!/bin/sh
-# Installs what Debian 12 lacks for a purpose: demo, test, bench or ci. Says nothing and takes no
-# time when all is there. Needs root, or sudo.
+# Installs what Debian 12 lacks for a purpose: demo, web (a demo with an identity vendor), test,
+# bench or ci. Says nothing and takes no time when all is there. Needs root, or sudo.
 set -eu
 
 build="ca-certificates curl cmake g++ ninja-build ccache
@@ -18,17 +18,21 @@ test="libgtest-dev libgmock-dev qml6-module-qttest chromium zbar-tools swtpm gno
   dbus dbus-daemon"
 # Node from elsewhere brings its own npm and gets along with no other.
 command -v npm > /dev/null || build="$build nodejs npm"
+# The identity vendors' web clients: optional, and large.
+web="qt6-webengine-dev qml6-module-qtwebengine qt6-webchannel-dev qml6-module-qtwebchannel
+  libnss3-tools"
 bench="libbenchmark-dev valgrind libopencv-imgproc-dev"
 ci="clang clang-format clang-tidy libclang-rt-14-dev"
 
 case "${1:-}" in
   demo) packages="$build" ;;
-  test) packages="$build $test" ;;
+  web) packages="$build $web" ;;
+  test) packages="$build $test $web" ;;
   bench) packages="$build $bench" ;;
-  ci) packages="$build $test $ci" ;;
+  ci) packages="$build $test $web $ci" ;;
   format) packages="clang-format" ;;
   *)
-    echo "usage: $0 demo|test|bench|ci|format" >&2
+    echo "usage: $0 demo|web|test|bench|ci|format" >&2
     exit 2
     ;;
 esac

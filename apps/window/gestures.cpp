@@ -21,14 +21,18 @@ void key(QQuickWindow& window, int code, Qt::KeyboardModifiers modifiers, const 
   QCoreApplication::sendEvent(&window, &up);
 }
 
-/// Calls `whileDown` with the mouse button held in the middle of the item.
+/// Calls `whileDown` with the mouse button held there in the item.
 template <typename WhileDown>
-void clickWith(QQuickItem& item, WhileDown whileDown) {
+void clickWith(QQuickItem& item, const QPointF& within, WhileDown whileDown) {
   QQuickWindow& window = *item.window();
-  const QPointF middle = item.mapToScene({item.width() / 2, item.height() / 2});
-  mouse(window, QEvent::MouseButtonPress, middle, Qt::LeftButton);
+  const QPointF at = item.mapToScene(within);
+  mouse(window, QEvent::MouseButtonPress, at, Qt::LeftButton);
   whileDown();
-  mouse(window, QEvent::MouseButtonRelease, middle, Qt::NoButton);
+  mouse(window, QEvent::MouseButtonRelease, at, Qt::NoButton);
+}
+
+QPointF middleOf(const QQuickItem& item) {
+  return {item.width() / 2, item.height() / 2};
 }
 
 constexpr double kOverlap = 60;
@@ -61,12 +65,16 @@ void scrollToTop(QQuickItem& list) {
 }
 
 void click(QQuickItem& item) {
-  clickWith(item, [] {});
+  clickAt(item, middleOf(item));
+}
+
+void clickAt(QQuickItem& item, const QPointF& within) {
+  clickWith(item, within, [] {});
 }
 
 bool clickButton(QQuickItem& button) {
   bool taken = false;
-  clickWith(button, [&] { taken = button.property("pressed").toBool(); });
+  clickWith(button, middleOf(button), [&] { taken = button.property("pressed").toBool(); });
   return taken;
 }
 

@@ -17,6 +17,8 @@ bool scrollOn(QQuickItem& list);
 void scrollToTop(QQuickItem& list);
 /// A click in the middle of an item, as from a mouse.
 void click(QQuickItem& item);
+/// The same at a place in it.
+void clickAt(QQuickItem& item, const QPointF& within);
 /// The same on a button; false when it did not take the press, as under a list that still moves.
 bool clickButton(QQuickItem& button);
 /// A key pressed and released, as from a keyboard.

@@ -41,12 +41,15 @@ void chooseDisplay(const window::WindowOptions& options) {
   setenv("QT_QPA_PLATFORM", "offscreen", 1);
   setUnlessSet("QT_QUICK_BACKEND", "software");
   setUnlessSet("QT_SCALE_FACTOR", "2");
+  setUnlessSet("QTWEBENGINE_CHROMIUM_FLAGS", "--disable-gpu");
 }
 
 std::unique_ptr<QGuiApplication> makeApplication(int& count, char** words) {
   const window::DisplayCheck check(
       "vtflow run",
       "start it where there is one, or leave pictures of the screens with --pictures DIR");
+  // A browser that comes later draws into the windows.
+  QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
   return std::make_unique<QGuiApplication>(count, words);
 }
 
@@ -59,6 +62,11 @@ void installPlatform(const window::WindowOptions& options, const std::filesystem
   // What a script chooses, its PIN say, is nothing to keep.
   if (options.script && !options.credentials) wishes.passkeysFile = folder / "passkeys.db";
   wishes.machineKeepsPasskeys = !options.script;
+  wishes.identityVendors.userAgent = "Veltrane vtflow/" VELTRANE_VERSION;
+  if (options.identityVendors) {
+    wishes.identityVendors.jumio = *options.identityVendors;
+    wishes.identityVendors.onfidoScript = *options.identityVendors + "/onfido/loader.js";
+  }
   if (options.tablet) wishes.idiom = InterfaceIdiom::pad;
   auto platform = qtquick::makePlatform(wishes);
   if (options.camera) {

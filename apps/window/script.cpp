@@ -19,6 +19,7 @@ struct Play {
   bool byIndex = false;        ///< The row has no key.
   std::string_view text = {};  ///< A field that holds a text.
   std::string_view flag = {};  ///< A field that holds true or false.
+  std::string_view object = {};
 };
 
 constexpr Play kPlays[] = {
@@ -31,6 +32,7 @@ constexpr Play kPlays[] = {
     {.name = "cancel"},
     {.name = "dismissAlert"},
     {.name = "retry"},
+    {.name = "sdk", .object = "outcome"},
 };
 
 std::string quoted(std::string_view text) {
@@ -54,6 +56,8 @@ std::string complaint(const JSON& command) {
     return what + " needs a text as its " + quoted(play->text);
   if (!play->flag.empty() && command[play->flag].kind() != JSON::Kind::boolean)
     return what + " needs true or false as its " + quoted(play->flag);
+  if (!play->object.empty() && !command[play->object].isObject())
+    return what + " needs an object as its " + quoted(play->object);
   return {};
 }
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "apps/window/gestures.h"
+#include "apps/window/sheet_player.h"
 #include "platform/qtquick/alert_item.h"
 #include "platform/qtquick/convert.h"
 #include "platform/qtquick/flow_stage.h"
@@ -61,7 +62,23 @@ ScriptPlayer::Step ScriptPlayer::stepFor(const JSON& command) {
   if (name == "dismissAlert") return [this] { return dismissAlert(); };
   if (name == "back") return [this] { return clickNamed("backButton"); };
   if (name == "retry") return [this] { return clickNamed("retryButton"); };
+  if (name == "sdk") {
+    const auto player = std::make_shared<SheetPlayer>(stage_, window_, command["outcome"], say_);
+    return [this, player] { return handOver(player); };
+  }
   return [this] { return clickNamed("cancelButton"); };
+}
+
+// Again and again until the vendor's page has had its say. What the camera shows there is worth a
+// picture, as before a press.
+ScriptPlayer::Refusal ScriptPlayer::handOver(const std::shared_ptr<SheetPlayer>& player) {
+  SheetPlayer::State state{};
+  auto refusal = player->play(state);
+  if (!refusal && state != SheetPlayer::State::done) {
+    const char* const name = state == SheetPlayer::State::hasSeenCamera ? "press" : "sdk";
+    steps_.push_front({name, [this, player] { return handOver(player); }});
+  }
+  return refusal;
 }
 
 ScriptPlayer::Refusal ScriptPlayer::input(const JSON& command) {

@@ -2,6 +2,7 @@
 
 #include <deque>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,6 +18,8 @@ class ListScreenItem;
 }  // namespace veltrane::qtquick
 
 namespace veltrane::window {
+
+class SheetPlayer;
 
 /// Does what a script says, as a user would: clicks on what is seen, and types. One step at a time,
 /// each when the screen is at rest.
@@ -50,6 +53,7 @@ class ScriptPlayer {
   Refusal press(const JSON& command, int tries);
   Refusal clickNamed(const char* name);
   Refusal dismissAlert();
+  Refusal handOver(const std::shared_ptr<SheetPlayer>& player);
 
   qtquick::ListScreenItem* screen() const;
   int rowOf(const JSON& command) const;

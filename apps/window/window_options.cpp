@@ -77,6 +77,12 @@ void addWindowOptions(CLI::App& command, WindowOptions& options) {
       ->check(tool::checkedBy(tool::checkCamera))
       ->type_name("PATH");
   command
+      .add_option("--identity-vendors", options.identityVendors,
+                  "Stand-ins for the identity vendors, as vtflow serve has them; absent: the "
+                  "vendors' own")
+      ->check(tool::checkedBy(tool::checkBaseURL))
+      ->type_name("URL");
+  command
       .add_option(
           "--pictures", options.pictures,
           "Show nothing; leave a PNG of each screen in this folder. What an earlier run left "

@@ -3,6 +3,7 @@
 #include <QSize>
 #include <filesystem>
 #include <optional>
+#include <string>
 
 #include "apps/vtflow/flow_options.h"
 
@@ -25,6 +26,8 @@ struct WindowOptions {
   std::optional<std::filesystem::path> credentials;
   /// A picture, a folder of them or a video that stands for the camera; absent: this machine's.
   std::optional<std::filesystem::path> camera;
+  /// Where the identity vendors' stand-ins are; absent: the vendors' own addresses.
+  std::optional<std::string> identityVendors;
   /// Folder for a picture of each screen; given: nothing is shown on the display.
   std::optional<std::filesystem::path> pictures;
   /// What a user does, played by the program.

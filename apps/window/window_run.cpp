@@ -8,6 +8,7 @@
 #include "apps/window/gestures.h"
 #include "platform/qtquick/alert_item.h"
 #include "platform/qtquick/flow_stage.h"
+#include "platform/qtquick/hand_over_item.h"
 #include "platform/qtquick/passkey_item.h"
 #include "platform/qtquick/screen_items.h"
 #include "veltrane/toolkit/alert_controller.h"
@@ -151,6 +152,7 @@ bool WindowRun::isAtRest() const {
   if (!view || !stage.isSettled()) return false;
   if (const auto* screen = qobject_cast<const qtquick::ListScreenItem*>(view))
     return !screen->isBusy();
+  if (handOverIsLoading()) return false;
   const auto* start = qobject_cast<const qtquick::StartScreenItem*>(view);
   return !start || start->isRetryVisible();
 }
@@ -161,6 +163,7 @@ void WindowRun::atRest() {
     panelAtRest(*asking);
   } else if (!isAtRest()) {
     calm_.invalidate();
+    if (handOverIsLoading() && presenter_->stage().isSettled()) saveLoading();
   } else if (!waitsForPictures()) {
     if (newToSee_) takePicture();
     if (!turnPage()) playOn();
@@ -168,8 +171,26 @@ void WindowRun::atRest() {
   if (!over_) rest_.start();
 }
 
+// A page of a vendor's, which the state of its sheet tells of.
+bool WindowRun::handOverIsLoading() const {
+  const auto* const view =
+      qobject_cast<const qtquick::HandOverItem*>(presenter_->stage().activeView());
+  return view && view->body()->property("state").toInt() == 0;
+}
+
+void WindowRun::saveLoading() {
+  if (hasShownLoading_ || !pictures_) return;
+  hasShownLoading_ = true;
+  savePicture(" loading");
+}
+
 bool WindowRun::waitsForPictures() {
   if (!pictures_ || !newToSee_) return false;
+  if (qobject_cast<const qtquick::HandOverItem*>(presenter_->stage().activeView())) {
+    // What a browser shows is drawn a while after it is there.
+    if (!waiting_.isValid()) waiting_.start();
+    return !waiting_.hasExpired(kNoticeable);
+  }
   const auto* screen =
       qobject_cast<const qtquick::ListScreenItem*>(presenter_->stage().activeView());
   if (!screen) return false;
@@ -179,10 +200,7 @@ bool WindowRun::waitsForPictures() {
   }
   if (screen->rows()->isLoading()) {
     calmRests_ = 0;
-    if (!hasShownLoading_ && waiting_.hasExpired(kNoticeable)) {
-      hasShownLoading_ = true;
-      savePicture(" loading");
-    }
+    if (waiting_.hasExpired(kNoticeable)) saveLoading();
     return !waiting_.hasExpired(kPatience);
   }
   return ++calmRests_ < kComingIn;

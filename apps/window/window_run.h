@@ -48,6 +48,8 @@ class WindowRun final : public QObject {
   void completed(ExitReport report);
   void atRest();
   bool isAtRest() const;
+  bool handOverIsLoading() const;
+  void saveLoading();
   /// Pictures that are still on their way, within reason.
   bool waitsForPictures();
   /// Something may come of the screen on display by itself.
