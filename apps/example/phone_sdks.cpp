@@ -117,8 +117,10 @@ class Capture final : public veltrane::OnfidoFlow, public std::enable_shared_fro
     return screen_;
   }
   void responded(veltrane::OnfidoResponse response) {
+    // A response that comes before a screen is none of a run's.
+    if (!screen_) return;
     if (dismisses_) screen_->dismiss(true);
-    handler_(std::move(response));
+    if (const auto handler = std::exchange(handler_, {})) handler(std::move(response));
   }
 
  private:

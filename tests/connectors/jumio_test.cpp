@@ -260,21 +260,37 @@ TEST_F(Jumio, theEndOfTheFlowTakesTheHandOverWithIt) {
   EXPECT_EQ(std::count(shown.begin(), shown.end(), "alert AlertController"), 0);
 }
 
-TEST_F(Jumio, aScreenOfTheStepsOwnHandsOverWhenItsLoadEventIsAnswered) {
-  const auto own =
-      R"("nextEvent":{"constructType":"vtEvent","eventType":"post","eventName":"verified"})";
-  open(document(joined({own, kOnLoadEvent}),
-                {view("ThirdPartyiFrameTemplate"), view("ScreenTemplate2")}));
-  EXPECT_EQ(sent()["eventName"].text(), "load");
-  serve(R"({"event":"loginInitiate","apiKey":"k","clientSecret":"s","webhookUrl":"w",)"
-        R"("transactionReference":"T"})");
-  ASSERT_EQ(authentication->made.size(), 1u);
+class JumioOnLoad : public Jumio {
+ protected:
+  void SetUp() override {
+    Jumio::SetUp();
+    const auto own =
+        R"("nextEvent":{"constructType":"vtEvent","eventType":"post","eventName":"verified"})";
+    open(document(joined({own, kOnLoadEvent}),
+                  {view("ThirdPartyiFrameTemplate"), view("ScreenTemplate2")}));
+    EXPECT_EQ(sent()["eventName"].text(), "load");
+    serve(R"({"event":"loginInitiate","apiKey":"k","clientSecret":"s","webhookUrl":"w",)"
+          R"("transactionReference":"T"})");
+    ASSERT_EQ(authentication->made.size(), 1u);
+  }
+};
+
+TEST_F(JumioOnLoad, aScreenOfTheStepsOwnHandsOver) {
   EXPECT_EQ(check().configuration.enrollmentTransactionReference, "T");
   check().ready();
   check().finish("T-2");
   EXPECT_EQ(sentParameters(), R"({"transactionReference":"T-2"})");
   serve("{}");
   EXPECT_EQ(screen()->userViewIndex, 1u);
+}
+
+TEST_F(JumioOnLoad, aFaceCheckThatGetsReadyUnderTheNextScreenIsNotShown) {
+  press();
+  serve("{}");
+  ASSERT_EQ(screen()->userViewIndex, 1u);
+  check().ready();
+  EXPECT_EQ(over(), nullptr);
+  EXPECT_EQ(check().destroyed, 1);
 }
 
 TEST_F(Jumio, goingBackFromAScreenTakesItsHandOverAway) {

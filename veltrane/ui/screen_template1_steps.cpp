@@ -132,6 +132,8 @@ void ScreenTemplate1VC::moveToNextScreen(std::string_view templateName, std::siz
   for (const auto& [pushed, line] : kPushed) {
     if (pushed != templateName) continue;
     if (!line.empty()) console::print(line);
+    // A check that is still getting ready would come up over the screen that follows.
+    if (connector_) connector_->stop();
     return Open::screenTemplate1VC({.vtFlow = vtFlow,
                                     .from = navigation,
                                     .flow = *flow,
