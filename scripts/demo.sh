@@ -66,6 +66,8 @@ if grep -qF '"do": "sdk"' "$script"; then
   certutil -d "sql:$HOME/.pki/nssdb" -N --empty-password
   certutil -d "sql:$HOME/.pki/nssdb" -A -n sandbox -t C,, -i "$authority"
   [ "$(id -u)" -ne 0 ] || export QTWEBENGINE_DISABLE_SANDBOX=1
+  # What the engine says of itself is nothing to show.
+  export QT_LOGGING_RULES="default.warning=false;default.info=false;qt.webenginecontext*=false"
   [ -n "$has_display" ] || export QTWEBENGINE_CHROMIUM_FLAGS="--disable-gpu --use-fake-device-for-media-stream --log-level=3"
 fi
 

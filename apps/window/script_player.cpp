@@ -69,13 +69,13 @@ ScriptPlayer::Step ScriptPlayer::stepFor(const JSON& command) {
   return [this] { return clickNamed("cancelButton"); };
 }
 
-// Again and again until the vendor's page has had its say. What the camera shows there is worth a
+// Again and again until the vendor's page has had its say. What it shows on the way is worth a
 // picture, as before a press.
 ScriptPlayer::Refusal ScriptPlayer::handOver(const std::shared_ptr<SheetPlayer>& player) {
   SheetPlayer::State state{};
   auto refusal = player->play(state);
   if (!refusal && state != SheetPlayer::State::done) {
-    const char* const name = state == SheetPlayer::State::hasSeenCamera ? "press" : "sdk";
+    const char* const name = state == SheetPlayer::State::looks ? "press" : "sdk";
     steps_.push_front({name, [this, player] { return handOver(player); }});
   }
   return refusal;

@@ -81,9 +81,9 @@ SheetPlayer::Refusal SheetPlayer::playOn(qtquick::HandOverItem& view, State& sta
     pressControl(*page, kCamera);
     return std::nullopt;
   }
-  if (isFinish(outcome_) && acts_ == 2) {
-    // One look at what the camera shows, before the next act ends it.
-    state = State::hasSeenCamera;
+  // What an act has led to is looked at before the next: what the camera shows, another step.
+  if (std::exchange(hasActed_, false)) {
+    state = State::looks;
     return std::nullopt;
   }
   say_("pressed  on the vendor's page");
@@ -98,6 +98,7 @@ void SheetPlayer::allowCamera(QQuickItem& action) {
 }
 
 void SheetPlayer::pressControl(QQuickItem& page, int number) {
+  hasActed_ = true;
   clickAt(page, {kCorner, kCorner});
   for (int i = 0; i < number; ++i) pressKey(window_, Qt::Key_Tab);
   pressKey(window_, Qt::Key_Return);

@@ -25,7 +25,7 @@ class SheetPlayer {
 
   SheetPlayer(qtquick::FlowStage& stage, QQuickWindow& window, JSON outcome, Say say);
 
-  enum class State { goesOn, hasSeenCamera, done };
+  enum class State { goesOn, looks, done };
   /// One act, if one is due. What stands in its way, if anything.
   std::optional<std::string> play(State& state);
 
@@ -43,6 +43,7 @@ class SheetPlayer {
   Say say_;
   QElapsedTimer lastAct_;
   int acts_ = 0;
+  bool hasActed_ = false;
   bool wantsCamera_;
 };
 

@@ -9,8 +9,8 @@ namespace {
 // The vendors' pages need 480 x 535 points; what does not fit scrolls.
 constexpr std::string_view kHostPage = R"(<!doctype html>
 <html><head><meta charset="utf-8"><title></title><style>
-html, body { height: 100%; margin: 0; background: #fff; }
-#vendor { min-width: 480px; min-height: 535px; height: 100%; }
+html, body { height: 100%; margin: 0; background: #fff; font-family: system-ui, sans-serif; }
+#vendor { display: flow-root; min-width: 480px; min-height: 535px; height: 100%; }
 iframe { display: block; width: 100%; height: 100%; border: 0; }
 </style></head><body><div id="vendor"></div></body></html>)";
 
