@@ -137,16 +137,26 @@ constexpr Format kColorful[] = {
     Format::Format_RGBA8888, Format::Format_RGBX8888,
 };
 
-TEST(VideoFrames, ofEveryFormatKeepTheirColours) {
+/// As cameras do once they are closed.
+void takeMemoryBack(QVideoFrame& frame) {
+  ASSERT_TRUE(frame.map(QVideoFrame::WriteOnly)) << "nothing of it is held any more";
+  for (int plane = 0; plane < frame.planeCount(); ++plane) {
+    std::fill_n(frame.bits(plane), frame.mappedBytes(plane), std::uint8_t{0});
+  }
+  frame.unmap();
+}
+
+TEST(VideoFrames, ofEveryFormatKeepTheirColoursWhenTheCameraIsGone) {
   for (const Format format : kColorful) {
     SCOPED_TRACE(static_cast<int>(format));
     PixelBufferPtr buffer;
     {
-      const QVideoFrame frame = frameOf(format);
+      QVideoFrame frame = frameOf(format);
       buffer = pixelBufferFrom(frame, kHost);
+      takeMemoryBack(frame);
     }
     ASSERT_NE(buffer, nullptr);
-    ASSERT_TRUE(buffer->isSound()) << "and outlives Qt's frame";
+    ASSERT_TRUE(buffer->isSound());
     EXPECT_EQ(buffer->size, (PixelSize{30, 22}));
     EXPECT_TRUE(looksLike(seen(*buffer, 2, 1), colorAt(2, 30)));
     EXPECT_TRUE(looksLike(seen(*buffer, 29, 21), colorAt(29, 30)));
@@ -171,17 +181,6 @@ TEST(VideoFrames, oddSizesAreWhole) {
       EXPECT_TRUE(looksLike(last, colorAt(30, 31)));
     }
   }
-}
-
-TEST(VideoFrames, pixelsStayWhereTheyAreIfTheyCan) {
-  QVideoFrame frame = frameOf(Format::Format_NV12);
-  const auto buffer = pixelBufferFrom(frame, kHost);
-  ASSERT_NE(buffer, nullptr);
-  ASSERT_TRUE(frame.map(QVideoFrame::ReadOnly));
-  EXPECT_EQ(buffer->planes[0].data, frame.bits(0));
-  EXPECT_EQ(buffer->planes[1].data, frame.bits(1));
-  EXPECT_EQ(buffer->planes[0].stride, frame.bytesPerLine(0));
-  frame.unmap();
 }
 
 TEST(VideoFrames, turnDirectionAndColoursAreTakenOver) {

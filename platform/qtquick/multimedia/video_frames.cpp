@@ -133,18 +133,20 @@ int planesOf(PixelFormat format) {
   return format == PixelFormat::nv12 ? 2 : 1;
 }
 
-BufferPtr inPlace(const std::shared_ptr<const Mapped>& mapped, const Layout& layout) {
-  auto buffer = std::make_shared<PixelBuffer>();
-  buffer->format = layout.format;
-  buffer->size = mapped->size();
+/// Copied: what lies in a camera's memory goes with the camera, frames or not, and unwiped.
+BufferPtr sameOrder(const Mapped& mapped, const Layout& layout, const Host& host) {
+  const auto made = host.allocate(layout.format, mapped.size(), 0);
   for (int i = 0; i < planesOf(layout.format); ++i) {
-    const auto [rowBytes, rows] = extentOf(layout.format, i, buffer->size);
-    const auto plane = mapped->rows(layout.planes[i], rowBytes, rows);
-    if (!plane) return nullptr;
-    buffer->planes[i] = *plane;
+    const auto [rowBytes, rows] = extentOf(layout.format, i, mapped.size());
+    const auto from = mapped.rows(layout.planes[i], rowBytes, rows);
+    if (!from) return nullptr;
+    const std::ptrdiff_t stride = made.buffer->planes[i].stride;
+    for (std::ptrdiff_t y = 0; y < rows; ++y) {
+      std::memcpy(made.planes[i] + y * stride, from->data + y * from->stride,
+                  static_cast<std::size_t>(rowBytes));
+    }
   }
-  buffer->memory = mapped;
-  return buffer;
+  return made.buffer;
 }
 
 /// Copies a plane `step` bytes at a time, `order` saying which byte of the source goes where.
@@ -290,10 +292,11 @@ OfferedFormat::Kind kindOf(Format format) {
 }
 
 PixelBufferPtr pixelBufferFrom(const QVideoFrame& frame, const Host& host) {
-  const auto mapped = std::make_shared<const Mapped>(frame);
-  if (!*mapped || !isBearable(mapped->size())) return nullptr;
+  const Mapped mapped(frame);
+  if (!mapped || !isBearable(mapped.size())) return nullptr;
   const auto layout = layoutOf(frame.pixelFormat());
-  const auto made = layout ? inPlace(mapped, *layout) : copied(*mapped, frame.pixelFormat(), host);
+  const auto made =
+      layout ? sameOrder(mapped, *layout, host) : copied(mapped, frame.pixelFormat(), host);
   if (!made) return nullptr;
   describe(*made, frame);
   return made;

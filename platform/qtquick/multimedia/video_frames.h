@@ -10,9 +10,9 @@ namespace veltrane::qtquick::multimedia {
 
 OfferedFormat::Kind kindOf(QVideoFrameFormat::PixelFormat format);
 
-/// A frame of Qt's as one of ours. Pixels of the formats that we know too stay where they are, for
-/// as long as the result lives; others are copied, and wiped when it goes. Null when the pixels
-/// cannot be had. Compressed frames take some milliseconds. Any thread.
+/// A copy of a frame of Qt's as one of ours, wiped when it goes; the frame and its camera may go
+/// before. Null when the pixels cannot be had. Compressed frames take some milliseconds. Any
+/// thread.
 PixelBufferPtr pixelBufferFrom(const QVideoFrame& frame, const Host& host);
 
 }  // namespace veltrane::qtquick::multimedia
