@@ -113,7 +113,7 @@ bool hasScaling() {
 }  // namespace
 
 PixelBuffer scaled(const PixelBuffer& frame, const FramePart& part, PixelSize size) {
-  const PixelBuffer from = cut(frame, part);
+  PixelBuffer from = cut(frame, part);
   if (size == part.size || !hasScaling()) return from;
   switch (frame.format) {
     case PixelFormat::nv12:

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstdlib>
 #include <numeric>
 #include <utility>
@@ -48,7 +49,7 @@ class LumaReader {
       case PixelFormat::i420:
         return row[x];
       case PixelFormat::yuy2:
-        return row[2 * x];
+        return row[std::ptrdiff_t{2} * x];
       case PixelFormat::rgb:
         return mixed(row + std::ptrdiff_t{3} * x);
       case PixelFormat::bgra:
@@ -162,7 +163,8 @@ class Cells {
     return sum / static_cast<double>(x.samples * y.samples);
   }
   double at(int column, int row) const {
-    return values_[static_cast<std::size_t>(row * across_ + column)];
+    return values_[static_cast<std::size_t>(row) * static_cast<std::size_t>(across_) +
+                   static_cast<std::size_t>(column)];
   }
   double count() const { return static_cast<double>(values_.size()); }
 
