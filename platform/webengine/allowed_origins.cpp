@@ -24,9 +24,9 @@ int usualPort(const QString& scheme) {
 }
 
 bool allows(const QUrl& origin, const QUrl& address) {
-  const QString scheme = plainScheme(address);
-  const int usual = usualPort(scheme);
-  if (scheme != origin.scheme() || address.port(usual) != origin.port(usual)) return false;
+  const int usual = usualPort(address.scheme());
+  if (address.scheme() != origin.scheme() || address.port(usual) != origin.port(usual))
+    return false;
   if (address.host() == origin.host()) return true;
   return !isLoopback(origin.host()) && address.host().endsWith(QLatin1Char('.') + origin.host());
 }
@@ -35,9 +35,8 @@ bool allows(const QUrl& origin, const QUrl& address) {
 
 bool isUsableAddress(const QUrl& address) {
   if (!address.isValid() || address.host().isEmpty() || !address.userInfo().isEmpty()) return false;
-  const QString scheme = plainScheme(address);
-  if (scheme == QLatin1String("https")) return true;
-  return scheme == QLatin1String("http") && isLoopback(address.host());
+  if (address.scheme() == QLatin1String("https")) return true;
+  return address.scheme() == QLatin1String("http") && isLoopback(address.host());
 }
 
 QString originOf(const QUrl& address) {
@@ -50,9 +49,11 @@ QString originOf(const QUrl& address) {
 }
 
 bool isAllowed(const QUrl& address, const QStringList& origins) {
-  return isUsableAddress(address) &&
+  QUrl plain = address;
+  plain.setScheme(plainScheme(address));
+  return isUsableAddress(plain) &&
          std::any_of(origins.begin(), origins.end(),
-                     [&](const QString& origin) { return allows(QUrl(origin), address); });
+                     [&](const QString& origin) { return allows(QUrl(origin), plain); });
 }
 
 }  // namespace veltrane::webengine

@@ -36,6 +36,14 @@ std::optional<JumioValue> valueOf(std::string_view text) {
   return std::nullopt;
 }
 
+// What a page says reaches the host's console: a code, and no words of anybody's.
+std::string codeOf(const std::string& text) {
+  const bool isCode = text.size() <= 8 && std::all_of(text.begin(), text.end(), [](char one) {
+                        return one >= '0' && one <= '9';
+                      });
+  return isCode ? text : std::string();
+}
+
 }  // namespace
 
 std::optional<JumioMessage> readJumioMessage(std::string_view text,
@@ -45,7 +53,7 @@ std::optional<JumioMessage> readJumioMessage(std::string_view text,
   if (parsed.value["transactionReference"].text() != transactionReference) return std::nullopt;
   const auto value = valueOf(parsed.value["payload"]["value"].textValue());
   if (!value) return std::nullopt;
-  return JumioMessage{*value, parsed.value["payload"]["metainfo"]["codeExternal"].asText()};
+  return JumioMessage{*value, codeOf(parsed.value["payload"]["metainfo"]["codeExternal"].asText())};
 }
 
 JumioError jumioError(const std::string& code) {

@@ -14,7 +14,7 @@ enum class JumioValue : std::uint8_t { loaded, success, error };
 
 struct JumioMessage {
   JumioValue value;
-  /// The vendor's code of an error; empty when there is none.
+  /// The vendor's code of an error, digits alone; empty when there is none.
   std::string code;
 };
 

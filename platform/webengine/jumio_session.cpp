@@ -10,6 +10,7 @@
 #include "platform/webengine/vendor_page.h"
 #include "veltrane/base/base64.h"
 #include "veltrane/base/json.h"
+#include "veltrane/base/text.h"
 #include "veltrane/flow/user_defaults_manager.h"
 #include "veltrane/platform.h"
 #include "veltrane/toolkit/main_queue.h"
@@ -29,6 +30,17 @@ std::string basicAuthentication(const JumioRequest& request) {
   const std::string pair = request.apiToken + ':' + request.apiSecret;
   return "Basic " +
          base64Encoded(std::span(reinterpret_cast<const std::uint8_t*>(pair.data()), pair.size()));
+}
+
+std::string withoutSlash(std::string address) {
+  while (address.ends_with('/')) address.pop_back();
+  return address;
+}
+
+QStringList toList(const std::vector<std::string>& texts) {
+  QStringList all;
+  for (const auto& each : texts) all.append(QString::fromStdString(each));
+  return all;
 }
 
 WebTrouble troubleOf(int status) {
@@ -60,14 +72,14 @@ void JumioSession::end() {
 bool JumioSession::canBeAsked() const {
   return request_.apiToken.find(':') == std::string::npos &&
          std::all_of(request_.fields.begin(), request_.fields.end(), [](const auto& field) {
-           return !field.value.empty() && field.value.size() <= field.limit;
+           return !field.value.empty() && codePointCount(field.value) <= field.limit;
          });
 }
 
 HTTPRequest JumioSession::initiation() const {
   Dictionary body;
   for (const auto& field : request_.fields) body.set(field.name, field.value);
-  HTTPRequest request{.method = "POST", .url = addresses_.jumio + request_.path};
+  HTTPRequest request{.method = "POST", .url = withoutSlash(addresses_.jumio) + request_.path};
   request.headers = {{"Accept", "application/json"},
                      {"Content-Type", "application/json"},
                      {"User-Agent", addresses_.userAgent},
@@ -80,6 +92,7 @@ HTTPRequest JumioSession::initiation() const {
 
 void JumioSession::begin() {
   transactionReference_.reset();
+  page_.clear();
   HTTPRequest request = initiation();
   if (!canBeAsked() || !request.body) return sheet_->fail(WebTrouble::setUp);
   const int number = ++tries_;
@@ -105,13 +118,14 @@ void JumioSession::answered(const std::optional<HTTPResponse>& response) {
 void JumioSession::open(const JSON& answer) {
   const auto reference = answer["transactionReference"].textValue();
   const auto address = answer["redirectUrl"].textValue();
-  QStringList allowed;
-  for (const auto& each : origins()) allowed.append(QString::fromStdString(each));
-  if (reference.empty() || !isAllowed(toUrl(address), allowed))
+  const QUrl page = toUrl(address);
+  if (reference.empty() || !isUsableAddress(page) || !isAllowed(page, toList(origins())))
     return sheet_->fail(WebTrouble::unusable);
   transactionReference_ = reference;
+  page_ = originOf(page).toStdString();
   sheet_->open({.hostPage = addresses_.hostPage,
                 .origins = origins(),
+                .cameraOrigins = speakers(),
                 .script = scriptFor(FramedPage{address, request_.allow}),
                 .tearDown = {}});
 }
@@ -122,10 +136,12 @@ std::vector<std::string> JumioSession::origins() const {
   return all;
 }
 
+std::vector<std::string> JumioSession::speakers() const {
+  return {originOf(toUrl(addresses_.jumio)).toStdString(), page_};
+}
+
 void JumioSession::received(std::string_view origin, std::string_view text) {
-  QStringList allowed;
-  for (const auto& each : origins()) allowed.append(QString::fromStdString(each));
-  if (!transactionReference_ || !isAllowed(toUrl(origin), allowed)) return;
+  if (!transactionReference_ || !isAllowed(toUrl(origin), toList(speakers()))) return;
   const auto message = readJumioMessage(text, *transactionReference_);
   if (!message) return;
   switch (message->value) {

@@ -57,7 +57,10 @@ class JumioSession final : public WebClient, public std::enable_shared_from_this
   void answered(const std::optional<HTTPResponse>& response);
   void open(const JSON& answer);
   void fail(const JumioError& error);
+  /// All that may be loaded.
   std::vector<std::string> origins() const;
+  /// Of these who may speak for the vendor and have the camera: not what merely serves its files.
+  std::vector<std::string> speakers() const;
 
   const VendorAddresses addresses_;
   const JumioRequest request_;
@@ -65,6 +68,8 @@ class JumioSession final : public WebClient, public std::enable_shared_from_this
   std::shared_ptr<WebSheet> sheet_;
   std::unique_ptr<HTTPRequestHandle> underWay_;
   std::optional<std::string> transactionReference_;
+  /// The origin of the page.
+  std::string page_;
   int tries_ = 0;
 };
 

@@ -18,7 +18,10 @@ constexpr std::size_t kLongestCallback = 255;
 constexpr std::size_t kLongestEnrollment = 36;
 
 bool isUsable(const VendorAddresses& addresses) {
-  return isUsableAddress(QUrl(QString::fromStdString(addresses.jumio), QUrl::StrictMode));
+  const auto isUsable = [](const std::string& address) {
+    return isUsableAddress(QUrl(QString::fromStdString(address), QUrl::StrictMode));
+  };
+  return isUsable(addresses.jumio) && isUsable(addresses.hostPage);
 }
 
 JumioRequest scanRequest(const NetverifyConfiguration& configuration) {

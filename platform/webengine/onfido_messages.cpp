@@ -17,31 +17,39 @@ std::optional<std::string> textOf(const JSON& value) {
 // A document is captured from its front first, whatever else it has.
 void addDocument(const JSON& document, std::vector<OnfidoResult>& results) {
   const auto add = [&](std::string_view side, const JSON& captured) {
-    results.push_back(DocumentResult{
-        .id = textOf(captured["id"]), .type = textOf(document["type"]), .side = std::string(side)});
+    const auto id = textOf(captured["id"]);
+    if (!id) return;
+    results.push_back(
+        DocumentResult{.id = id, .type = textOf(document["type"]), .side = std::string(side)});
   };
   const JSON sides = document["sides"];
-  if (sides["front"].isObject()) add("front", sides["front"]);
+  add("front", sides["front"]);
   sides.forEachMember([&](std::string_view side, const JSON& captured) {
-    if (side != "front" && captured.isObject()) add(side, captured);
+    if (side != "front") add(side, captured);
   });
 }
 
+// What has no identifier is nothing that a server could ask the vendor for.
 std::vector<OnfidoResult> resultsOf(const JSON& data) {
   std::vector<OnfidoResult> results;
   // By step; the names' order is that in which the steps are taken.
   data.forEachMember([&](std::string_view step, const JSON& captured) {
+    const auto id = textOf(captured["id"]);
     if (captured["sides"].isObject()) {
       addDocument(captured, results);
-    } else if (step.starts_with("document") && captured.isObject()) {
-      results.push_back(DocumentResult{.id = textOf(captured["id"]),
-                                       .type = textOf(captured["type"]),
-                                       .side = textOf(captured["side"])});
-    } else if (step == "face" && captured.isObject()) {
-      results.push_back(FaceResult{.id = textOf(captured["id"])});
+    } else if (id && step.starts_with("document")) {
+      results.push_back(DocumentResult{
+          .id = id, .type = textOf(captured["type"]), .side = textOf(captured["side"])});
+    } else if (id && step == "face") {
+      results.push_back(FaceResult{.id = id});
     }
   });
   return results;
+}
+
+OnfidoResponse completion(std::vector<OnfidoResult> results) {
+  if (!results.empty()) return onfido_response::Success{std::move(results)};
+  return onfido_response::Error{{"exception", "the vendor's page gave no results"}};
 }
 
 OnfidoCancelReason reasonOf(const JSON& data) {
@@ -57,7 +65,8 @@ std::optional<OnfidoMessage> readOnfidoMessage(std::string_view text, std::strin
   const JSON data = parsed.value["data"];
   if (event == "loaded") return OnfidoLoaded{};
   if (event == "unreachable" || event == "broken") return OnfidoMissing{};
-  if (event == "complete") return OnfidoResponse(onfido_response::Success{resultsOf(data)});
+  if (event == "complete") return completion(resultsOf(data));
+  if (event == "unreadable") return completion({});
   if (event == "exit") return OnfidoResponse(onfido_response::Cancel{reasonOf(data)});
   if (event != "error") return std::nullopt;
   return OnfidoResponse(

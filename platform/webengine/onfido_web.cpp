@@ -77,10 +77,12 @@ class WebFlow final : public OnfidoFlow,
 void WebFlow::begin() {
   // What an earlier page still says is not this one's.
   mark_ = QUuid::createUuid().toString(QUuid::Id128).toStdString();
-  std::vector<std::string> origins{originOf(toUrl(addresses_.onfidoScript)).toStdString()};
+  const std::vector<std::string> own{originOf(toUrl(addresses_.onfidoScript)).toStdString()};
+  auto origins = own;
   origins.insert(origins.end(), addresses_.onfidoOrigins.begin(), addresses_.onfidoOrigins.end());
   sheet_->open({.hostPage = addresses_.hostPage,
                 .origins = std::move(origins),
+                .cameraOrigins = own,
                 .script = scriptFor(ScriptedPage{.address = addresses_.onfidoScript,
                                                  .token = configuration_.sdkToken(),
                                                  .steps = stepsOf(configuration_),
@@ -127,8 +129,9 @@ class WebOnfido final : public OnfidoSDK {
 }  // namespace
 
 std::shared_ptr<OnfidoSDK> makeOnfido(const VendorAddresses& addresses) {
-  return isUsableAddress(toUrl(addresses.onfidoScript)) ? std::make_shared<WebOnfido>(addresses)
-                                                        : nullptr;
+  const bool isUsable =
+      isUsableAddress(toUrl(addresses.onfidoScript)) && isUsableAddress(toUrl(addresses.hostPage));
+  return isUsable ? std::make_shared<WebOnfido>(addresses) : nullptr;
 }
 
 }  // namespace veltrane::webengine

@@ -7,7 +7,7 @@
 namespace veltrane::webengine {
 
 /// Where the vendors' web clients are. Addresses are HTTPS, or HTTP on loopback; an address that
-/// is neither leaves its vendor out.
+/// is neither leaves its vendor out, or both when it is the host page's.
 struct VendorAddresses {
   /// Of the data centre, without a path. The vendor's guide names this one for the United States.
   std::string jumio = "https://netverify.com";

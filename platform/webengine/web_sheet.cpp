@@ -16,7 +16,7 @@ QString toQString(std::string_view text) {
 
 bool mayAskForCamera(const WebPage& page, const QUrl& origin) {
   QStringList origins{originOf(QUrl(toQString(page.hostPage)))};
-  for (const auto& each : page.origins) origins.append(toQString(each));
+  for (const auto& each : page.cameraOrigins) origins.append(toQString(each));
   return isAllowed(origin, origins);
 }
 
@@ -75,7 +75,10 @@ void WebSheet::watchTheClock() {
                                     const auto self = weak.lock();
                                     if (!self || self->state_ != State::loading || !self->page_)
                                       return;
-                                    if (self->page_ == page.lock()) self->fail(WebTrouble::late);
+                                    if (self->page_ != page.lock()) return;
+                                    // The page waits for the user, not the user for the page.
+                                    if (self->isAsking_) return self->watchTheClock();
+                                    self->fail(WebTrouble::late);
                                   });
 }
 

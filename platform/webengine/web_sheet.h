@@ -35,6 +35,8 @@ struct WebPage {
   std::string hostPage;
   /// All that may be loaded (allowed_origins.h), the vendor's first address before the others.
   std::vector<std::string> origins;
+  /// Of these, who may ask for the camera beside our own page.
+  std::vector<std::string> cameraOrigins;
   /// Run once our page is there. It carries the vendor's token: it reaches no log and no address.
   std::string script;
   /// Run before the browser goes; it ends with a message "veltrane ended" to its window.

@@ -12,6 +12,7 @@
 #include "veltrane/connectors/netverify_sdk.h"
 #include "veltrane/connectors/onfido_sdk.h"
 #include "veltrane/flow/user_defaults_manager.h"
+#include "veltrane/toolkit/alert_controller.h"
 
 namespace veltrane::webengine::test {
 namespace {
@@ -44,8 +45,6 @@ class ScanTest : public ::testing::Test {
 
   void start() {
     configuration.delegate = delegate;
-    VendorAddresses addresses;
-    addresses.userAgent = "Acme Bank/2.0";
     controller = makeNetverify(addresses)->makeNetverifyViewController(configuration);
     sheet = dynamic_cast<SheetScreen&>(*controller).sheet();
   }
@@ -60,6 +59,7 @@ class ScanTest : public ::testing::Test {
   std::size_t requests() const { return platform.transport->exchanges.size(); }
 
   veltrane::testing::FakePlatform platform;
+  VendorAddresses addresses{.userAgent = "Acme Bank/2.0"};
   std::shared_ptr<ScanDelegate> delegate = std::make_shared<ScanDelegate>();
   NetverifyConfiguration configuration{.apiToken = "api-token",
                                        .apiSecret = "api-secret",
@@ -86,6 +86,10 @@ TEST_F(ScanTest, AsksTheVendorAsItsGuideSays) {
   EXPECT_EQ(request.timeoutForRequest, 45);
   EXPECT_EQ(request.timeoutForResource, 45);
   EXPECT_THAT(platform.console->lines(), IsEmpty());
+
+  addresses.jumio = "https://vendor.example/eu/";
+  start();
+  EXPECT_EQ(platform.transport->last().request.url, "https://vendor.example/eu/api/v4/initiate");
 }
 
 TEST_F(ScanTest, DoesNotAskForWhatTheVendorCannotTake) {
@@ -104,6 +108,12 @@ TEST_F(ScanTest, DoesNotAskForWhatTheVendorCannotTake) {
   configuration = good;
   configuration.apiToken = "api:token";
   EXPECT_TRUE(isRefused());
+  // What counts is characters, not bytes.
+  configuration = good;
+  configuration.customerInternalReference.clear();
+  for (int i = 0; i < 100; ++i) configuration.customerInternalReference += "\u00e9";
+  start();
+  EXPECT_EQ(requests(), 1u);
   configuration = good;
   configuration.callbackUrl = "";
   start();
@@ -134,6 +144,7 @@ TEST_F(ScanTest, ShowsWhatStandsInTheWayAndBeginsAnew) {
            Case{200, Vendor::initiated("https://netverify.com@vendor.example/"),
                 WebTrouble::unusable},
            Case{200, Vendor::initiated("http://netverify.com/"), WebTrouble::unusable},
+           Case{200, Vendor::initiated("wss://netverify.com/"), WebTrouble::unusable},
            Case{200, Vendor::initiated("javascript:alert(1)"), WebTrouble::unusable},
            Case{200, Vendor::initiated("file:///etc/hostname"), WebTrouble::unusable},
        }) {
@@ -210,15 +221,54 @@ TEST_F(ScanTest, CountsTheVendorsMessagesAlone) {
   EXPECT_THAT(delegate->heard, ElementsAre(std::string("finished ") + kReference));
 }
 
+TEST_F(ScanTest, LetsOnlyTheVendorsPagesSpeakAndSee) {
+  addresses.jumioOrigins = {"https://files.example", "https://pages.example"};
+  const std::string page = "https://eu.pages.example";
+  start();
+  answer(200, Vendor::initiated(page + "/web"));
+  const auto mayAsk = [this](const std::string& origin) {
+    bool isRefused = false;
+    sheet->askForCamera(origin, [&](bool allowed) { isRefused = !allowed; });
+    return !isRefused;
+  };
+  for (const char* origin : {"https://files.example", "https://pages.example"}) {
+    sheet->received(origin, message("success"));
+    EXPECT_FALSE(mayAsk(origin)) << origin;
+  }
+  EXPECT_THAT(delegate->heard, IsEmpty());
+  EXPECT_EQ(controller->presentedViewController(), nullptr);
+  sheet->received(page, message("success"));
+  EXPECT_THAT(delegate->heard, ElementsAre(std::string("finished ") + kReference));
+}
+
+TEST_F(ScanTest, IsNotLateWhileTheUserIsAsked) {
+  open();
+  std::optional<bool> allowed;
+  sheet->askForCamera(kOrigin, [&](bool answer) { allowed = answer; });
+  platform.mainQueue->advance(std::chrono::minutes(5));
+  EXPECT_EQ(sheet->state(), State::loading);
+  dynamic_cast<AlertController&>(*controller->presentedViewController()).select(0);
+  platform.mainQueue->run();
+  EXPECT_EQ(allowed, true);
+  platform.mainQueue->advance(std::chrono::seconds(30));
+  EXPECT_EQ(sheet->trouble(), WebTrouble::late);
+}
+
 TEST_F(ScanTest, TurnsCodesIntoWords) {
   open();
   sheet->received(kOrigin, message("error", "9210"));
   open();
   sheet->received(kOrigin, message("error", "9999"));
+  // Words of the page's own go nowhere.
+  for (const char* code : {"api-secret", "92 10", "123456789"}) {
+    open();
+    sheet->received(kOrigin, message("error", code));
+  }
+  const std::string unknown = std::string("the vendor's page reported an error of ") + kReference;
   EXPECT_THAT(delegate->heard,
               ElementsAre(std::string("cancelled 9210 the session has expired of ") + kReference,
-                          std::string("cancelled 9999 the vendor's page reported an error of ") +
-                              kReference));
+                          "cancelled 9999 " + unknown, "cancelled " + unknown,
+                          "cancelled " + unknown, "cancelled " + unknown));
 }
 
 TEST_F(ScanTest, IsLateWhenThePageIs) {
@@ -276,6 +326,14 @@ TEST(Addresses, AreHTTPSButForLoopback) {
   EXPECT_EQ(makeNetverify({.jumio = "file:///tmp"}), nullptr);
   EXPECT_EQ(makeOnfido({}), nullptr);
   EXPECT_EQ(makeOnfido({.onfidoScript = "http://vendor.example/x.js"}), nullptr);
+  EXPECT_EQ(makeNetverify({.jumio = "wss://netverify.com"}), nullptr);
+  EXPECT_EQ(makeOnfido({.onfidoScript = "wss://vendor.example/x.js"}), nullptr);
+  const std::string script = "https://vendor.example/x.js";
+  EXPECT_NE(makeOnfido({.onfidoScript = script}), nullptr);
+  for (const char* each : {"file:///tmp/page.html", "qrc:/page.html", "http://acme.example/", ""}) {
+    EXPECT_EQ(makeNetverify({.hostPage = each}), nullptr) << each;
+    EXPECT_EQ(makeOnfido({.onfidoScript = script, .hostPage = each}), nullptr) << each;
+  }
   for (const char* each :
        {"http://127.0.0.1:81", "http://[::1]:81", "http://localhost", "https://lon.vendor.example"})
     EXPECT_NE(makeNetverify({.jumio = each}), nullptr) << each;
@@ -299,14 +357,17 @@ TEST(OnfidoMessages, AreReadAsFarAsTheyGo) {
     return std::get<onfido_response::Success>(std::get<OnfidoResponse>(*read("complete", data)))
         .results;
   };
-  EXPECT_THAT(results("null"), IsEmpty());
-  EXPECT_THAT(results(R"([1,"x"])"), IsEmpty());
-  EXPECT_THAT(results(R"({"document":{"type":5},"face":7,"poa":{"id":"x"}})").size(), 1u);
+  for (const char* data : {"null", R"([1,"x"])", R"({"document":{"type":5},"face":7})",
+                           R"({"document":{"sides":{"front":{"id":""}}},"poa":{"id":"x"}})"}) {
+    const auto response = std::get<OnfidoResponse>(*read("complete", data));
+    EXPECT_TRUE(std::holds_alternative<onfido_response::Error>(response)) << data;
+  }
+  EXPECT_EQ(results(R"({"document":{"id":"x"},"face":7})").size(), 1u);
   const auto both = results(R"({"face":{"id":"f","type":"standard"},"document":{"type":"passport",)"
-                            R"("sides":{"back":{"id":""},"front":{"id":"d"},"inside":4}}})");
+                            R"("sides":{"back":{"id":"b"},"front":{"id":"d"},"inside":4}}})");
   ASSERT_EQ(both.size(), 3u);
   EXPECT_EQ(std::get<DocumentResult>(both[0]).id, "d");
-  EXPECT_EQ(std::get<DocumentResult>(both[1]).id, std::nullopt);
+  EXPECT_EQ(std::get<DocumentResult>(both[1]).id, "b");
   EXPECT_EQ(std::get<DocumentResult>(both[1]).side, "back");
   EXPECT_EQ(std::get<FaceResult>(both[2]).id, "f");
   EXPECT_FALSE(readOnfidoMessage(R"({"veltrane":"other","event":"loaded"})", "m"));
