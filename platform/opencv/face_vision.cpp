@@ -14,23 +14,23 @@ namespace {
 class LateVision final : public FaceVision {
  public:
   VisionOutcome<FaceObservation> detectFaceRectangles(const PixelBuffer& frame) override {
-    if (!open()) return {{}, error_};
+    if (!open()) return {{}, error_, true};
     return vision_->detectFaceRectangles(frame);
   }
   VisionOutcome<std::optional<FaceObservation>> trackFaces(
       const PixelBuffer& frame, const std::vector<FaceTrackingRequest>& requests) override {
-    if (!open()) return {{}, error_};
+    if (!open()) return {{}, error_, true};
     return vision_->trackFaces(frame, requests);
   }
   VisionOutcome<FaceObservation> detectFaceLandmarks(const PixelBuffer& frame,
                                                      const std::vector<Rect>& boxes) override {
-    if (!open()) return {{}, error_};
+    if (!open()) return {{}, error_, true};
     return vision_->detectFaceLandmarks(frame, boxes);
   }
 
  private:
   bool open() {
-    if (!vision_ && error_.empty()) load();
+    if (!std::exchange(hasTried_, true)) load();
     return vision_ != nullptr;
   }
 
@@ -48,6 +48,7 @@ class LateVision final : public FaceVision {
 
   std::unique_ptr<FaceVision> vision_;
   std::string error_;
+  bool hasTried_ = false;
 };
 
 }  // namespace

@@ -200,5 +200,24 @@ TEST_F(CaptureScreen, withoutEyesTheScreenSaysSo) {
   EXPECT_EQ(camera->stops, 1);
 }
 
+TEST_F(CaptureScreen, eyesThatWillNeverSeeAreGivenUpAtTheirFirstAnswer) {
+  presentWithCamera();
+  vision->see({.detectionError = "no model for now"});
+  deliver();
+  ASSERT_TRUE(until([&] { return platform.console->mentions("no model for now"); }));
+  EXPECT_FALSE(alert()) << "the next frame may be seen";
+  vision->see({.detectionError = "no model", .isFinal = true});
+  deliver();
+  ASSERT_TRUE(until([&] { return alert() != nullptr; }));
+  EXPECT_EQ(alert()->title, "Failed with error 6");
+  EXPECT_EQ(alert()->message(), "Faces cannot be found on this device.");
+  EXPECT_EQ(camera->stops, 1);
+  EXPECT_EQ(screen->imagePixelBuffer, nullptr);
+  EXPECT_FALSE(camera->events.frame(makeFrame()));
+  screen->cancelButtonPressed();
+  run();
+  EXPECT_THAT(listener->heard, ElementsAre(kCancelled));
+}
+
 }  // namespace
 }  // namespace veltrane::testing

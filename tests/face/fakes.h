@@ -37,6 +37,7 @@ class FakeVision final : public FaceVision {
     std::vector<Rect> faces;
     double confidence = 1;
     std::optional<std::string> detectionError, trackingError, landmarksError;
+    bool isFinal = false;
   };
 
   void see(Sight sight) {
@@ -66,7 +67,7 @@ class FakeVision final : public FaceVision {
 
   VisionOutcome<FaceObservation> detectFaceRectangles(const PixelBuffer& /*frame*/) override {
     const Sight sight = ask("detect");
-    return {observationsOf(sight.faces, sight.confidence), sight.detectionError};
+    return {observationsOf(sight.faces, sight.confidence), sight.detectionError, sight.isFinal};
   }
   VisionOutcome<std::optional<FaceObservation>> trackFaces(
       const PixelBuffer& /*frame*/, const std::vector<FaceTrackingRequest>& requests) override {

@@ -89,6 +89,15 @@ TEST_F(Tracking, whatFailsIsToldAndTheNextFrameTriesAgain) {
                           "Failed to perform FaceLandmarkRequest: too dark", kNoBuffer, kNoBuffer));
 }
 
+TEST_F(Tracking, visionThatWillNeverAnswerIsAskedAndToldOnce) {
+  EXPECT_FALSE(next({.detectionError = "no model", .isFinal = true}));
+  EXPECT_TRUE(tracking.isOver());
+  EXPECT_FALSE(next({.faces = {kFace}}));
+  EXPECT_THAT(vision->takeQuestions(), ElementsAre("detect"));
+  EXPECT_THAT(platform.console->lines(),
+              ElementsAre("Failed to perform FaceRectangleRequest: no model"));
+}
+
 TEST_F(Tracking, boxesThatCannotBeDrawnAreNoFaces) {
   const double no = std::nan("");
   const double endless = std::numeric_limits<double>::infinity();

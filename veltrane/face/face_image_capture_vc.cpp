@@ -100,7 +100,11 @@ struct FaceImageCaptureVC::Live : std::enable_shared_from_this<Live> {
   /// of the very frame that it was decided on.
   void captureOutput(const PixelBufferPtr& frame, VideoDataOutput::UnderWay underWay) {
     auto seen = tracking.captureOutput(frame);
-    if (!seen) return;
+    if (!seen) {
+      if (tracking.isOver())
+        onMain([](auto& s) { s.cameraFailed({CameraError::noVision, kNoVision}); });
+      return;
+    }
     const auto light = face::lightOf(*frame, seen->faces);
     onMain([seen = std::move(*seen), light, underWay = std::move(underWay)](auto& s) {
       s.drawFaceObservations(seen, light);

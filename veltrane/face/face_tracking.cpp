@@ -16,20 +16,22 @@ bool isSound(const Rect& box) {
          std::isfinite(box.height) && box.width > 0 && box.height > 0;
 }
 
-template <typename Result>
-void tellFailure(const char* request, const VisionOutcome<Result>& outcome) {
-  console::print(std::string("Failed to perform ") + request + ": " + *outcome.error);
-}
-
 }  // namespace
 
 FaceTracking::FaceTracking(std::shared_ptr<FaceVision> vision) : vision_(std::move(vision)) {}
+
+template <typename Result>
+void FaceTracking::tellFailure(const char* request, const VisionOutcome<Result>& outcome) {
+  console::print(std::string("Failed to perform ") + request + ": " + *outcome.error);
+  isOver_ = outcome.isFinal;
+}
 
 std::optional<FacesInFrame> FaceTracking::captureOutput(const PixelBufferPtr& frame) {
   if (!frame || !frame->isSound()) {
     console::print("Failed to obtain a CVPixelBuffer for the current output frame.");
     return std::nullopt;
   }
+  if (isOver_) return std::nullopt;
   return trackingRequests_.empty() ? detect(frame) : track(frame);
 }
 

@@ -29,12 +29,18 @@ class FaceTracking {
   explicit FaceTracking(std::shared_ptr<FaceVision> vision);
 
   /// The next frame, null when the camera could not get its pixels. Nothing when there is nothing
-  /// new to draw; what failed is told on the console, and the next frame tries again.
+  /// new to draw; what failed is told on the console, and the next frame tries again unless that
+  /// is of no use.
   std::optional<FacesInFrame> captureOutput(const PixelBufferPtr& frame);
 
   const std::vector<FaceTrackingRequest>& trackingRequests() const { return trackingRequests_; }
 
+  /// Vision has said that it will never answer. It is not asked again.
+  bool isOver() const { return isOver_; }
+
  private:
+  template <typename Result>
+  void tellFailure(const char* request, const VisionOutcome<Result>& outcome);
   std::optional<FacesInFrame> detect(const PixelBufferPtr& frame);
   std::optional<FacesInFrame> track(const PixelBufferPtr& frame);
   std::vector<Rect> takeOver(std::vector<std::optional<FaceObservation>> results);
@@ -42,6 +48,7 @@ class FaceTracking {
   const std::shared_ptr<FaceVision> vision_;
   std::vector<FaceTrackingRequest> trackingRequests_;
   std::uint64_t lastIdentifier_ = 0;
+  bool isOver_ = false;
 };
 
 }  // namespace veltrane

@@ -42,6 +42,8 @@ template <typename Result>
 struct VisionOutcome {
   std::vector<Result> results;
   std::optional<std::string> error;
+  /// Asking again is of no use.
+  bool isFinal = false;
 };
 
 /// Port: finds faces in frames. One object a screen, made on the main thread, where making it does

@@ -185,7 +185,9 @@ Platform Drive::allPorts() {
   platform.jumioAuthentication = std::make_shared<DrivenAuthenticationSDK>(handOvers_, jailbroken);
   platform.onfido = std::make_shared<DrivenOnfidoSDK>(handOvers_);
   if (options_.camera) platform.makeCamera = [this] { return makeCamera(); };
+#ifdef VELTRANE_OPENCV
   platform.makeFaceVision = opencv::makeFaceVision;
+#endif
   return platform;
 }
 
