@@ -2,19 +2,21 @@
 
 #include <utility>
 
+#include "veltrane/platform.h"
 #include "veltrane/toolkit/main_queue.h"
 
 namespace example {
 namespace {
 
-using veltrane::MainQueue;
 using veltrane::ModalPresentationStyle;
 
-/// Brings a native call to the main thread, to an object that may have gone meanwhile.
+/// Brings a native call to the main thread, to an object that may have gone meanwhile. Only the
+/// main thread may ask for the installed platform, so the queue goes along.
 template <typename Object, typename... Values>
 auto onMain(const std::shared_ptr<Object>& object, void (Object::*tell)(Values...)) {
-  return [weak = std::weak_ptr(object), tell](Values... values) {
-    MainQueue::current().async([=] {
+  return [weak = std::weak_ptr(object), tell,
+          main = veltrane::Platform::current().mainQueue](Values... values) {
+    main->async([=] {
       if (const auto alive = weak.lock()) (alive.get()->*tell)(values...);
     });
   };

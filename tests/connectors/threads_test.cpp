@@ -29,9 +29,11 @@ class VendorThreads {
   }
   /// Tells on the main queue what a thread has found out.
   void work(std::function<std::string()> find, std::function<void(std::string)> tell) {
-    threads_.emplace_back([find = std::move(find), tell = std::move(tell)] {
-      MainQueue::current().async([found = find(), tell] { tell(found); });
-    });
+    // The queue of the platform that is installed now: a later one may be, when the thread is done.
+    threads_.emplace_back(
+        [find = std::move(find), tell = std::move(tell), main = Platform::current().mainQueue] {
+          main->async([found = find(), tell] { tell(found); });
+        });
   }
 
  private:
