@@ -1,5 +1,6 @@
 #pragma once
 
+#include "veltrane/face/pixel_buffer.h"
 #include "veltrane/toolkit/picture.h"
 
 namespace veltrane::pictures {
@@ -18,7 +19,10 @@ bool scaledAfterHalving(const Picture& from, PixelSize to, int limit, const Scal
   const bool columns = from.size.width > limit * to.width;
   const bool rows = from.size.height > limit * to.height;
   if (!columns && !rows) return scale(from);
-  return scaledAfterHalving(halved(from, columns, rows), to, limit, scale);
+  Picture half = halved(from, columns, rows);
+  const bool isScaled = scaledAfterHalving(half, to, limit, scale);
+  wipe(half.pixels.data(), half.pixels.size());
+  return isScaled;
 }
 
 }  // namespace veltrane::pictures

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/pictures/pixels.h"
+#include "veltrane/face/pixel_buffer.h"
 
 namespace veltrane::pictures {
 namespace {
@@ -90,6 +91,8 @@ Bytes filtered(const Picture& picture) {
     filterRow(current.data(), above.data(), pixelBytes, count, to);
     std::swap(current, above);
   }
+  wipe(current.data(), current.size());
+  wipe(above.data(), above.size());
   return result;
 }
 
@@ -116,10 +119,14 @@ bool appendData(std::string& file, const Bytes& data) {
 std::optional<std::string> encodedPNG(const Picture& picture) {
   std::string file(kSignature);
   appendChunk(file, "IHDR", header(picture));
-  if (!appendData(file, filtered(picture))) return std::nullopt;
+  Bytes rows = filtered(picture);
+  const bool isWritten = appendData(file, rows);
+  wipe(rows.data(), rows.size());
+  if (!isWritten) return std::nullopt;
   appendChunk(file, "IEND", {});
-  file.shrink_to_fit();
-  return file;
+  std::string exact(file);
+  wipe(file.data(), file.size());
+  return exact;
 }
 
 }  // namespace veltrane::pictures

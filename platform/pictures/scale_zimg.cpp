@@ -8,6 +8,7 @@
 #include "platform/pictures/halving.h"
 #include "platform/pictures/pixels.h"
 #include "platform/pictures/scalers.h"
+#include "veltrane/face/pixel_buffer.h"
 
 namespace veltrane::pictures {
 namespace {
@@ -158,8 +159,10 @@ bool Scaling::run() {
     static_cast<Scaling*>(self)->merge(y, left, right);
     return 0;
   };
-  return zimg_filter_graph_process(graph_.get(), &source, &output_, next, unpack, this, pack,
-                                   this) == ZIMG_ERROR_SUCCESS;
+  const bool isScaled = zimg_filter_graph_process(graph_.get(), &source, &output_, next, unpack,
+                                                  this, pack, this) == ZIMG_ERROR_SUCCESS;
+  wipe(memory.get(), total);
+  return isScaled;
 }
 
 }  // namespace
