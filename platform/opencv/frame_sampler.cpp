@@ -62,6 +62,23 @@ void average(const std::vector<std::uint16_t>& sums, int columns, int rows, int 
   }
 }
 
+/// All that has ever been in it.
+template <typename T>
+void wipeAll(std::vector<T>& values) {
+  values.resize(values.capacity());
+  wipe(values.data(), values.size() * sizeof(T));
+}
+
+/// Growing would leave a copy behind that nothing wipes.
+template <typename T>
+void make(std::vector<T>& values, std::size_t count) {
+  if (count > values.capacity()) {
+    wipeAll(values);
+    values.clear();
+  }
+  values.resize(count);
+}
+
 }  // namespace
 
 AffineTransform transformOf(const Square& square, int input) {
@@ -94,9 +111,9 @@ struct FrameSampler::Region {
 };
 
 FrameSampler::~FrameSampler() {
-  wipe(pixels_.data(), pixels_.size() * sizeof(pixels_[0]));
-  wipe(row_.data(), row_.size() * sizeof(row_[0]));
-  wipe(sums_.data(), sums_.size() * sizeof(sums_[0]));
+  wipeAll(pixels_);
+  wipeAll(row_);
+  wipeAll(sums_);
 }
 
 std::optional<FrameSampler::Sample> FrameSampler::sample(const PixelBuffer& frame,
@@ -130,10 +147,10 @@ std::optional<FrameSampler::Sample> FrameSampler::sample(const PixelBuffer& fram
 
 void FrameSampler::shrink(const PixelBuffer& frame, const Region& region, PixelSize size) {
   const auto width = static_cast<std::size_t>(size.width);
-  pixels_.resize(width * static_cast<std::size_t>(size.height));
+  make(pixels_, width * static_cast<std::size_t>(size.height));
   face::FrameRows rows(frame, region.left, region.width);
-  row_.resize(static_cast<std::size_t>(region.width));
-  sums_.resize(row_.size() * kColors);
+  make(row_, static_cast<std::size_t>(region.width));
+  make(sums_, row_.size() * kColors);
   const int looks = std::min(region.shrink, kMostRows);
   for (int y = 0; y < size.height; ++y) {
     std::uint32_t* const out = pixels_.data() + width * static_cast<std::size_t>(y);
