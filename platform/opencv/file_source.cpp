@@ -130,6 +130,11 @@ std::unique_ptr<FileSource> FileSource::open(const fs::path& path, std::string& 
     problem = "there is no " + path.string();
     return nullptr;
   }
+  // Whatever else has a name, a pipe for one, may never have anything to read.
+  if (!fs::is_directory(status) && !fs::is_regular_file(status)) {
+    problem = path.string() + " is neither a file nor a folder";
+    return nullptr;
+  }
   if (!library().functions) {
     problem = "files cannot be read as a camera: " + library().error;
     return nullptr;

@@ -1,6 +1,7 @@
 #include "platform/opencv/file_camera.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <condition_variable>
 #include <fstream>
@@ -158,7 +159,10 @@ TEST_F(FileCamera, saysWhyAPathIsNoCamera) {
   std::filesystem::create_directory(empty);
   const auto text = write("text.txt", "not a picture");
   const auto cut = write("cut.png", "\x89PNG\r\n\x1a\n");
+  const auto pipe = folder.path() / "pipe";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
   const std::pair<std::filesystem::path, const char*> problems[] = {
+      {pipe, "pipe is neither a file nor a folder"},
       {folder.path() / "nowhere", "there is no "},
       {empty, "there is no file in "},
       {text, "cannot be read as a picture or a video"},
