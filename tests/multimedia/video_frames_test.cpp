@@ -218,11 +218,25 @@ QVideoFrame jpegFrame(const QByteArray& bytes, QSize size) {
   // One row as long as the bytes.
   QVideoFrame frame(QVideoFrameFormat(size, Format::Format_Jpeg));
   EXPECT_TRUE(frame.map(QVideoFrame::WriteOnly));
+  EXPECT_LE(bytes.size(), frame.mappedBytes(0));
   std::memcpy(frame.bits(0), bytes.constData(),
-              std::min<std::size_t>(static_cast<std::size_t>(bytes.size()),
-                                    static_cast<std::size_t>(frame.mappedBytes(0))));
+              static_cast<std::size_t>(std::min<qsizetype>(bytes.size(), frame.mappedBytes(0))));
   frame.unmap();
   return frame;
+}
+
+QByteArray jpegOf(const QImage& image) {
+  QByteArray bytes;
+  QBuffer buffer(&bytes);
+  EXPECT_TRUE(image.save(&buffer, "JPG", 95));
+  return bytes;
+}
+
+PixelBufferPtr decompressed(QVideoFrame frame) {
+  frame.setRotationAngle(QVideoFrame::Rotation180);
+  const CompressedFrame copy(frame);
+  if (frame.isValid()) takeMemoryBack(frame);
+  return copy.decompressed(kHost);
 }
 
 TEST(VideoFrames, compressedOnesAreDecompressed) {
@@ -233,15 +247,23 @@ TEST(VideoFrames, compressedOnesAreDecompressed) {
       image.setPixel(x, y, qRgb(red, green, blue));
     }
   }
-  QByteArray bytes;
-  QBuffer buffer(&bytes);
-  ASSERT_TRUE(image.save(&buffer, "JPG", 95));
-  const auto decoded = pixelBufferFrom(jpegFrame(bytes, {160, 120}), kHost);
+  const QByteArray bytes = jpegOf(image);
+  const auto decoded = decompressed(jpegFrame(bytes, {160, 120}));
   ASSERT_NE(decoded, nullptr);
   EXPECT_EQ(decoded->size, (PixelSize{160, 120}));
-  EXPECT_TRUE(looksLike(seen(*decoded, 20, 60), colorAt(20, 160), 12));
-  EXPECT_TRUE(looksLike(seen(*decoded, 150, 60), colorAt(150, 160), 12));
-  EXPECT_EQ(pixelBufferFrom(jpegFrame("no picture", {160, 120}), kHost), nullptr);
+  EXPECT_EQ(decoded->turn, Turn::half);
+  EXPECT_TRUE(looksLike(seen(*decoded, 139, 60), colorAt(20, 160), 12));
+  EXPECT_TRUE(looksLike(seen(*decoded, 9, 60), colorAt(150, 160), 12));
+  EXPECT_EQ(decompressed(jpegFrame("no picture", {160, 120})), nullptr);
+  EXPECT_EQ(decompressed(QVideoFrame()), nullptr);
+}
+
+TEST(VideoFrames, compressedOnesMayBeLargerThanCanBeBorne) {
+  const QSize size(65'500, 1'100);
+  ASSERT_FALSE(isBearable({size.width(), size.height()}));
+  QImage image(size, QImage::Format_Grayscale8);
+  image.fill(90);
+  EXPECT_EQ(decompressed(jpegFrame(jpegOf(image), {1920, 1080})), nullptr);
 }
 
 TEST(VideoFrames, withoutPixelsThatCanBeHadAreNone) {

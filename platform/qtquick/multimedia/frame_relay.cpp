@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "platform/qtquick/multimedia/video_frames.h"
-
 namespace veltrane::qtquick::multimedia {
 namespace {
 
@@ -25,10 +23,13 @@ FrameRelay::~FrameRelay() {
 void FrameRelay::take(const QVideoFrame& frame) {
   // What comes between two sources of a sink.
   if (!frame.isValid()) return;
-  if (kindOf(frame.pixelFormat()) != OfferedFormat::compressed) return handOn(frame);
+  if (kindOf(frame.pixelFormat()) != OfferedFormat::compressed) {
+    return handOn(pixelBufferFrom(frame, host_));
+  }
+  auto copy = std::make_unique<const CompressedFrame>(frame);
   const std::lock_guard lock(mutex_);
   if (isStopped_) return;
-  waiting_ = frame;
+  waiting_ = std::move(copy);
   if (!decompressing_.joinable()) decompressing_ = std::thread([this] { decompress(); });
   wake_.notify_one();
 }
@@ -38,14 +39,13 @@ void FrameRelay::decompress() {
     std::unique_lock lock(mutex_);
     wake_.wait(lock, [this] { return isStopped_ || waiting_; });
     if (isStopped_) return;
-    const QVideoFrame frame = *std::exchange(waiting_, std::nullopt);
+    const auto frame = std::exchange(waiting_, nullptr);
     lock.unlock();
-    handOn(frame);
+    handOn(frame->decompressed(host_));
   }
 }
 
-void FrameRelay::handOn(const QVideoFrame& frame) {
-  const auto buffer = pixelBufferFrom(frame, host_);
+void FrameRelay::handOn(const PixelBufferPtr& buffer) {
   bool isFirst = false;
   {
     const std::lock_guard lock(mutex_);

@@ -2,16 +2,18 @@
 
 #include <QVideoFrame>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
-#include <optional>
 #include <thread>
 
 #include "platform/qtquick/multimedia/media_module.h"
+#include "platform/qtquick/multimedia/video_frames.h"
 
 namespace veltrane::qtquick::multimedia {
 
 /// Hands a sink's frames on as ours. Frames that have to be decompressed are so on a thread of its
-/// own, one at a time; those that come meanwhile replace the one that waits.
+/// own, one at a time; those that come meanwhile replace the one that waits. Nothing of Qt's is
+/// held once `take` has returned: a camera's memory goes with it.
 class FrameRelay {
  public:
   FrameRelay(const Host& host, Camera::Events events, bool isFront);
@@ -28,14 +30,14 @@ class FrameRelay {
 
  private:
   void decompress();
-  void handOn(const QVideoFrame& frame);
+  void handOn(const PixelBufferPtr& buffer);
 
   const Host& host_;
   const Camera::Events events_;
   const bool isFront_;
   mutable std::mutex mutex_;
   std::condition_variable wake_;
-  std::optional<QVideoFrame> waiting_;
+  std::unique_ptr<const CompressedFrame> waiting_;
   bool isOpen_ = false;
   bool isStopped_ = false;
   std::thread decompressing_;

@@ -29,8 +29,11 @@ class Mapped {
 
   explicit operator bool() const { return isMapped_; }
   PixelSize size() const { return {frame_.width(), frame_.height()}; }
-  int mappedBytes(int plane) const { return frame_.mappedBytes(plane); }
-  const std::uint8_t* bytes(int plane) const { return frame_.bits(plane); }
+  /// All of the first plane; nothing of a frame that cannot be had.
+  QByteArray copy() const {
+    if (!isMapped_) return {};
+    return {reinterpret_cast<const char*>(frame_.bits(0)), frame_.mappedBytes(0)};
+  }
 
   /// The rows of a plane from top to bottom, `rowBytes` each; nothing when the plane is too short.
   std::optional<PixelPlane> rows(int plane, int rowBytes, int rows) const {
@@ -49,8 +52,8 @@ class Mapped {
   bool isMapped_ = false;
 };
 
-Turn turnOf(const QVideoFrame& frame) {
-  switch (frame.rotationAngle()) {
+Turn turnOf(QVideoFrame::RotationAngle angle) {
+  switch (angle) {
     case QVideoFrame::Rotation90:
       return Turn::quarter;
     case QVideoFrame::Rotation180:
@@ -63,10 +66,8 @@ Turn turnOf(const QVideoFrame& frame) {
 }
 
 /// Where a frame does not say, as what draws such frames takes it.
-void describe(PixelBuffer& buffer, const QVideoFrame& frame) {
+void describe(PixelBuffer& buffer, const QVideoFrameFormat& format) {
   constexpr int kLargestStandardDefinition = 576;
-  const QVideoFrameFormat format = frame.surfaceFormat();
-  buffer.turn = turnOf(frame);
   switch (format.colorSpace()) {
     case QVideoFrameFormat::ColorSpace_BT709:
       buffer.matrix = ColorMatrix::bt709;
@@ -76,8 +77,8 @@ void describe(PixelBuffer& buffer, const QVideoFrame& frame) {
       buffer.matrix = ColorMatrix::bt601;
       break;
     default:
-      buffer.matrix =
-          frame.height() > kLargestStandardDefinition ? ColorMatrix::bt709 : ColorMatrix::bt601;
+      buffer.matrix = format.frameHeight() > kLargestStandardDefinition ? ColorMatrix::bt709
+                                                                        : ColorMatrix::bt601;
   }
   const bool isFull = format.colorRange() == QVideoFrameFormat::ColorRange_Full;
   buffer.range = isFull ? ColorRange::full : ColorRange::video;
@@ -222,18 +223,18 @@ BufferPtr fromGrey(const Mapped& mapped, const Host& host) {
   return made.buffer;
 }
 
-BufferPtr fromJPEG(const Mapped& mapped, const Host& host) {
-  const QByteArray bytes = QByteArray::fromRawData(reinterpret_cast<const char*>(mapped.bytes(0)),
-                                                   mapped.mappedBytes(0));
-  QImage image = QImage::fromData(bytes, "JPG").convertToFormat(QImage::Format_RGB888);
-  if (image.isNull()) return nullptr;
-  const auto made = host.allocate(PixelFormat::rgb, {image.width(), image.height()}, 0);
-  const auto rowBytes = static_cast<std::size_t>(3 * image.width());
-  for (int y = 0; y < image.height(); ++y) {
-    std::memcpy(made.planes[0] + y * made.buffer->planes[0].stride, image.constScanLine(y),
-                rowBytes);
-  }
+BufferPtr fromJPEG(const QByteArray& bytes, const Host& host) {
+  QImage image = QImage::fromData(bytes, "JPG");
+  if (!isBearable({image.width(), image.height()})) return nullptr;
+  QImage rgb = image.convertToFormat(QImage::Format_RGB888);
   image.fill(0);
+  if (rgb.isNull()) return nullptr;
+  const auto made = host.allocate(PixelFormat::rgb, {rgb.width(), rgb.height()}, 0);
+  const auto rowBytes = static_cast<std::size_t>(3 * rgb.width());
+  for (int y = 0; y < rgb.height(); ++y) {
+    std::memcpy(made.planes[0] + y * made.buffer->planes[0].stride, rgb.constScanLine(y), rowBytes);
+  }
+  rgb.fill(0);
   return made.buffer;
 }
 
@@ -257,8 +258,6 @@ BufferPtr copied(const Mapped& mapped, Format format, const Host& host) {
       return fromYUV422P(mapped, host);
     case Format::Format_Y8:
       return fromGrey(mapped, host);
-    case Format::Format_Jpeg:
-      return fromJPEG(mapped, host);
     default:
       return nullptr;
   }
@@ -291,6 +290,21 @@ OfferedFormat::Kind kindOf(Format format) {
   }
 }
 
+CompressedFrame::CompressedFrame(const QVideoFrame& frame)
+    : format_(frame.surfaceFormat()), angle_(frame.rotationAngle()), bytes_(Mapped(frame).copy()) {}
+
+CompressedFrame::~CompressedFrame() {
+  bytes_.fill('\0');
+}
+
+PixelBufferPtr CompressedFrame::decompressed(const Host& host) const {
+  const auto made = fromJPEG(bytes_, host);
+  if (!made) return nullptr;
+  describe(*made, format_);
+  made->turn = turnOf(angle_);
+  return made;
+}
+
 PixelBufferPtr pixelBufferFrom(const QVideoFrame& frame, const Host& host) {
   const Mapped mapped(frame);
   if (!mapped || !isBearable(mapped.size())) return nullptr;
@@ -298,7 +312,8 @@ PixelBufferPtr pixelBufferFrom(const QVideoFrame& frame, const Host& host) {
   const auto made =
       layout ? sameOrder(mapped, *layout, host) : copied(mapped, frame.pixelFormat(), host);
   if (!made) return nullptr;
-  describe(*made, frame);
+  describe(*made, frame.surfaceFormat());
+  made->turn = turnOf(frame.rotationAngle());
   return made;
 }
 
