@@ -85,7 +85,7 @@ bool SheetItem::prepareBrowser(QObject* item) {
 }
 
 void SheetItem::close() {
-  if (isClosing_ || state() != State::Shown || tearDown().isEmpty()) return sheet_->close();
+  if (isClosing_ || tearDown().isEmpty()) return sheet_->close();
   isClosing_ = true;
   emit closing();
   QTimer::singleShot(kFarewell, this, [this] { sheet_->close(); });

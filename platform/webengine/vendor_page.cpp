@@ -21,13 +21,28 @@ constexpr std::string_view kFrame = R"((function (page) {
   document.getElementById('vendor').append(frame);
 }))";
 
-// Only plain values cross: what a vendor's objects hold beside them cannot be cloned.
+// Only plain values cross: what a vendor's objects hold beside them cannot be cloned. A client
+// whose room stays empty has not come, whatever `init` has returned. A message is shorter than what
+// the ear lets through (ear.js), and one that cannot be written still says that the client has
+// ended.
 constexpr std::string_view kScript = R"((function (page) {
-  const tell = (event, data) => window.postMessage(
-    JSON.stringify({veltrane: page.mark, event: event, data: data === undefined ? null : data}), location.origin);
+  const textOf = (event, data) => JSON.stringify({veltrane: page.mark, event, data: data === undefined ? null : data});
+  const tell = (event, data) => {
+    let text;
+    try { text = textOf(event, data); } catch (error) {}
+    if (!text || text.length > 60000) text = textOf('unreadable');
+    window.postMessage(text, location.origin);
+  };
   const end = (event, data) => {
     try { window.veltraneTearDown && window.veltraneTearDown(); } catch (error) {}
     tell(event, data);
+  };
+  const isStep = one => one && typeof one === 'object' &&
+    (typeof one.id === 'string' || (one.sides && typeof one.sides === 'object'));
+  const sayWhenSeen = () => {
+    const room = document.getElementById('vendor');
+    const seen = () => room.childElementCount > 0 && (tell('loaded'), true);
+    if (!seen()) new MutationObserver((_, observer) => { if (seen()) observer.disconnect(); }).observe(room, {childList: true});
   };
   const begin = () => {
     try {
@@ -35,12 +50,17 @@ constexpr std::string_view kScript = R"((function (page) {
         token: page.token,
         containerId: 'vendor',
         steps: page.steps,
-        onComplete: data => end('complete', data),
-        onError: error => end('error', {type: String(error && error.type), message: String(error && error.message)}),
-        onUserExit: reason => end('exit', String(reason)),
+        onComplete: data => {
+          if (data && typeof data === 'object' && Object.values(data).some(isStep)) end('complete', data);
+        },
+        onError: error => {
+          if (error && typeof error.type === 'string')
+            end('error', {type: error.type, message: String(error.message).slice(0, 1000)});
+        },
+        onUserExit: reason => { if (typeof reason === 'string') end('exit', reason); },
       });
       window.veltraneTearDown = () => handle.tearDown();
-      tell('loaded');
+      sayWhenSeen();
     } catch (error) {
       tell('broken');
     }

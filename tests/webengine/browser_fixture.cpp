@@ -75,9 +75,9 @@ std::shared_ptr<AuthenticationController> BrowserTest::check() {
        .delegate = receiver_});
 }
 
-std::shared_ptr<OnfidoFlow> BrowserTest::onfido() {
+std::shared_ptr<OnfidoFlow> BrowserTest::onfido(const std::string& token) {
   auto configuration = OnfidoConfig::builder()
-                           .withSDKToken("sdk-token")
+                           .withSDKToken(token)
                            .withWelcomeStep()
                            .withDocumentStep()
                            .withFaceStep(OnfidoFaceVariant::photo)

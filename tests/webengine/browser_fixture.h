@@ -84,7 +84,7 @@ class BrowserTest : public ::testing::Test {
   std::shared_ptr<NetverifyViewController> scan();
   std::shared_ptr<AuthenticationController> check();
   /// The response comes into `responses`.
-  std::shared_ptr<OnfidoFlow> onfido();
+  std::shared_ptr<OnfidoFlow> onfido(const std::string& token = "sdk-token");
 
   void waitFor(const std::function<bool()>& condition, const char* what);
   void waitForState(WebSheet::State state);

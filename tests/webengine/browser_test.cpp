@@ -1,4 +1,5 @@
 #include <QQuickItem>
+#include <QSignalSpy>
 
 #include "platform/webengine/web_sheet.h"
 #include "tests/webengine/browser_fixture.h"
@@ -192,9 +193,18 @@ TEST_F(BrowserTest, TellsOfABrowserThatHasDied) {
   scan();
   waitForState(State::shown);
   auto* const view = item("webView");
+  const QQuickItem* loader = view;
+  while (loader && !loader->inherits("QQuickLoader")) loader = loader->parentItem();
+  ASSERT_NE(loader, nullptr);
   view->setProperty("url", QUrl("chrome://kill"));
   waitForState(State::trouble);
   EXPECT_EQ(sheet()->trouble(), WebTrouble::stopped);
+
+  // The next try has one browser, as the first had.
+  QSignalSpy loads(loader, SIGNAL(loaded()));
+  press("webTryAgain");
+  waitForState(State::shown);
+  EXPECT_EQ(loads.count(), 1);
 }
 
 TEST_F(BrowserTest, KeepsSecretsToThePage) {

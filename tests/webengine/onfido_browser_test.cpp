@@ -1,3 +1,4 @@
+#include <QFile>
 #include <algorithm>
 #include <variant>
 
@@ -12,7 +13,9 @@ using State = WebSheet::State;
 std::string clientThat(const std::string& act) {
   return "window.Onfido = {init: options => {"
          "const place = document.getElementById(options.containerId);"
-         "place.textContent = options.steps.join(' ') + ' ' + options.token;"
+         "const text = document.createElement('p');"
+         "text.textContent = options.steps.join(' ') + ' ' + options.token;"
+         "place.append(text);"
          "setTimeout(() => {" +
          act +
          "});"
@@ -21,6 +24,21 @@ std::string clientThat(const std::string& act) {
 
 struct OnfidoBrowserTest : BrowserTest {
   void serve(const std::string& act) { vendor_.script("/onfido.js", clientThat(act)); }
+  /// The sandbox's stand-in, which plays what its token says.
+  void serveStandIn() {
+    QFile file(QStringLiteral(VENDORS_FOLDER "/onfido.js"));
+    ASSERT_TRUE(file.open(QFile::ReadOnly));
+    vendor_.script("/onfido.js", file.readAll().toStdString());
+  }
+  /// The one response to a run.
+  OnfidoResponse response(const std::string& token = "sdk-token") {
+    responses_.clear();
+    const auto flow = onfido(token);
+    waitFor([this] { return !responses_.empty(); }, "the response");
+    waitUntilGone();
+    EXPECT_EQ(responses_.size(), 1u);
+    return responses_.front();
+  }
 };
 
 TEST_F(OnfidoBrowserTest, BringsTheResultsBack) {
@@ -61,6 +79,57 @@ TEST_F(OnfidoBrowserTest, ReportsErrorsAndTheUsersExit) {
   EXPECT_EQ(std::get<onfido_response::Cancel>(responses_[2]).reason, OnfidoCancelReason::userExit);
 }
 
+TEST_F(OnfidoBrowserTest, TakesNoNonsenseForTheEnd) {
+  serve(
+      "for (const each of [undefined, null, 5, 'done', [], {}, {document: 7, face: 'me'},"
+      "{document: {sides: 5}}, {face: {id: 7}}]) {"
+      "options.onComplete(each); options.onError(each);"
+      "if (typeof each !== 'string') options.onUserExit(each); }"
+      "options.onComplete({face: {id: 'p-1'}});");
+  const auto ended = response();
+  ASSERT_TRUE(std::holds_alternative<onfido_response::Success>(ended));
+  EXPECT_EQ(std::get<onfido_response::Success>(ended).results.size(), 1u);
+  // Among its garbage is a text, and a reason to leave may be any.
+  serveStandIn();
+  const auto left = response("onfido-garbage");
+  ASSERT_TRUE(std::holds_alternative<onfido_response::Cancel>(left));
+  EXPECT_EQ(std::get<onfido_response::Cancel>(left).reason, OnfidoCancelReason::other);
+}
+
+TEST_F(OnfidoBrowserTest, EndsWithAnErrorWhenTheResultsCannotBeRead) {
+  for (const char* results :
+       {"{document: {type: 'passport', sides: {front: {}}}}", "{face: {id: 'p-1', size: 1n}}",
+        "(() => { const all = {face: {id: 'p-1'}}; all.again = all; return all; })()",
+        "{face: {id: 'p-1', picture: 'x'.repeat(70000)}}"}) {
+    serve(std::string("options.onComplete(") + results + ");");
+    const auto ended = response();
+    ASSERT_TRUE(std::holds_alternative<onfido_response::Error>(ended)) << results;
+    EXPECT_EQ(std::get<onfido_response::Error>(ended).error.type, "exception") << results;
+  }
+}
+
+TEST_F(OnfidoBrowserTest, IsLateWhenTheClientShowsNothing) {
+  install([](VendorAddresses& addresses) { addresses.patience = std::chrono::seconds(2); });
+  serveStandIn();
+  const auto flow = onfido("onfido-silent");
+  waitForState(State::trouble);
+  EXPECT_EQ(sheet()->trouble(), WebTrouble::late);
+  press("webClose");
+  waitFor([this] { return !responses_.empty(); }, "the response");
+  EXPECT_EQ(std::get<onfido_response::Error>(responses_[0]).error.message,
+            "The page of the identity service does not load.");
+}
+
+TEST_F(OnfidoBrowserTest, HearsNothingOfAClientThatIsTornDown) {
+  serveStandIn();
+  const auto flow = onfido("onfido-late");
+  waitForState(State::shown);
+  press("cancelButton");
+  waitUntilGone();
+  ASSERT_EQ(responses_.size(), 1u);
+  EXPECT_EQ(std::get<onfido_response::Cancel>(responses_[0]).reason, OnfidoCancelReason::userExit);
+}
+
 TEST_F(OnfidoBrowserTest, TellsWhenTheScriptDoesNotComeOrIsNone) {
   vendor_.server.answer("/onfido.js", 404, "");
   auto flow = onfido();
@@ -76,6 +145,7 @@ TEST_F(OnfidoBrowserTest, TellsWhenTheScriptDoesNotComeOrIsNone) {
             "The identity service cannot be reached.");
 }
 
+// Before it has shown anything, too.
 TEST_F(OnfidoBrowserTest, TearsTheClientDownAndLetsTheCameraGo) {
   const std::string host = vendor_.server.url("");
   vendor_.script("/onfido.js",

@@ -20,10 +20,11 @@ FocusScope {
             slot.sheet.browserMissing();
             return;
         }
-        loader.active = true;
+        // An active loader would make a browser of the last source before this one.
         loader.setSource("Browser.qml", {
                 "sheet": slot.sheet
             });
+        loader.active = true;
     }
 
     Component.onCompleted: slot.follow()

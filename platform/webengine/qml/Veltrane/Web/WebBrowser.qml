@@ -10,6 +10,7 @@ FocusScope {
 
     // Nothing but our own page is ever loaded into the window itself.
     property bool begun: false
+    property bool filled: false
     required property SheetItem sheet
     property real textScale: 1
 
@@ -116,13 +117,16 @@ FocusScope {
             request.dialogReject();
         }
         onLoadingChanged: loading => {
-            if (loading.status === WebEngineView.LoadSucceededStatus)
-                view.runJavaScript(browser.sheet.script, WebEngineScript.MainWorld);
-            else if (loading.status === WebEngineView.LoadFailedStatus)
+            if (loading.status === WebEngineView.LoadFailedStatus) {
                 browser.sheet.browserStopped();
+            } else if (loading.status === WebEngineView.LoadSucceededStatus && !browser.filled) {
+                browser.filled = true;
+                browser.begun = true;
+                view.runJavaScript(browser.sheet.script, WebEngineScript.MainWorld);
+            }
         }
         onNavigationRequested: request => {
-            if (request.isMainFrame && !browser.begun) {
+            if (request.isMainFrame && !browser.begun && String(request.url).startsWith("data:")) {
                 browser.begun = true;
             } else if (request.isMainFrame) {
                 request.reject();
