@@ -53,6 +53,8 @@ TEST(Usage, WrongUseIsStatusTwoAndOneLineThatNamesIt) {
       {{"drive", "--company", "a", "--screen", "1000000000x1@1"}, "--screen"},
       {{"drive", "--company", "a", "--user-verification", "perhaps"}, "--user-verification"},
       {{"drive", "--company", "a", "--camera", "/nowhere/at/all.png"}, "--camera"},
+      {{"drive", "--company", "a", "--camera", "/dev/zero"},
+       "/dev/zero is neither a file nor a folder"},
       {{"drive", "--company", "a", "--ca", "/nowhere/at/all.pem"}, "no file"},
       {{"drive", "--company", "a", "--ca", "/dev/null"}, "no PEM certificate"},
       {{"drive", "--company", "a", "--ca", "/"}, "is a folder"},
