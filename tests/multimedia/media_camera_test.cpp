@@ -85,10 +85,13 @@ TEST(FrameRelay, opensOnceAndHandsFramesOnWhereTheyCome) {
   FrameRelay relay(kHost, told.events(), true);
   EXPECT_FALSE(relay.hasShownFrames());
   relay.take(QVideoFrame());
+  EXPECT_FALSE(relay.hasSeenFrames());
   relay.take(QVideoFrame(QVideoFrameFormat({32, 24}, QVideoFrameFormat::Format_Y16)));
   ASSERT_EQ(told.frames.size(), 1u);
   EXPECT_EQ(told.frames[0], nullptr) << "a frame whose pixels cannot be had";
   EXPECT_TRUE(told.formats.empty());
+  EXPECT_TRUE(relay.hasSeenFrames());
+  EXPECT_FALSE(relay.hasShownFrames());
   QVideoFrame frame = blackFrame({64, 48});
   frame.setRotationAngle(QVideoFrame::Rotation270);
   relay.take(frame);

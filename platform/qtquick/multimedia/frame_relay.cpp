@@ -50,10 +50,16 @@ void FrameRelay::handOn(const PixelBufferPtr& buffer) {
   {
     const std::lock_guard lock(mutex_);
     if (isStopped_) return;
+    hasSeenFrames_ = true;
     isFirst = buffer && !std::exchange(isOpen_, isOpen_ || buffer);
   }
   if (isFirst) events_.opened({.resolution = uprightSize(*buffer), .isFront = isFront_});
   events_.frame(buffer);
+}
+
+bool FrameRelay::hasSeenFrames() const {
+  const std::lock_guard lock(mutex_);
+  return hasSeenFrames_;
 }
 
 bool FrameRelay::hasShownFrames() const {

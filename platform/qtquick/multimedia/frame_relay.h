@@ -23,7 +23,9 @@ class FrameRelay {
 
   /// Any thread, one at a time.
   void take(const QVideoFrame& frame);
-  /// Whether a frame has come. Any thread.
+  /// Whether a frame has come, with pixels that can be had or without. Any thread.
+  bool hasSeenFrames() const;
+  /// Whether one has come with pixels. Any thread.
   bool hasShownFrames() const;
   /// No frame is handed on from now on. Does not wait for one that is being handed on.
   void stop();
@@ -38,6 +40,7 @@ class FrameRelay {
   mutable std::mutex mutex_;
   std::condition_variable wake_;
   std::unique_ptr<const CompressedFrame> waiting_;
+  bool hasSeenFrames_ = false;
   bool isOpen_ = false;
   bool isStopped_ = false;
   std::thread decompressing_;

@@ -100,6 +100,8 @@ class Run final : public QObject {
   void fail() {
     if (std::exchange(isOver_, true)) return;
     relay_.stop();
+    const bool isUnusable = relay_.hasSeenFrames() && !relay_.hasShownFrames();
+    if (isUnusable && isListed()) return failed_(noSuitableFormat());
     failed_(failureOf({.isListed = isListed(),
                        .isForbidden = isForbidden(device_.id().toStdString()),
                        .hasShownFrames = relay_.hasShownFrames()}));
