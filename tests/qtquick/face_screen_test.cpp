@@ -256,6 +256,23 @@ TEST_F(FaceScreen, nobodyIsFilmedWhileTheWindowIsHidden) {
   EXPECT_EQ(outcome_->heard, Names{"1000x562"});
 }
 
+TEST_F(FaceScreen, nobodyIsFilmedInAWindowMinimisedBeforehand) {
+  window_.showMinimized();
+  settle();
+  ASSERT_EQ(window_.visibility(), QWindow::Minimized);
+  const auto former = camera_;
+  show();
+  EXPECT_EQ(former->stops, 1);
+  EXPECT_FALSE(former->events.frame(frame_));
+  camera_ = std::make_shared<FakeCamera>();
+  window_.showNormal();
+  settle();
+  ASSERT_TRUE(camera_->events.frame);
+  follow({kInside}, frame_);
+  finish();
+  EXPECT_EQ(outcome_->heard, Names{"1000x562"});
+}
+
 TEST_F(FaceScreen, aCameraThatFailsLeavesThePersonAWayOut) {
   show();
   follow({kTooFarLeft}, frame_);

@@ -51,11 +51,11 @@ FocusScope {
     }
     readonly property bool unseen: Window.visibility === Window.Hidden || Window.visibility === Window.Minimized || screen.capture.inBackground
     required property ScreenItem view
-    // Hosts that draw into a texture have windows that nobody ever sees.
+    // Hosts that draw into a texture have windows that are never shown; they are not minimised.
     property bool wasSeen: false
 
     function followSight() {
-        if (!screen.unseen)
+        if (!screen.unseen || Window.visibility === Window.Minimized || screen.capture.inBackground)
             screen.wasSeen = true;
         if (screen.wasSeen && screen.capture !== null)
             screen.capture.setSeen(!screen.unseen);
