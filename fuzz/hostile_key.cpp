@@ -65,7 +65,7 @@ fuzz::KeyResult run(const fuzz::Wish& wish, std::string_view input) {
 // libcbor asks for as much memory as a map's head claims to need before it looks at the map; no
 // head that claims too much is to reach it.
 extern "C" const char* __asan_default_options() {  // NOLINT: the sanitizer's name
-  return "max_allocation_size_mb=16";
+  return "max_allocation_size_mb=64";
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
