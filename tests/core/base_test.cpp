@@ -80,6 +80,29 @@ TEST(JSON, writesNothingThatIsNotJSON) {
   EXPECT_EQ(JSON("\n\"€").serialized(), "\"\\n\\\"€\"");
 }
 
+TEST(JSON, bytesAreATextOfTheirBase64WhereverTheyAreCopied) {
+  std::string picture = "\xFB\xFF\xBE picture";
+  JSON body;
+  {
+    const JSON bytes = JSON::base64(picture);
+    const JSON parameters = Dictionary{{"imageData", bytes}, {"n", 2.5}};
+    body = JSON::array({Dictionary{{"parameters", parameters}}, "a\"b", JSON::base64("")});
+    EXPECT_EQ(bytes.serialized(), R"("+/++IHBpY3R1cmU=")");
+    EXPECT_EQ(bytes, parameters["imageData"]);
+  }
+  picture.assign(picture.size(), 'x');
+  EXPECT_EQ(body.serialized(),
+            R"([{"parameters":{"imageData":"+/++IHBpY3R1cmU=","n":2.5}},"a\"b",""])");
+  const JSON value = body[0]["parameters"]["imageData"];
+  body = {};
+  EXPECT_EQ(value.kind(), JSON::Kind::text);
+  EXPECT_EQ(value.text(), "+/++IHBpY3R1cmU=");
+  EXPECT_EQ(value.asText(), "+/++IHBpY3R1cmU=");
+  EXPECT_EQ(
+      JSON(Dictionary{{"a", value}, {"b", JSON::array({})}, {"c", Dictionary()}}).serialized(),
+      R"({"a":"+/++IHBpY3R1cmU=","b":[],"c":{}})");
+}
+
 TEST(Dictionary, mergedIsWhatSettingOneAfterTheOtherLeaves) {
   std::mt19937 random(7);
   Dictionary set{{"kept", 1}, {"12", "old"}}, merged = set;

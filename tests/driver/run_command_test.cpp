@@ -5,7 +5,9 @@
 #include <fstream>
 #include <iterator>
 
+#include "apps/face_clip/shots.h"
 #include "tests/driver/driver_test.h"
+#include "tests/driver/face_clip.h"
 
 namespace veltrane::testing {
 namespace {
@@ -83,6 +85,28 @@ TEST_F(RunCommand, LeavesNoTemporaryFilesHoweverItEnds) {
   EXPECT_TRUE(fs::is_empty(temporary()));
 }
 
+TEST_F(RunCommand, AFaceThatComesIntoTheOvalIsSentAndAWallIsNot) {
+  std::ifstream flow(sandbox::shippedFlowsFolder() / "face.json");
+  server().addFlow("face", {std::istreambuf_iterator<char>(flow), {}});
+  writeClip(path("clip"));
+  clip::writePicture(clip::wallShot(portrait(), {360, 640}), path("wall.png"));
+  const auto runWith = [&](const char* camera) {
+    auto words = arguments("face", {"--camera", path(camera), "--pictures", path("pictures"),
+                                    "--script", write("script.json", "[]")});
+    words.front() = "run";
+    return start(std::move(words));
+  };
+  const auto taken = runWith("clip");
+  EXPECT_EQ(taken->waitForEnd(), 0) << taken->output();
+  EXPECT_THAT(taken->output(), HasSubstr("sees     face inside"));
+  EXPECT_THAT(lastBody().at("parameters").at("imageData"), StartsWith("iVBORw0KGgo"));
+  server().clearRequests();
+  const auto none = runWith("wall.png");
+  EXPECT_EQ(none->waitForEnd(), 4);
+  EXPECT_THAT(none->output(), HasSubstr("the script has ended before the flow"));
+  EXPECT_EQ(server().requests().size(), 1U);
+}
+
 TEST_F(RunCommand, WrongUseIsStatusTwoAndOneLineThatNamesIt) {
   struct Wrong {
     std::vector<std::string> arguments;
@@ -99,6 +123,7 @@ TEST_F(RunCommand, WrongUseIsStatusTwoAndOneLineThatNamesIt) {
       {{"--pictures", "/proc/pictures"}, "cannot write"},
       {{"--text-scale", "nan"}, "\"nan\""},
       {{"--size", "0x0"}, "\"0x0\""},
+      {{"--camera", "/proc/none"}, "there is no file"},
       {{"--flwo", "x"}, "did you mean --flow?"},
       {script("a.json", R"([{"do":"input","key":"username"}])"), "a.json: command 1"},
       {script("b.json", R"([{"do":"press"},{"do":"input","text":"x"}])"), "b.json: command 2"},

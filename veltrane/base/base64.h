@@ -12,6 +12,14 @@ namespace veltrane {
 /// Standard Base64 with padding, without line breaks (RFC 4648, section 4).
 std::string base64Encoded(std::span<const std::uint8_t> bytes);
 
+/// Characters of the Base64 text of so many bytes.
+constexpr std::size_t base64EncodedLength(std::size_t count) {
+  return (count + 2) / 3 * 4;
+}
+
+/// As `base64Encoded`, into memory of the caller's of `base64EncodedLength` characters.
+void base64Encode(std::span<const std::uint8_t> bytes, char* text);
+
 /// The URL-safe alphabet without padding (RFC 4648, section 5).
 std::string base64URLEncoded(std::string_view bytes);
 

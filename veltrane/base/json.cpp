@@ -2,26 +2,64 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <map>
+#include <mutex>
 #include <nlohmann/json.hpp>
+#include <span>
+#include <type_traits>
+#include <utility>
 
 #include "veltrane/base/arena.h"
+#include "veltrane/base/base64.h"
 #include "veltrane/base/dictionary.h"
+#include "veltrane/base/json_tree_builder.h"
 #include "veltrane/base/long_strings.h"
+#include "veltrane/base/secret.h"
 
 namespace veltrane {
 namespace {
 
 using ArenaText = std::basic_string<char, std::char_traits<char>, ArenaAllocator<char>>;
 using Tree = nlohmann::basic_json<std::map, std::vector, ArenaText, bool, std::int64_t,
-                                  std::uint64_t, double, ArenaAllocator>;
+                                  std::uint64_t, double, ArenaAllocator, nlohmann::adl_serializer,
+                                  std::vector<std::uint8_t, ArenaAllocator<std::uint8_t>>>;
+
+/// Bytes whose Base64 is a value. A tree holds the address as its one kind of binary value.
+struct EncodedBytes {
+  explicit EncodedBytes(std::string_view given) : bytes(given) {}
+  ~EncodedBytes() {
+    Secret::wipe(bytes);
+    Secret::wipe(text);
+  }
+  EncodedBytes(const EncodedBytes&) = delete;
+  EncodedBytes& operator=(const EncodedBytes&) = delete;
+
+  std::span<const std::uint8_t> span() const {
+    return {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()};
+  }
+  std::string_view encoded() const {
+    std::call_once(isEncoded, [this] { text = base64Encoded(span()); });
+    return text;
+  }
+
+  std::string bytes;
+  mutable std::once_flag isEncoded;
+  mutable std::string text;
+};
 
 /// What owns a tree: its memory. The tree's destructor never runs; the arena drops it whole.
 struct Document {
   Arena arena;
   Tree* root = nullptr;
+  /// What the tree points to.
+  std::vector<std::shared_ptr<const void>> kept;
 
+  /// A tree has been copied from another document.
+  void keepWhatIsKeptBy(const std::shared_ptr<const void>& other) {
+    if (other && !static_cast<const Document*>(other.get())->kept.empty()) kept.push_back(other);
+  }
   Tree& makeRoot() {
     root = new (arena.allocate(sizeof(Tree), alignof(Tree))) Tree();
     return *root;
@@ -32,85 +70,12 @@ const Tree* asTree(const void* node) {
   return static_cast<const Tree*>(node);
 }
 
-/// Builds the tree while parsing and refuses to go deeper than a document may.
-class TreeBuilder {
- public:
-  explicit TreeBuilder(Tree& root, TextWithGaps* source = nullptr) : root_(root), source_(source) {}
-
-  bool null() { return add(nullptr); }
-  bool boolean(bool value) { return add(value); }
-  bool number_integer(std::int64_t value) { return add(value); }
-  bool number_unsigned(std::uint64_t value) { return add(value); }
-  /// The library hands over the digits as one of two text types.
-  template <typename Text>
-  bool number_float(double value, const Text& /*digits*/) {
-    return add(value);
-  }
-  bool string(ArenaText& value) {
-    const std::string_view* whole = source_ ? source_->takeSkipped() : nullptr;
-    return add(whole ? ArenaText(*whole) : std::move(value));
-  }
-  template <typename Bytes>
-  bool binary(Bytes& /*bytes*/) {
-    return false;
-  }
-
-  bool start_object(std::size_t /*size*/) { return enter(Tree::object()); }
-  bool key(ArenaText& name) {
-    member_ = &open_.back()->get_ref<Tree::object_t&>()[std::move(name)];
-    return true;
-  }
-  bool end_object() { return leave(); }
-  bool start_array(std::size_t /*size*/) { return enter(Tree::array()); }
-  bool end_array() { return leave(); }
-
-  template <typename Exception>
-  bool parse_error(std::size_t position, const std::string& /*token*/, const Exception&) {
-    error_ = "The data is not valid JSON (near byte " + std::to_string(position) + ").";
-    return false;
-  }
-  const std::string& error() const { return error_; }
-
- private:
-  /// Where the next value belongs.
-  template <typename Value>
-  Tree& place(Value&& value) {
-    if (open_.empty()) return root_ = Tree(std::forward<Value>(value));
-    if (open_.back()->is_array()) {
-      return open_.back()->get_ref<Tree::array_t&>().emplace_back(std::forward<Value>(value));
-    }
-    return *member_ = Tree(std::forward<Value>(value));
-  }
-
-  template <typename Value>
-  bool add(Value&& value) {
-    place(std::forward<Value>(value));
-    return true;
-  }
-
-  bool enter(Tree&& container) {
-    if (open_.size() == JSON::kMaxDepth) {
-      error_ =
-          "The data is nested more deeply than " + std::to_string(JSON::kMaxDepth) + " levels.";
-      return false;
-    }
-    open_.push_back(&place(std::move(container)));
-    return true;
-  }
-
-  bool leave() {
-    open_.pop_back();
-    return true;
-  }
-
-  Tree& root_;
-  TextWithGaps* source_;
-  /// From the root to the innermost value that is still open.
-  std::vector<Tree*> open_;
-  /// The member of an object that its value is awaited for.
-  Tree* member_ = nullptr;
-  std::string error_;
-};
+const EncodedBytes* asEncoded(const Tree& tree) {
+  if (!tree.is_binary()) return nullptr;
+  const void* address = nullptr;
+  std::memcpy(&address, tree.get_binary().data(), sizeof address);
+  return static_cast<const EncodedBytes*>(address);
+}
 
 const Tree* constant(bool value) {
   static const Tree yes(true), no(false);
@@ -132,6 +97,51 @@ std::string decimal(Number number) {
   return {buffer, end};
 }
 
+std::optional<std::string_view> textOf(const Tree& tree) {
+  if (const auto* const encoded = asEncoded(tree)) return encoded->encoded();
+  const auto* const text = tree.get_ptr<const ArenaText*>();
+  return text ? std::optional<std::string_view>(*text) : std::nullopt;
+}
+
+/// About as many characters as the tree's encoded bytes become, and some for what is around them.
+std::size_t roomFor(const Tree& tree) {
+  constexpr std::size_t kAround = 64;
+  if (const auto* const encoded = asEncoded(tree))
+    return base64EncodedLength(encoded->bytes.size());
+  std::size_t room = kAround;
+  if (tree.is_structured()) {
+    for (const Tree& value : tree) room += roomFor(value);
+  }
+  return room;
+}
+
+void write(const Tree& tree, std::string& text) {
+  if (const auto* const encoded = asEncoded(tree)) {
+    text += '"';
+    const std::size_t start = text.size();
+    text.resize(start + base64EncodedLength(encoded->bytes.size()));
+    base64Encode(encoded->span(), text.data() + start);
+    text += '"';
+  } else if (tree.is_object()) {
+    char separator = '{';
+    for (const auto& [name, value] : tree.get_ref<const Tree::object_t&>()) {
+      text += std::exchange(separator, ',');
+      text.append(Tree(name).dump()) += ':';
+      write(value, text);
+    }
+    text += tree.empty() ? "{}" : "}";
+  } else if (tree.is_array()) {
+    char separator = '[';
+    for (const Tree& value : tree) {
+      text += std::exchange(separator, ',');
+      write(value, text);
+    }
+    text += tree.empty() ? "[]" : "]";
+  } else {
+    text += tree.dump();
+  }
+}
+
 bool isFinite(const Tree& tree) {
   if (tree.is_number_float()) return std::isfinite(tree.get_ref<const double&>());
   if (!tree.is_structured()) return true;
@@ -144,7 +154,11 @@ template <typename Fill>
 JSON JSON::build(Fill&& fill) {
   auto document = std::make_shared<Document>();
   const Arena::Scope scope(document->arena);
-  fill(document->makeRoot());
+  if constexpr (std::is_invocable_v<Fill, Tree&, Document&>) {
+    fill(document->makeRoot(), *document);
+  } else {
+    fill(document->makeRoot());
+  }
   const Tree* root = document->root;
   return JSON(std::move(document), root);
 }
@@ -156,19 +170,32 @@ JSON::JSON(std::string_view value)
     : JSON(build([=](Tree& root) { root = Tree(ArenaText(value)); })) {}
 
 JSON::JSON(const Dictionary& entries)
-    : JSON(build([&](Tree& root) {
+    : JSON(build([&](Tree& root, Document& document) {
         root = Tree::object();
         for (const auto& [name, value] : entries) {
+          document.keepWhatIsKeptBy(value.owner_);
           root[ArenaText(name)] = value.node_ ? *asTree(value.node_) : Tree();
         }
       })) {}
 
 JSON JSON::array(const std::vector<JSON>& items) {
-  return build([&](Tree& root) {
+  return build([&](Tree& root, Document& document) {
     root = Tree::array();
     for (const JSON& item : items) {
+      document.keepWhatIsKeptBy(item.owner_);
       root.push_back(item.node_ ? *asTree(item.node_) : Tree());
     }
+  });
+}
+
+JSON JSON::base64(std::string_view bytes) {
+  return build([&](Tree& root, Document& document) {
+    const auto encoded = std::make_shared<const EncodedBytes>(bytes);
+    document.kept.push_back(encoded);
+    const void* const address = encoded.get();
+    Tree::binary_t::container_type value(sizeof address);
+    std::memcpy(value.data(), &address, sizeof address);
+    root = Tree::binary(std::move(value));
   });
 }
 
@@ -180,7 +207,7 @@ JSONParseResult JSON::parse(std::string_view text) {
       bool parsed = false;
       JSON value = build([&](Tree& root) {
         TextWithGaps rest(text, strings);
-        TreeBuilder builder(root, &rest);
+        TreeBuilder<Tree> builder(root, &rest);
         parsed = Tree::sax_parse(rest.begin(), rest.end(), &builder);
       });
       if (parsed) return {std::move(value), {}};
@@ -188,7 +215,7 @@ JSONParseResult JSON::parse(std::string_view text) {
   }
   std::string error;
   JSON value = build([&](Tree& root) {
-    TreeBuilder builder(root);
+    TreeBuilder<Tree> builder(root);
     if (!Tree::sax_parse(text.begin(), text.end(), &builder)) error = builder.error();
   });
   if (!error.empty()) return {JSON(), std::move(error)};
@@ -206,6 +233,7 @@ JSON::Kind JSON::kind() const noexcept {
     case Tree::value_t::number_float:
       return Kind::real;
     case Tree::value_t::string:
+    case Tree::value_t::binary:
       return Kind::text;
     case Tree::value_t::array:
       return Kind::array;
@@ -234,8 +262,7 @@ std::optional<std::string_view> JSON::textAt(std::initializer_list<std::string_v
     const auto found = node->find(key);
     node = found == node->end() ? nullptr : &*found;
   }
-  if (!node || !node->is_string()) return std::nullopt;
-  return *node->get_ptr<const ArenaText*>();
+  return node ? textOf(*node) : std::nullopt;
 }
 
 bool JSON::contains(std::string_view key) const {
@@ -247,8 +274,7 @@ std::size_t JSON::size() const noexcept {
 }
 
 std::optional<std::string_view> JSON::text() const noexcept {
-  if (kind() != Kind::text) return std::nullopt;
-  return *asTree(node_)->get_ptr<const ArenaText*>();
+  return node_ ? textOf(*asTree(node_)) : std::nullopt;
 }
 
 std::optional<bool> JSON::boolean() const noexcept {
@@ -310,8 +336,12 @@ std::optional<std::string> JSON::serialized() const {
   Arena scratch;
   const Arena::Scope scope(scratch);
   try {
-    const ArenaText text = asTree(node_)->dump();
-    return std::string(text);
+    const auto* const document = static_cast<const Document*>(owner_.get());
+    if (!document || document->kept.empty()) return std::string(asTree(node_)->dump());
+    std::string text;
+    text.reserve(roomFor(*asTree(node_)));
+    write(*asTree(node_), text);
+    return text;
   } catch (const Tree::exception&) {
     return std::nullopt;
   }

@@ -40,6 +40,11 @@ class JSON {
   JSON(const char* value) : JSON(std::string_view(value)) {}
   JSON(const Dictionary& entries);
   static JSON array(const std::vector<JSON>& items);
+  /// A text, the standard Base64 of these bytes. They are copied, and wiped when the last handle on
+  /// a document that holds the value goes. The text itself is made where it is serialized, right in
+  /// its place, or when somebody reads it. Two such values are equal when one is a copy of the
+  /// other.
+  static JSON base64(std::string_view bytes);
 
   /// Parses UTF-8 text. Never throws; the result holds either the value or why there is none.
   static JSONParseResult parse(std::string_view text);

@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "veltrane/base/base64.h"
 #include "veltrane/base/console.h"
 #include "veltrane/face/face_still.h"
 #include "veltrane/face/face_tracking.h"
@@ -345,8 +346,10 @@ void FaceImageCaptureVC::leave(std::optional<VeltraneFlowError> error) {
   });
 }
 
-std::optional<std::string_view> FaceImageCaptureVC::base64Png() const {
-  return still_ ? std::optional<std::string_view>(still_->base64Png) : std::nullopt;
+std::optional<std::string> FaceImageCaptureVC::base64Png() const {
+  if (!still_) return std::nullopt;
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(still_->png.data());
+  return base64Encoded({bytes, still_->png.size()});
 }
 
 std::weak_ptr<FaceImageCaptureVC> FaceImageCaptureVC::self() {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "veltrane/face/camera.h"
@@ -75,8 +76,9 @@ class FaceImageCaptureVC final : public ViewController, public FaceImageCaptureS
   /// From 0 to 1: how near the face that lies best is to lying in the oval; nothing without a face.
   std::optional<double> nearness;
 
-  /// Base64 text of the PNG, once there is one; valid until the screen has left.
-  std::optional<std::string_view> base64Png() const;
+  /// Base64 text of the PNG, once there is one and until the screen has left. The caller's own: a
+  /// text that nobody asks for is not made, and need not be wiped.
+  std::optional<std::string> base64Png() const;
 
  private:
   enum class Stage : std::uint8_t { looking, taking, over };

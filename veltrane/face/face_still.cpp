@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "veltrane/base/base64.h"
 #include "veltrane/face/frame_picture.h"
 #include "veltrane/face/image.h"
 #include "veltrane/toolkit/picture_codec.h"
@@ -31,7 +30,6 @@ class WipedOnReturn {
 
 FaceStill::~FaceStill() {
   wipe(png.data(), png.size());
-  wipe(base64Png.data(), base64Png.size());
 }
 
 namespace face {
@@ -56,8 +54,6 @@ std::shared_ptr<const FaceStill> takeStill(const PixelBuffer& frame, const Pictu
   if (!png) return nullptr;
   auto still = std::make_shared<FaceStill>();
   still->png = std::move(*png);
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(still->png.data());
-  still->base64Png = base64Encoded({bytes, still->png.size()});
   return still;
 }
 

@@ -18,8 +18,6 @@ struct FaceStill {
   FaceStill& operator=(const FaceStill&) = delete;
 
   std::string png;
-  /// Base64 text of `png`.
-  std::string base64Png;
 };
 
 namespace face {
@@ -30,8 +28,8 @@ inline constexpr int kLongestSide = 1000;
 /// What a picture of this size is scaled to; itself when it is small enough.
 PixelSize stillSize(PixelSize size);
 
-/// The whole of a frame, upright, scaled down where it is too large, as PNG and Base64. When
-/// scaling fails the still has the frame's own size. Null when there is no PNG of it. Not on the
+/// The whole of a frame, upright, scaled down where it is too large, as PNG. When scaling
+/// fails the still has the frame's own size. Null when there is no PNG of it. Not on the
 /// main thread.
 std::shared_ptr<const FaceStill> takeStill(const PixelBuffer& frame, const PictureCodec& codec);
 

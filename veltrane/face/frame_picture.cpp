@@ -19,7 +19,7 @@ Placement placementOf(const PixelBuffer& frame, std::ptrdiff_t y) {
   const std::ptrdiff_t height = frame.size.height;
   switch (frame.turn) {
     case Turn::none:
-      return {y * width, 1};
+      break;
     case Turn::quarter:
       return {height - 1 - y, height};
     case Turn::half:
@@ -27,7 +27,7 @@ Placement placementOf(const PixelBuffer& frame, std::ptrdiff_t y) {
     case Turn::threeQuarters:
       return {(width - 1) * height + y, -height};
   }
-  return {};
+  return {y * width, 1};
 }
 
 struct WipedPicture final : Picture {
@@ -46,15 +46,17 @@ PicturePtr pictureFrom(const PixelBuffer& frame) {
       width * static_cast<std::size_t>(frame.size.height) * Picture::kBytesAPixel;
   auto picture = std::make_shared<WipedPicture>(frame.uprightSize(), bytes);
   FrameRows rows(frame, 0, frame.size.width);
+  if (frame.turn == Turn::none) {
+    auto* const pixels = reinterpret_cast<std::uint32_t*>(picture->pixels.data());
+    for (int y = 0; y < frame.size.height; ++y)
+      rows.read(y, pixels + y * std::ptrdiff_t{frame.size.width});
+    return picture;
+  }
   std::vector<std::uint32_t> row(width);
   for (int y = 0; y < frame.size.height; ++y) {
     rows.read(y, row.data());
     const auto [first, step] = placementOf(frame, y);
     std::uint8_t* to = picture->pixels.data() + first * std::ptrdiff_t{Picture::kBytesAPixel};
-    if (step == 1) {
-      std::memcpy(to, row.data(), width * Picture::kBytesAPixel);
-      continue;
-    }
     for (const std::uint32_t pixel : row) {
       std::memcpy(to, &pixel, Picture::kBytesAPixel);
       to += step * std::ptrdiff_t{Picture::kBytesAPixel};

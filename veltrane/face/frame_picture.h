@@ -11,7 +11,8 @@ namespace veltrane::face {
 /// is not sound. Its pixels are wiped when it goes. Any thread.
 ///
 /// Colours by ITU-R BT.601 or BT.709, whichever the frame names, for video or full range, right to
-/// the rounding. Each colour sample of 4:2:0 and 4:2:2 stands for the pixels that share it.
+/// the rounding and less than 0.03 beyond it. Each colour sample of 4:2:0 and 4:2:2 stands for the
+/// pixels that share it.
 PicturePtr pictureFrom(const PixelBuffer& frame);
 
 }  // namespace veltrane::face

@@ -2,10 +2,8 @@
 
 #include <utility>
 
-#include "veltrane/base/base64.h"
 #include "veltrane/base/console.h"
 #include "veltrane/base/fatal.h"
-#include "veltrane/base/secret.h"
 #include "veltrane/base/text.h"
 #include "veltrane/engine/screen_template_config.h"
 #include "veltrane/flow/user_defaults_manager.h"
@@ -189,12 +187,8 @@ void ScreenTemplate1VC::faceImageCaptureResult(const std::optional<std::string>&
   }
   if (!base64Png) return;
   console::print("got image data: " + std::string(console::kMask));
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(base64Png->data());
-  std::string text = base64Encoded({bytes, base64Png->size()});
-  const JSON imageData(text);
-  Secret::wipe(text);
   showActivityIndicator();
-  sendFrom(viewModel, {.additionalParameter = {{"imageData", imageData}}});
+  sendFrom(viewModel, {.additionalParameter = {{"imageData", JSON::base64(*base64Png)}}});
 }
 
 void ScreenTemplate1VC::showActivityIndicator() {
