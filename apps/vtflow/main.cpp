@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "apps/vtflow/tool.h"
+#include "platform/opencv/file_camera.h"
 
 namespace {
 
@@ -18,5 +19,6 @@ void openStandardStreams() {
 
 int main(int argc, char** argv) {
   openStandardStreams();
+  veltrane::opencv::limitPictureFiles();
   return veltrane::tool::runTool(argc, argv, {.text = std::cout, .errors = std::cerr});
 }

@@ -4,12 +4,15 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdlib>
 #include <exception>
 #include <mutex>
+#include <string>
 #include <thread>
 #include <utility>
 
 #include "platform/opencv/file_source.h"
+#include "veltrane/toolkit/picture.h"
 
 namespace veltrane::opencv {
 namespace {
@@ -149,6 +152,10 @@ class FileCamera final : public Camera {
 };
 
 }  // namespace
+
+void limitPictureFiles() {
+  setenv("OPENCV_IO_MAX_IMAGE_PIXELS", std::to_string(Picture::kMaxPixels).c_str(), 0);
+}
 
 std::shared_ptr<Camera> makeFileCamera(FileCameraOptions options) {
   return std::make_shared<FileCamera>(std::move(options));

@@ -10,6 +10,11 @@
 
 namespace veltrane::opencv {
 
+/// Lets no file claim more pixels than a `Picture` may have, where OpenCV alone would take memory
+/// for 2^30. For programs that read others' files: at the start, before there are threads, for it
+/// changes the environment, which OpenCV reads once. A limit that the environment has stays.
+void limitPictureFiles();
+
 struct FileCameraOptions {
   /// A picture, a folder of pictures in the order of their names' bytes (hidden files left out), or
   /// a video file.

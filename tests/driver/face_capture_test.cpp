@@ -1,3 +1,5 @@
+#include <sys/resource.h>
+
 #include <cstdlib>
 #include <fstream>
 
@@ -123,6 +125,18 @@ TEST_F(FaceCapture, WhatIsNoCameraIsWrongUse) {
     EXPECT_THAT(errors, HasSubstr(camera));
     EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
   }
+}
+
+TEST_F(FaceCapture, APictureOfTooManyPixelsTakesNoMemory) {
+  const auto bitmap = path("bomb.pbm");
+  std::ofstream(bitmap) << "P4\n30000 30000\n";
+  std::filesystem::resize_file(bitmap, 30000 * 30000 / 8 + 20);
+  DriverProcess driver(withCamera(bitmap));
+  EXPECT_EQ(driver.waitForEnd(), 2);
+  EXPECT_THAT(driver.errors(), HasSubstr("bomb.pbm"));
+  rusage used{};
+  ASSERT_EQ(getrusage(RUSAGE_CHILDREN, &used), 0);
+  EXPECT_LT(used.ru_maxrss, 1'000'000) << "kilobytes";
 }
 
 TEST_F(FaceCapture, WithoutACameraTheScreenSaysSoAndCancelEndsTheFlow) {
