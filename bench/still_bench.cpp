@@ -18,6 +18,7 @@
 #include "platform/pictures/codec.h"
 #include "tests/support/fakes.h"
 #include "veltrane/base/json.h"
+#include "veltrane/base/wipe.h"
 #include "veltrane/engine/generic_view_model.h"
 #include "veltrane/engine/screens_view_model.h"
 #include "veltrane/face/face_still.h"

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "veltrane/base/secret.h"
+
 namespace veltrane::curl {
 namespace {
 
@@ -40,6 +42,11 @@ bool Exchange::start(Engine& engine) {
   hop_ = std::move(*hop);
   transfer_ = std::make_unique<Transfer>(engine, hop_, request_, this);
   return true;
+}
+
+void Exchange::endTransfer() {
+  transfer_.reset();
+  if (request_.body) Secret::wipe(*request_.body);
 }
 
 bool Exchange::goesOn(Engine& engine, CURLcode result, std::optional<HTTPResponse>& response) {

@@ -41,8 +41,8 @@ class Exchange final : public HTTPTask {
   void timeOut() { failure_ = "it took too long"; }
   /// Why there is no response, a line for people; empty when the caller wants none any more.
   std::string failureLine() const;
-  /// Before the worker lets go of it: a caller's handle may be the last owner.
-  void endTransfer() { transfer_.reset(); }
+  /// Before the worker lets go of it: a caller's handle may be the last owner. Wipes what was sent.
+  void endTransfer();
   /// Runs the completion unless it was revoked.
   void deliver(std::optional<HTTPResponse> response);
 
@@ -52,7 +52,7 @@ class Exchange final : public HTTPTask {
   bool follows(Engine& engine, long status, const std::string& location);
 
   const std::uint64_t number_;
-  const HTTPRequest request_;
+  HTTPRequest request_;
   const std::function<void()> wake_;
   const Clock::time_point sentAt_ = Clock::now();
   std::atomic<HTTPTaskState> state_ = HTTPTaskState::running;

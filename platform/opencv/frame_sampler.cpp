@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "veltrane/base/wipe.h"
 #include "veltrane/face/frame_rows.h"
 
 namespace veltrane::opencv {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "veltrane/face/pixel_buffer.h"
+#include "veltrane/base/wipe.h"
 #include "veltrane/toolkit/picture.h"
 
 namespace veltrane::pictures {

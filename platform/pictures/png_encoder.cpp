@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "platform/pictures/pixels.h"
-#include "veltrane/face/pixel_buffer.h"
+#include "veltrane/base/wipe.h"
 
 namespace veltrane::pictures {
 namespace {

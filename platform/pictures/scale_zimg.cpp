@@ -8,7 +8,7 @@
 #include "platform/pictures/halving.h"
 #include "platform/pictures/pixels.h"
 #include "platform/pictures/scalers.h"
-#include "veltrane/face/pixel_buffer.h"
+#include "veltrane/base/wipe.h"
 
 namespace veltrane::pictures {
 namespace {

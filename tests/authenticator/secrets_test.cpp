@@ -1,21 +1,18 @@
 // What must never be found: a PIN, a passphrase, a wrapping key, a private key.
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <openssl/evp.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <fstream>
 
 #include "platform/authenticator/signing_key.h"
 #include "platform/authenticator/software_key_keeper.h"
 #include "tests/authenticator/authenticator_test.h"
+#include "tests/support/memory_search.h"
 
 namespace veltrane::authenticator::testing {
 namespace {
 
 using ::testing::HasSubstr;
 using ::testing::Not;
+using veltrane::testing::countInMemory;
 
 class Secrets : public AuthenticatorTest {
  protected:
@@ -44,31 +41,6 @@ TEST_F(Secrets, AreNotInTheFilesOrOnTheConsole) {
   EXPECT_THAT(leaks, HasSubstr("alice@example.com"));  // names are plain: the search does search
   EXPECT_THAT(leaks, Not(HasSubstr("planted")));
   EXPECT_EQ(leaks.find(key.bytes()), std::string::npos);
-}
-
-/// How often bytes stand in this process's memory, as a core file would have it. They are given
-/// turned around, so that they are not found in their own place.
-int countInMemory(const std::string& turned) {
-  std::ifstream maps("/proc/self/maps");
-  const int memory = ::open("/proc/self/mem", O_RDONLY);
-  int count = 0;
-  for (std::string line; std::getline(maps, line);) {
-    std::size_t first = 0;
-    std::size_t end = 0;
-    std::sscanf(line.c_str(), "%zx-%zx", &first, &end);
-    constexpr std::size_t kMost = std::size_t{1} << 28;  // a sanitizer's own are larger
-    if (line.find(" rw") == std::string::npos || end - first > kMost) continue;
-    std::string bytes(end - first, '\0');
-    const auto size = ::pread(memory, bytes.data(), bytes.size(), static_cast<off_t>(first));
-    const std::string_view read(bytes.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
-    for (auto i = read.find(turned.back()); i != read.npos; i = read.find(turned.back(), i + 1)) {
-      if (read.size() - i < turned.size()) break;
-      if (std::equal(turned.rbegin(), turned.rend(), &read[i])) ++count;
-    }
-    Secret::wipe(bytes);
-  }
-  ::close(memory);
-  return count;
 }
 
 TEST_F(Secrets, AreNotLeftInMemory) {

@@ -52,12 +52,15 @@ TEST_F(ScreenSteps, aCapturedFaceIsSentAsBase64AndAFailureEndsTheRun) {
   EXPECT_EQ(screen()->presentedViewController(), nullptr);
   platform.mainQueue->advance(std::chrono::milliseconds(1));
   const auto capture = std::dynamic_pointer_cast<Capture>(screen()->presentedViewController());
+  EXPECT_EQ(capture->modalPresentationStyle, ModalPresentationStyle::fullScreen);
   const auto listener = capture->delegate.lock();
   capture->dismiss(true);
   listener->faceImageCaptureResult("\xff\x01", std::nullopt);
   EXPECT_EQ(sent()["parameters"]["imageData"].text(), "/wE=");
+  EXPECT_TRUE(platform.console->mentions("got image data: "));
   EXPECT_FALSE(platform.console->mentions("/wE="));
   listener->faceImageCaptureResult(std::nullopt, VeltraneFlowError::userCancelled());
+  EXPECT_TRUE(platform.console->has("got error on face image capture: User Cancelled"));
   platform.mainQueue->run();
   EXPECT_THAT(outcome->calls, ElementsAre("veltraneError: User Cancelled"));
 }

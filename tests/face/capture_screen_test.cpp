@@ -122,6 +122,22 @@ TEST_F(CaptureScreen, cancelGivesNoPictureAndTheError) {
   EXPECT_THAT(listener->heard, ElementsAre(kCancelled));
 }
 
+TEST_F(CaptureScreen, withoutADelegateTheScreenLeavesUnheard) {
+  for (const bool isTaken : {true, false}) {
+    listener.reset();
+    reopen();
+    presentWithCamera();
+    if (isTaken) {
+      follow({kInside});
+      finish();
+    } else {
+      screen->cancelButtonPressed();
+      run();
+    }
+    EXPECT_FALSE(isShown());
+  }
+}
+
 TEST_F(CaptureScreen, cancelCountsUntilThePictureIsThere) {
   presentWithCamera();
   follow({kInside});

@@ -7,6 +7,7 @@
 
 #include "platform/pictures/codec.h"
 #include "tests/face/fakes.h"
+#include "tests/support/memory_search.h"
 #include "veltrane/base/base64.h"
 #include "veltrane/face/face_still.h"
 #include "veltrane/face/frame_picture.h"
@@ -215,6 +216,43 @@ TEST(Still, aRealPictureComesBackUpright) {
   EXPECT_EQ(picture->size, (PixelSize{750, 1000}));
   EXPECT_EQ(pixel(*picture, 700, 500)[0], 255) << "what was above lies to the right";
   EXPECT_EQ(pixel(*picture, 50, 500)[2], 255);
+}
+
+/// Colours of a row of pixels that nothing else has, red first.
+std::string plantedRow(std::size_t bytesAPixel) {
+  std::string row;
+  for (int i = 0; i < 8; ++i) {
+    for (const int color : {37, 91, 53}) row += static_cast<char>(color * (i + 3) + 11);
+    if (bytesAPixel == Picture::kBytesAPixel) row += '\xff';
+  }
+  return row;
+}
+
+TEST(Still, leavesNothingOfAFaceInMemory) {
+  const pictures::Codec codec;
+  const auto turned = [](std::string bytes) {
+    std::reverse(bytes.begin(), bytes.end());
+    return bytes;
+  };
+  const std::string inFrame = turned(plantedRow(3));
+  const std::string inPicture = turned(plantedRow(Picture::kBytesAPixel));
+  std::string inFile;
+  {
+    // The one is scaled, the other is not, and so its rows reach the encoder as they are.
+    for (const PixelSize size : {PixelSize{1600, 8}, PixelSize{800, 8}}) {
+      const auto made = PixelBuffer::allocate(PixelFormat::rgb, size);
+      for (int i = 0; i < size.width * size.height * 3; ++i) {
+        made.planes[0][i] = static_cast<std::uint8_t>(inFrame[inFrame.size() - 1 - i % 24]);
+      }
+      EXPECT_GT(countInMemory(inFrame), 0) << "the search does search";
+      const auto still = face::takeStill(*made.buffer, codec);
+      ASSERT_TRUE(still);
+      inFile = turned(still->png.substr(still->png.size() / 2, 24));
+    }
+  }
+  EXPECT_EQ(countInMemory(inFrame), 0);
+  EXPECT_EQ(countInMemory(inPicture), 0);
+  EXPECT_EQ(countInMemory(inFile), 0);
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "veltrane/base/wipe.h"
+
 namespace veltrane {
 
 Secret::Secret(std::string&& bytes) : bytes_(bytes) {
@@ -29,9 +31,7 @@ Secret::~Secret() {
 
 void Secret::wipe(std::string& text) noexcept {
   text.resize(text.capacity());
-  // Through a volatile pointer, so that the compiler keeps stores that nothing reads.
-  volatile char* byte = text.data();
-  for (std::size_t i = 0; i < text.size(); ++i) byte[i] = '\0';
+  veltrane::wipe(text.data(), text.size());
   text.clear();
 }
 

@@ -7,6 +7,7 @@
 
 #include "veltrane/base/base64.h"
 #include "veltrane/base/console.h"
+#include "veltrane/base/wipe.h"
 #include "veltrane/face/face_still.h"
 #include "veltrane/face/face_tracking.h"
 #include "veltrane/face/video_data_output.h"
@@ -275,8 +276,8 @@ void FaceImageCaptureVC::drawFaceObservations(const FacesInFrame& seen, const Fr
       console::print("face detected");
       return accept(seen.frame);
     }
-    console::print("face not detected");
     setOval(face::kLightGrey);
+    console::print("face not detected");
   }
 }
 
@@ -308,10 +309,10 @@ void FaceImageCaptureVC::accept(const PixelBufferPtr& frame) {
   stage_ = Stage::taking;
   faceDetected = true;
   hint = FaceHint::none;
+  setOval(face::kGreen);
   teardownAVCapture();
   imagePixelBuffer = frame;
   framePassed();
-  setOval(face::kGreen);
   const auto& platform = Platform::current();
   if (!platform.pictureCodec) return stillTaken(nullptr);
   platform.pictureQueue->async(

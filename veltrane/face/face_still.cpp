@@ -1,8 +1,10 @@
 #include "veltrane/face/face_still.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
+#include "veltrane/base/wipe.h"
 #include "veltrane/face/frame_picture.h"
 #include "veltrane/face/image.h"
 #include "veltrane/toolkit/picture_codec.h"
@@ -43,7 +45,8 @@ PixelSize stillSize(PixelSize size) {
                    : PixelSize{shorter(kLongestSide * ratio), kLongestSide};
 }
 
-std::shared_ptr<const FaceStill> takeStill(const PixelBuffer& frame, const PictureCodec& codec) {
+std::shared_ptr<const FaceStill> takeStill(const PixelBuffer& frame,
+                                           const PictureCodec& codec) try {
   const PicturePtr whole = pictureFrom(frame);
   if (!whole) return nullptr;
   const PixelSize size = stillSize(whole->size);
@@ -55,6 +58,8 @@ std::shared_ptr<const FaceStill> takeStill(const PixelBuffer& frame, const Pictu
   auto still = std::make_shared<FaceStill>();
   still->png = std::move(*png);
   return still;
+} catch (const std::bad_alloc&) {
+  return nullptr;
 }
 
 }  // namespace face

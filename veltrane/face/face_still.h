@@ -29,8 +29,8 @@ inline constexpr int kLongestSide = 1000;
 PixelSize stillSize(PixelSize size);
 
 /// The whole of a frame, upright, scaled down where it is too large, as PNG. When scaling
-/// fails the still has the frame's own size. Null when there is no PNG of it. Not on the
-/// main thread.
+/// fails the still has the frame's own size. Null when there is no PNG of it, or no memory for it.
+/// Not on the main thread.
 std::shared_ptr<const FaceStill> takeStill(const PixelBuffer& frame, const PictureCodec& codec);
 
 }  // namespace face

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <vector>
 
+#include "veltrane/base/wipe.h"
 #include "veltrane/face/frame_rows.h"
 
 namespace veltrane::face {

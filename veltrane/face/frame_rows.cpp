@@ -1,4 +1,5 @@
 #include "veltrane/face/frame_rows.h"
+#include "veltrane/base/wipe.h"
 
 #include <bit>
 

@@ -76,7 +76,4 @@ struct PixelBuffer::Writable {
   std::uint8_t* planes[kMostPlanes] = {};
 };
 
-/// Writes zeros that the compiler does not leave out.
-void wipe(void* bytes, std::size_t count) noexcept;
-
 }  // namespace veltrane

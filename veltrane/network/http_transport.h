@@ -62,7 +62,8 @@ class HTTPRequestHandle {
 /// `send` and `tasks` may be called from any thread. The completion runs exactly once, on a thread
 /// of the adapter's, unless the handle is dropped before; no response (refused, timed out, cut
 /// short, too large, cancelled, redirected too often or to something that is not HTTPS) is
-/// `nullopt`. It may send again and drop handles, its own included.
+/// `nullopt`. It may send again and drop handles, its own included. An adapter wipes a body once it
+/// has been sent, as there may be a password or a face in it.
 class HTTPTransport {
  public:
   using Completion = std::function<void(std::optional<HTTPResponse>)>;

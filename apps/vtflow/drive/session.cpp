@@ -147,7 +147,7 @@ bool Session::isOver() const {
   if (interrupted_ || (result_ && stage_.wasDismissed())) return true;
   if (isBusy()) return false;
   if (!stage_.isFlowPresented()) return true;
-  if (!inputEnded_ || !commands_.empty() || stage_.isPolling()) return false;
+  if (!inputEnded_ || !commands_.empty() || stage_.isWorking()) return false;
   return !(stage_.isWatching() && activity_.hasMoreToShow());
 }
 

@@ -77,9 +77,9 @@ std::shared_ptr<AlertController> Stage::alertOnDisplay() const {
   return std::dynamic_pointer_cast<AlertController>(front(true));
 }
 
-bool Stage::isPolling() const {
+bool Stage::isWorking() const {
   return std::any_of(entries_.begin(), entries_.end(),
-                     [](const Entry& entry) { return entry.adapter->isPolling(); });
+                     [](const Entry& entry) { return entry.adapter->isWorking(); });
 }
 
 bool Stage::isWatching() const {

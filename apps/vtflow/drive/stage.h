@@ -31,7 +31,7 @@ class Stage {
   HandOvers& handOvers() const { return *handOvers_; }
   bool isFlowPresented() const { return host_->presentedViewController() != nullptr; }
   /// A screen of the flow, on display or under another, asks the server from time to time.
-  bool isPolling() const;
+  bool isWorking() const;
   /// A screen of the flow looks at what its camera shows.
   bool isWatching() const;
   /// A flow was presented and has been dismissed since, and this has been told.

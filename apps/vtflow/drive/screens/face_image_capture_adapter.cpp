@@ -37,7 +37,7 @@ Dictionary FaceImageCaptureAdapter::describe() {
   return told_;
 }
 
-bool FaceImageCaptureAdapter::isPolling() const {
+bool FaceImageCaptureAdapter::isWorking() const {
   const auto screen = screen_.lock();
   return screen && screen->isCapturing() && screen->faceDetected;
 }

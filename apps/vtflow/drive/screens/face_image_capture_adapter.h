@@ -19,7 +19,7 @@ class FaceImageCaptureAdapter final : public ScreenAdapter {
 
   Dictionary describe() override;
   /// The picture is being made, and leads on.
-  bool isPolling() const override;
+  bool isWorking() const override;
   /// A face may come into the oval at any time.
   bool isWatching() const override;
   Refusal cancel() override;

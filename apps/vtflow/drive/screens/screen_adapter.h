@@ -51,8 +51,9 @@ class ScreenAdapter {
   /// The screen's own fields as it looks now. From then on the listener hears of changes.
   virtual Dictionary describe() { return {}; }
   virtual bool isLoading() const { return false; }
-  /// The screen asks the server from time to time and may change by itself.
-  virtual bool isPolling() const { return false; }
+  /// Something goes on behind the screen that will change it: it asks the server from time to
+  /// time, or makes a picture of the frame that it has taken.
+  virtual bool isWorking() const { return false; }
   /// The screen looks at what its camera shows and may change for as long as that does.
   virtual bool isWatching() const { return false; }
   /// The screen that is there until the flow's first one is.

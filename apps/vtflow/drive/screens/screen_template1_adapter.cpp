@@ -112,7 +112,7 @@ bool ScreenTemplate1Adapter::isLoading() const {
   return screen && !screen->loading.isHidden;
 }
 
-bool ScreenTemplate1Adapter::isPolling() const {
+bool ScreenTemplate1Adapter::isWorking() const {
   const auto screen = screen_.lock();
   return screen && screen->isPolling();
 }

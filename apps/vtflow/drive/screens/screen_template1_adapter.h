@@ -17,7 +17,7 @@ class ScreenTemplate1Adapter final : public ScreenAdapter {
 
   Dictionary describe() override;
   bool isLoading() const override;
-  bool isPolling() const override;
+  bool isWorking() const override;
   Refusal input(const RowName& row, const std::string& text) override;
   Refusal toggle(const RowName& row, bool on) override;
   Refusal choose(const RowName& row, const std::string& option) override;
