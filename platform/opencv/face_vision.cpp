@@ -1,5 +1,6 @@
 #include "platform/opencv/face_vision.h"
 
+#include <future>
 #include <string>
 #include <utility>
 
@@ -10,7 +11,8 @@
 namespace veltrane::opencv {
 namespace {
 
-/// Opens what finds faces at its first question, as that takes longer than a screen should wait.
+/// Gets ready what finds faces on a thread of its own, as that takes longer than a screen should
+/// wait, and is asked when the camera is open at last.
 class LateVision final : public FaceVision {
  public:
   VisionOutcome<FaceObservation> detectFaceRectangles(const PixelBuffer& frame) override {
@@ -29,26 +31,39 @@ class LateVision final : public FaceVision {
   }
 
  private:
+  /// Or why there are none.
+  struct Loaded {
+    std::unique_ptr<FaceNetworks> networks;
+    std::string error;
+  };
+
+  static Loaded load() {
+    Loaded loaded;
+    loaded.networks = FaceNetworks::open(loaded.error);
+    return loaded;
+  }
+
   bool open() {
-    if (!std::exchange(hasTried_, true)) load();
+    if (loading_.valid()) take(loading_.get());
     return vision_ != nullptr;
   }
 
-  void load() {
-    auto networks = FaceNetworks::open(error_);
-    if (!networks) return;
-    if (networks->hasModels()) {
-      vision_ = std::make_unique<NetworkVision>(std::move(networks));
+  void take(Loaded loaded) {
+    error_ = std::move(loaded.error);
+    if (!loaded.networks) return;
+    if (loaded.networks->hasModels()) {
+      vision_ = std::make_unique<NetworkVision>(std::move(loaded.networks));
     } else {
       console::print(
           "Built without the models for faces: OpenCV's cascade looks for them instead.");
-      vision_ = std::make_unique<CascadeVision>(std::move(networks));
+      vision_ = std::make_unique<CascadeVision>(std::move(loaded.networks));
     }
   }
 
   std::unique_ptr<FaceVision> vision_;
   std::string error_;
-  bool hasTried_ = false;
+  /// Where no thread can be had, it loads within the first question.
+  std::future<Loaded> loading_ = std::async(load);
 };
 
 }  // namespace

@@ -7,8 +7,9 @@
 namespace veltrane::opencv {
 
 /// Finds and follows faces by OpenCV and small neural networks, on one thread: the caller's.
-/// Main thread; quick: OpenCV and the models load within the first question. Never null: where they
-/// cannot be had, questions are answered with an error that says why.
+/// Main thread; quick: OpenCV and the models load on a thread of their own, which the first
+/// question waits for, and so does whoever destroys it before that. Never null: where they cannot
+/// be had, questions are answered with an error that says why.
 ///
 /// A box goes from the brows to the chin and from ear to ear and is about square; a tracked one has
 /// the same measure. A face is followed by looking for its features around where it was last; the

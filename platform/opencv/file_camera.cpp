@@ -10,6 +10,7 @@
 #include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "platform/opencv/file_source.h"
 #include "veltrane/toolkit/picture.h"
@@ -32,13 +33,36 @@ std::string nothingIn(const std::filesystem::path& path) {
   return "there is no picture in " + path.string() + " that can be read";
 }
 
-/// What the camera's thread works on. It may outlive the camera by the rest of a call.
+/// Threads that nobody waited for, until the program ends.
+class LetGo {
+ public:
+  ~LetGo() {
+    for (auto& thread : threads_) thread.join();
+  }
+  void add(std::thread thread) {
+    const std::lock_guard lock(mutex_);
+    threads_.push_back(std::move(thread));
+  }
+  static LetGo& instance() {
+    static LetGo all;
+    return all;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::thread> threads_;
+};
+
+/// What the camera's thread works on. It may outlive the camera by the rest of a call, or of the
+/// time that OpenCV takes to load.
 class Feed {
  public:
   explicit Feed(FileCameraOptions options) : options_(std::move(options)) {}
 
   void run(const Camera::Events& events) {
     thread_ = std::this_thread::get_id();
+    FileSource::load();
+    if (!begin()) return;
     try {
       show(events);
     } catch (const std::exception& error) {
@@ -49,15 +73,22 @@ class Feed {
   /// Within one of the camera's calls.
   bool isThisThread() const { return thread_ == std::this_thread::get_id(); }
 
-  void stop() {
-    {
-      const std::lock_guard lock(mutex_);
-      isStopped_ = true;
-    }
+  /// False while OpenCV loads: then no call runs, and none will.
+  bool stop() {
+    const std::lock_guard lock(mutex_);
+    isStopped_ = true;
     wake_.notify_all();
+    return hasBegun_;
   }
 
  private:
+  /// False once the camera is stopped.
+  bool begin() {
+    const std::lock_guard lock(mutex_);
+    hasBegun_ = true;
+    return !isStopped_;
+  }
+
   void show(const Camera::Events& events) {
     std::string problem;
     const auto source = FileSource::open(options_.path, problem);
@@ -123,6 +154,7 @@ class Feed {
   std::atomic<std::thread::id> thread_;
   std::mutex mutex_;
   std::condition_variable wake_;
+  bool hasBegun_ = false;
   bool isStopped_ = false;
 };
 
@@ -142,8 +174,10 @@ class FileCamera final : public Camera {
 
   /// No call runs when this returns, but the one that it may have been called from.
   void stopRunning() override {
-    feed_->stop();
-    if (!feed_->isThisThread() && thread_.joinable()) thread_.join();
+    const bool mayBeCalling = feed_->stop();
+    if (feed_->isThisThread() || !thread_.joinable()) return;
+    if (mayBeCalling) return thread_.join();
+    LetGo::instance().add(std::move(thread_));
   }
 
  private:

@@ -31,6 +31,11 @@ struct FileCameraOptions {
 /// again and again, as a camera shows a scene that stands still. A picture that cannot be read is a
 /// frame without pixels. Frames are RGB and upright. The thread is the camera's own, and OpenCV
 /// loads there; it ends with `stopRunning`, or with the camera, which may be within any callback.
+/// Neither waits for OpenCV to load, but the program's end does.
+///
+/// A picture file of a size that a `Picture` may not have is a frame without pixels, yet OpenCV
+/// decodes it first, up to 2^30 pixels: `limitPictureFiles` is what keeps it from that, as OpenCV
+/// tells no size before, and no limit may be set once there are threads.
 std::shared_ptr<Camera> makeFileCamera(FileCameraOptions options);
 
 /// Why this path cannot serve as a camera, for people: missing, an empty folder, not readable as

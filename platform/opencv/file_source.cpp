@@ -13,9 +13,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Never destroyed: a camera's thread that was let go of may still ask at the program's end.
 const Late<VeltraneFileFunctions>& library() {
-  static const auto loaded = [] {
-    Late<VeltraneFileFunctions> late;
+  static const auto& loaded = *[] {
+    auto* const made = new Late<VeltraneFileFunctions>;
+    Late<VeltraneFileFunctions>& late = *made;
 #if defined(VELTRANE_OPENCV) && defined(VELTRANE_LOAD_LATE)
     void* const found = findLate(VELTRANE_FILES_LIBRARY, "veltrane_file_functions", late.error);
     if (found) late.functions = reinterpret_cast<decltype(&veltrane_file_functions)>(found)();
@@ -24,7 +26,7 @@ const Late<VeltraneFileFunctions>& library() {
 #else
     late.error = "built without OpenCV";
 #endif
-    return late;
+    return made;
   }();
   return loaded;
 }
@@ -120,6 +122,10 @@ std::unique_ptr<FileSource> openFile(const fs::path& file, std::string& problem)
 }
 
 }  // namespace
+
+void FileSource::load() {
+  library();
+}
 
 std::unique_ptr<FileSource> FileSource::open(const fs::path& path, std::string& problem) {
   std::error_code error;

@@ -12,6 +12,8 @@ namespace veltrane::opencv {
 /// Frames from files, in their order. One thread.
 class FileSource {
  public:
+  /// Loads OpenCV, unless it is there: some hundred milliseconds. Any thread.
+  static void load();
   /// Null, and why, when there is no frame to be had. Loads OpenCV.
   static std::unique_ptr<FileSource> open(const std::filesystem::path& path, std::string& problem);
   virtual ~FileSource() = default;

@@ -52,7 +52,12 @@ VisionOutcome<FaceObservation> NetworkVision::detectFaceRectangles(const PixelBu
     auto seen = networks_->look(frame, surroundings(detection.face), error);
     if (!seen) return {{}, error};
     if (seen->points.empty()) continue;
-    detected_.push_back(knownOf(std::move(*seen), frame.uprightSize()));
+    Known known = knownOf(std::move(*seen), frame.uprightSize());
+    const bool isKnown = std::any_of(detected_.begin(), detected_.end(), [&](const Known& other) {
+      return overlap(other.box, known.box) > kSamePlace;
+    });
+    if (isKnown) continue;
+    detected_.push_back(std::move(known));
     outcome.results.push_back(
         {.boundingBox = detected_.back().box, .confidence = detection.score, .landmarks = {}});
   }
@@ -76,6 +81,7 @@ VisionOutcome<std::optional<FaceObservation>> NetworkVision::trackFaces(
   if (++framesSinceDetection_ >= kFramesADetection && !putRight(frame, faces, error)) {
     return {{}, error};
   }
+  keepApart(faces, requests);
   VisionOutcome<std::optional<FaceObservation>> outcome;
   for (const Known& face : faces) {
     outcome.results.push_back(
@@ -122,6 +128,26 @@ bool NetworkVision::putRight(const PixelBuffer& frame, std::vector<Known>& faces
     if (!seen->points.empty()) face = knownOf(std::move(*seen), size);
   }
   return true;
+}
+
+/// Where two requests have come to the same face, it is the one's that it is nearer to, and the
+/// other's has gone.
+void NetworkVision::keepApart(std::vector<Known>& faces,
+                              const std::vector<FaceTrackingRequest>& requests) {
+  const auto nearness = [&](std::size_t i) {
+    return requests[i].isLastFrame
+               ? -1
+               : overlap(faces[i].box, requests[i].inputObservation.boundingBox);
+  };
+  for (std::size_t i = 0; i < faces.size(); ++i) {
+    for (std::size_t j = i + 1; j < faces.size(); ++j) {
+      if (faces[i].points.empty() || faces[j].points.empty()) continue;
+      if (overlap(faces[i].box, faces[j].box) <= kSamePlace) continue;
+      Known& gone = faces[nearness(i) < nearness(j) ? i : j];
+      gone.points = {};
+      gone.presence = 0;
+    }
+  }
 }
 
 VisionOutcome<FaceObservation> NetworkVision::detectFaceLandmarks(const PixelBuffer& frame,

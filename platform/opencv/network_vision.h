@@ -41,6 +41,8 @@ class NetworkVision final : public FaceVision {
   std::optional<FaceNetworks::Look> follow(const PixelBuffer& frame, Square square,
                                            std::string& error);
   bool putRight(const PixelBuffer& frame, std::vector<Known>& faces, std::string& error);
+  static void keepApart(std::vector<Known>& faces,
+                        const std::vector<FaceTrackingRequest>& requests);
   static Known knownOf(FaceNetworks::Look seen, PixelSize size);
   Square surroundingsOf(const Rect& box, PixelSize size) const;
   const FacePoints* pointsIn(const PixelBuffer& frame, const Rect& box) const;

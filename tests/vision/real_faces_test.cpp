@@ -75,6 +75,35 @@ TEST_F(RealFaces, areNotTakenWhereThereAreNone) {
   }
 }
 
+TEST_F(RealFaces, areFollowedByOneRequestEach) {
+  Random random(7);
+  Canvas canvas = scene(random);
+  const Pose pose{.middle = {135, 240}, .side = 120};
+  drawFace(canvas, 0, pose);
+  const auto frame = frameOf(canvas);
+  const auto found = vision->detectFaceRectangles(*frame);
+  ASSERT_EQ(found.results.size(), 1u);
+  FaceObservation beside = found.results[0];
+  beside.boundingBox.x += beside.boundingBox.width / 4;
+  const auto surenessOf = [&](const std::vector<FaceTrackingRequest>& requests) {
+    std::vector<bool> sure;
+    for (const auto& face : vision->trackFaces(*frame, requests).results) {
+      sure.push_back(face && face->confidence > FaceTracking::kConfidence);
+    }
+    return sure;
+  };
+  using Sure = std::vector<bool>;
+  EXPECT_EQ(surenessOf({{.identifier = 1, .inputObservation = beside}}), Sure{true});
+  EXPECT_EQ(surenessOf({{.identifier = 1, .inputObservation = beside},
+                        {.identifier = 2, .inputObservation = found.results[0]}}),
+            (Sure{false, true}));
+  EXPECT_EQ(
+      surenessOf({{.identifier = 1, .inputObservation = beside},
+                  {.identifier = 2, .inputObservation = found.results[0], .isLastFrame = true}}),
+      (Sure{true, false}))
+      << "one that is not asked again takes no face from another";
+}
+
 TEST_F(RealFaces, areLetGoWithinThreeFramesAfterTheyHaveGone) {
   for (unsigned clip = 0; clip < 20; ++clip) {
     Random random(clip);

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <exception>
 #include <memory>
+#include <mutex>
 #include <opencv2/core.hpp>
 #include <opencv2/core/utils/logger.hpp>
 #include <opencv2/dnn.hpp>
@@ -102,8 +103,6 @@ struct Vision {
   cv::CascadeClassifier cascade;
 
   Vision() {
-    cv::setNumThreads(1);
-    cv::utils::logging::setLogLevel(cv::utils::logging::LOG_LEVEL_SILENT);
 #ifdef VELTRANE_DETECTOR_FILE
     detector = std::make_unique<Network>(veltrane_detector_model, veltrane_detector_model_end);
     mesh = std::make_unique<Network>(veltrane_mesh_model, veltrane_mesh_model_end);
@@ -134,8 +133,25 @@ Result guarded(Result failed, char* error, size_t size, Work work) noexcept {
   }
 }
 
+/// For the whole process, whose own OpenCV this may be: once, so what a host sets afterwards stays.
+void setUpOpenCV() {
+  cv::setNumThreads(1);
+  cv::utils::logging::setLogLevel(cv::utils::logging::LOG_LEVEL_SILENT);
+}
+
+/// One at a time: OpenCV's tables of what networks are made of come into being with the first.
+std::mutex& openingMutex() {
+  static std::mutex mutex;
+  return mutex;
+}
+
 void* open(char* error, size_t size) {
-  return guarded<void*>(nullptr, error, size, [] { return std::make_unique<Vision>().release(); });
+  return guarded<void*>(nullptr, error, size, [] {
+    const std::lock_guard lock(openingMutex());
+    static std::once_flag isSetUp;
+    std::call_once(isSetUp, setUpOpenCV);
+    return std::make_unique<Vision>().release();
+  });
 }
 
 void close(void* vision) {

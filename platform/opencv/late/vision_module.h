@@ -3,8 +3,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
-// What the library that finds faces offers: networks and nothing about faces. It is loaded when a
-// face is first looked for.
+// What the library that finds faces offers: networks and nothing about faces. It is loaded when
+// faces are first to be looked for.
 
 extern "C" {
 
@@ -54,7 +54,8 @@ struct VeltraneMesh {
 };
 
 /// Nothing throws; false or null is a failure, and `error` (of `size` bytes) then holds why. No
-/// thread is started: OpenCV is told, for this whole process, to use the caller's alone.
+/// thread is started: OpenCV is told, for this whole process, to use the caller's alone and to
+/// print nothing. It is told once, by the first `open`.
 struct VeltraneVisionFunctions {
   /// To be closed. One thread at a time.
   void* (*open)(char* error, size_t size);
