@@ -68,6 +68,12 @@ void installPlatform(const window::WindowOptions& options, const std::filesystem
     wishes.identityVendors.onfidoScript = *options.identityVendors + "/onfido/loader.js";
   }
   if (options.tablet) wishes.idiom = InterfaceIdiom::pad;
+  // The flow's own words for it say no more than that there was none.
+  if (!options.verbose) {
+    wishes.requestFailed = [](const std::string& why) {
+      std::cerr << "vtflow run: " << tool::asReason(why) << '\n';
+    };
+  }
   auto platform = qtquick::makePlatform(wishes);
   if (options.camera) {
     // At a camera's pace, so that a person can follow.

@@ -155,8 +155,10 @@ Platform makePlatform(const Options& options) {
   platform.storyboard = makeMainStoryboard();
   platform.settings = sqlite::open(options.settingsFile.value_or(sqlite::defaultStoreFile()));
   // Reported from the transport's thread, which must not look at what is installed.
-  const auto report = [queue = std::weak_ptr(platform.mainQueue)](const std::string& line) {
-    if (const auto main = queue.lock()) main->async([line] { console::print(line); });
+  auto tell = options.requestFailed;
+  if (!tell) tell = [](const std::string& line) { console::print(line); };
+  const auto report = [queue = std::weak_ptr(platform.mainQueue), tell](const std::string& line) {
+    if (const auto main = queue.lock()) main->async([line, tell] { tell(line); });
   };
   const auto transport = curl::make(
       {.authorityFile = options.authorityFile, .report = report, .headStart = kHeadStart});

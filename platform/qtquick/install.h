@@ -14,6 +14,9 @@ namespace veltrane::qtquick {
 struct Options {
   /// A PEM bundle of certificate authorities to trust instead of the system's.
   std::optional<std::filesystem::path> authorityFile;
+  /// Hears on the main thread why a request has got no response, a line for people without anything
+  /// that was sent; absent: the console prints it.
+  std::function<void(const std::string&)> requestFailed;
   /// The settings file; absent: the user's own.
   std::optional<std::filesystem::path> settingsFile;
   /// This machine's passkeys; absent: the user's own.

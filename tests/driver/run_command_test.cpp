@@ -107,6 +107,14 @@ TEST_F(RunCommand, AFaceThatComesIntoTheOvalIsSentAndAWallIsNot) {
   EXPECT_EQ(server().requests().size(), 1U);
 }
 
+TEST_F(RunCommand, AServerThatDoesNotAnswerIsNamedWithTheReason) {
+  const auto run = start({"run", "--company", "acme", "--flow", "sign-in", "--base-url",
+                          "https://localhost:1/v1", "--pictures", path("pictures")});
+  EXPECT_EQ(run->waitForEnd(), 1);
+  EXPECT_THAT(run->errors(), HasSubstr("vtflow run: no response from https://localhost:1: "));
+  EXPECT_THAT(run->output(), HasSubstr("veltraneError: No response from server..."));
+}
+
 TEST_F(RunCommand, WrongUseIsStatusTwoAndOneLineThatNamesIt) {
   struct Wrong {
     std::vector<std::string> arguments;
