@@ -49,7 +49,7 @@ const Module* module() {
 class SystemCamera final : public Camera {
  public:
   void startRunning(Events events) override {
-    static constexpr multimedia::Host host{PixelBuffer::allocate};
+    static constexpr multimedia::Host host;
     if (!module()) {
       return events.failed({CameraError::noCamera, "The camera is not available."});
     }

@@ -21,38 +21,83 @@ TEST(CameraChoice, isTheFrontCameraElseTheOnlyOne) {
   EXPECT_EQ(chooseDevice({back}), 0u);
 }
 
+using Kind = OfferedFormat::Kind;
+
+OfferedFormat format(Kind kind, int width, int height, double rate = 30) {
+  return {kind, {width, height}, rate};
+}
+
 TEST(CameraChoice, ofFormatsIsTheLargestWithHalvedChroma) {
-  using Kind = OfferedFormat::Kind;
-  const auto format = [](Kind kind, int width, int height, double rate = 30) {
-    return OfferedFormat{kind, {width, height}, rate};
+  constexpr Kind kHalved = OfferedFormat::halvedChroma, kPlain = OfferedFormat::usable,
+                 kPacked = OfferedFormat::compressed, kNone = OfferedFormat::unusable;
+  const struct {
+    const char* why;
+    std::vector<OfferedFormat> offered;
+    std::optional<std::size_t> chosen;
+  } cases[] = {
+      {"nothing", {}, std::nullopt},
+      {"nothing usable", {format(kNone, 1920, 1080)}, std::nullopt},
+      {"slow but usable", {format(kNone, 1920, 1080), format(kPacked, 640, 480, 5)}, 1},
+      {"halved chroma first",
+       {format(kPacked, 3840, 2160), format(kHalved, 640, 480), format(kPlain, 1920, 1080)},
+       1},
+      {"then the highest resolution, however long",
+       {format(kHalved, 960, 720), format(kHalved, 1280, 400)},
+       0},
+      {"of those the fastest",
+       {format(kHalved, 1280, 720, 20), format(kHalved, 1280, 720, 60),
+        format(kHalved, 720, 1280, 30)},
+       1},
+      {"but no faster than can be seen",
+       {format(kHalved, 1280, 720, 60), format(kHalved, 1280, 720, 240)},
+       0},
+      {"fast enough before large",
+       {format(kHalved, 640, 480), format(kHalved, 1920, 1080, 14.9),
+        format(kHalved, 1280, 720, 15)},
+       2},
+      {"fast enough before halved chroma",
+       {format(kHalved, 1920, 1080, 5), format(kPlain, 1280, 720)},
+       1},
+      {"who does not tell may be fast", {format(kPlain, 640, 480), format(kPlain, 800, 600, 0)}, 1},
+      {"rather decompressed than enlarged",
+       {format(kPlain, 640, 480), format(kPlain, 1920, 1080, 5), format(kPacked, 1280, 720)},
+       2},
+      {"rather not decompressed for nothing",
+       {format(kPacked, 1920, 1080), format(kPlain, 1024, 768)},
+       1},
+      {"sizes are multiplied without overflow",
+       {format(kPacked, 60'000, 60'000), format(kPacked, 1920, 1080)},
+       0},
   };
-  EXPECT_EQ(chooseFormat({}), std::nullopt);
-  EXPECT_EQ(chooseFormat({format(OfferedFormat::unusable, 1920, 1080)}), std::nullopt);
-  EXPECT_EQ(chooseFormat({format(OfferedFormat::compressed, 3840, 2160),
-                          format(OfferedFormat::halvedChroma, 640, 480),
-                          format(OfferedFormat::usable, 1920, 1080)}),
-            1u);
-  EXPECT_EQ(chooseFormat({format(OfferedFormat::halvedChroma, 640, 480),
-                          format(OfferedFormat::halvedChroma, 1280, 720, 10),
-                          format(OfferedFormat::halvedChroma, 1280, 720, 60),
-                          format(OfferedFormat::halvedChroma, 720, 1280, 30)}),
-            2u);
-  EXPECT_EQ(chooseFormat({format(OfferedFormat::compressed, 1920, 1080),
-                          format(OfferedFormat::usable, 640, 480)}),
-            1u);
-  EXPECT_EQ(chooseFormat({format(OfferedFormat::compressed, 60'000, 60'000),
-                          format(OfferedFormat::compressed, 1920, 1080)}),
-            0u)
-      << "sizes are multiplied without overflow";
+  for (const auto& each : cases) EXPECT_EQ(chooseFormat(each.offered), each.chosen) << each.why;
 }
 
 TEST(CameraChoice, failuresAreToldApart) {
-  EXPECT_EQ(failureOf({}).code, CameraError::noCamera);
-  EXPECT_EQ(failureOf({.isListed = true}).code, CameraError::busy);
-  EXPECT_EQ(failureOf({.isListed = true, .isForbidden = true}).code,
-            CameraError::permissionRefused);
-  EXPECT_EQ(failureOf({.hasShownFrames = true}).code, CameraError::lost);
-  EXPECT_EQ(noSuitableFormat().code, CameraError::noSuitableFormat);
+  const CameraFault told{.number = 1, .words = "Cannot set the format."};
+  const struct {
+    CameraState state;
+    std::int64_t code;
+  } cases[] = {
+      {{}, CameraError::noCamera},
+      {{.fault = told}, CameraError::noCamera},
+      {{.isListed = true}, CameraError::busy},
+      {{.isListed = true, .fault = {.words = "In use.", .isBusy = true}}, CameraError::busy},
+      {{.isListed = true, .fault = told}, kSystemErrors + 1},
+      {{.isListed = true, .hasSeenFrames = true, .fault = told}, kSystemErrors + 1},
+      {{.isListed = true, .hasSeenFrames = true}, CameraError::noSuitableFormat},
+      {{.isListed = true, .isForbidden = true, .fault = told}, CameraError::permissionRefused},
+      {{.hasSeenFrames = true, .hasShownFrames = true}, CameraError::lost},
+      {{.isListed = true, .hasSeenFrames = true, .hasShownFrames = true}, CameraError::lost},
+  };
+  for (const auto& [state, code] : cases) {
+    const auto error = failureOf(state);
+    EXPECT_EQ(error.code, code);
+    EXPECT_FALSE(error.localizedDescription.empty()) << code;
+  }
+  EXPECT_EQ(failureOf({.isListed = true, .fault = told}).localizedDescription, told.words);
+  EXPECT_EQ(
+      failureOf({.isListed = true, .hasShownFrames = true, .fault = told}).localizedDescription,
+      told.words);
 }
 
 TEST(CameraPermission, isRefusedWhenNoneOfTheCamerasMayBeOpened) {

@@ -13,6 +13,7 @@
 #include <atomic>
 #include <cstring>
 #include <functional>
+#include <future>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -22,7 +23,7 @@
 namespace veltrane::qtquick::multimedia::test {
 namespace {
 
-constexpr Host kHost{PixelBuffer::allocate};
+constexpr Host kHost;
 
 bool waitFor(const std::function<bool()>& condition) {
   QElapsedTimer time;
@@ -70,6 +71,13 @@ struct Told {
   std::vector<CameraError> errors;
 };
 
+/// A clock that has gone on by so many milliseconds whenever it is looked at.
+std::function<FrameRelay::Time()> every(int milliseconds) {
+  return [time = FrameRelay::Time(), milliseconds]() mutable {
+    return time += std::chrono::milliseconds(milliseconds);
+  };
+}
+
 QVideoFrame blackFrame(QSize size) {
   QVideoFrame frame(QVideoFrameFormat(size, QVideoFrameFormat::Format_NV12));
   EXPECT_TRUE(frame.map(QVideoFrame::WriteOnly));
@@ -82,8 +90,8 @@ QVideoFrame blackFrame(QSize size) {
 
 TEST(FrameRelay, opensOnceAndHandsFramesOnWhereTheyCome) {
   Told told;
-  FrameRelay relay(kHost, told.events(), true);
-  EXPECT_FALSE(relay.hasShownFrames());
+  FrameRelay relay(kHost, told.events(), true, every(16));
+  EXPECT_EQ(relay.shownFrames(), 0u);
   relay.take(QVideoFrame());
   EXPECT_FALSE(relay.hasSeenFrames());
   relay.take(QVideoFrame(QVideoFrameFormat({32, 24}, QVideoFrameFormat::Format_Y16)));
@@ -91,7 +99,7 @@ TEST(FrameRelay, opensOnceAndHandsFramesOnWhereTheyCome) {
   EXPECT_EQ(told.frames[0], nullptr) << "a frame whose pixels cannot be had";
   EXPECT_TRUE(told.formats.empty());
   EXPECT_TRUE(relay.hasSeenFrames());
-  EXPECT_FALSE(relay.hasShownFrames());
+  EXPECT_EQ(relay.shownFrames(), 0u);
   QVideoFrame frame = blackFrame({64, 48});
   frame.setRotationAngle(QVideoFrame::Rotation270);
   relay.take(frame);
@@ -100,10 +108,81 @@ TEST(FrameRelay, opensOnceAndHandsFramesOnWhereTheyCome) {
   EXPECT_EQ(told.formats[0].resolution, (PixelSize{48, 64}));
   EXPECT_TRUE(told.formats[0].isFront);
   EXPECT_EQ(told.frames.size(), 3u);
-  EXPECT_TRUE(relay.hasShownFrames());
+  EXPECT_EQ(relay.shownFrames(), 2u);
   relay.stop();
   relay.take(frame);
   EXPECT_EQ(told.frames.size(), 3u);
+}
+
+int copies = 0;
+PixelBuffer::Writable countedCopy(PixelFormat format, PixelSize size, std::size_t extra) {
+  ++copies;
+  return PixelBuffer::allocate(format, size, extra);
+}
+
+TEST(FrameRelay, leavesAloneWhatNobodyWouldSee) {
+  static constexpr Host kCounting{.allocate = countedCopy};
+  const QVideoFrame frame = blackFrame({64, 48});
+  const std::pair<int, int> copiesOf24[] = {{4, 8}, {8, 12}, {16, 24}, {33, 24}};
+  for (const auto& [pause, expected] : copiesOf24) {
+    copies = 0;
+    Told told;
+    FrameRelay relay(kCounting, told.events(), true, every(pause));
+    for (int i = 0; i < 24; ++i) relay.take(frame);
+    EXPECT_EQ(copies, expected) << "a frame every " << pause << " ms";
+    EXPECT_EQ(told.frames.size(), static_cast<std::size_t>(expected));
+    relay.stop();
+    for (int i = 0; i < 24; ++i) relay.take(frame);
+    EXPECT_EQ(copies, expected) << "nor once it is stopped";
+  }
+}
+
+TEST(FrameRelay, waitsForACallThatRunsWhenItIsStopped) {
+  std::promise<void> called, mayReturn;
+  std::atomic<bool> hasReturned{false};
+  FrameRelay relay(kHost,
+                   {.opened = [](const CameraFormat&) {},
+                    .frame =
+                        [&](const PixelBufferPtr&) {
+                          called.set_value();
+                          mayReturn.get_future().wait();
+                          hasReturned = true;
+                          return true;
+                        },
+                    .failed = {}},
+                   true);
+  std::thread camera([&] { relay.take(blackFrame({64, 48})); });
+  called.get_future().wait();
+  std::thread screen([&] {
+    relay.stop();
+    EXPECT_TRUE(hasReturned);
+  });
+  mayReturn.set_value();
+  screen.join();
+  camera.join();
+}
+
+TEST(FrameRelay, mayBeStoppedWithinACall) {
+  for (const bool withinOpened : {true, false}) {
+    FrameRelay* stopped = nullptr;
+    int frames = 0;
+    FrameRelay relay(kHost,
+                     {.opened =
+                          [&](const CameraFormat&) {
+                            if (withinOpened) stopped->stop();
+                          },
+                      .frame =
+                          [&](const PixelBufferPtr&) {
+                            ++frames;
+                            stopped->stop();
+                            return true;
+                          },
+                      .failed = {}},
+                     true, every(20));
+    stopped = &relay;
+    for (int i = 0; i < 3; ++i) relay.take(blackFrame({64, 48}));
+    EXPECT_EQ(frames, withinOpened ? 0 : 1);
+  }
 }
 
 TEST(FrameRelay, decompressesElsewhereAndEndsInTheMiddle) {
@@ -119,7 +198,7 @@ TEST(FrameRelay, decompressesElsewhereAndEndsInTheMiddle) {
   frame.unmap();
   Told told;
   {
-    FrameRelay relay(kHost, told.events(), false);
+    FrameRelay relay(kHost, told.events(), false, every(16));
     for (int i = 0; i < 50; ++i) relay.take(frame);
     EXPECT_TRUE(waitFor([&] { return told.frameCount() > 0; }));
     for (int i = 0; i < 50; ++i) relay.take(frame);

@@ -16,7 +16,7 @@ namespace {
 
 using Format = QVideoFrameFormat::PixelFormat;
 
-constexpr Host kHost{PixelBuffer::allocate};
+constexpr Host kHost;
 
 /// What a camera saw: a bright red half at the left, a dark blue one at the right.
 struct Rgb {

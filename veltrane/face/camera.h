@@ -36,8 +36,8 @@ struct CameraFormat {
 /// destroyed on the main thread. Of its formats it takes the 4:2:0 one of the highest resolution.
 class Camera {
  public:
-  /// What a camera calls, from any thread. Calls that come after `stopRunning` have no effect, so
-  /// they need not be waited for.
+  /// What a camera calls, from any thread. Calls that come after `stopRunning` have no effect, so a
+  /// camera need not wait for them.
   struct Events {
     /// Once, before the first frame.
     std::function<void(const CameraFormat&)> opened;
@@ -51,7 +51,10 @@ class Camera {
   virtual ~Camera() = default;
   /// Once. Opens the camera without blocking; an error is told later or within the call.
   virtual void startRunning(Events events) = 0;
-  /// Gives the camera back. Also before it has opened; more than once.
+  /// Gives the camera back. Also before it has opened; more than once; within a call of `Events`.
+  /// It returns soon: the system's camera and those of files wait for a call of `Events` that runs,
+  /// other than one that this is called from, as none of them takes long; a host's own is pushed by
+  /// threads that are not to be waited for.
   virtual void stopRunning() = 0;
 };
 

@@ -6,6 +6,11 @@
 namespace veltrane::qtquick::multimedia {
 namespace {
 
+/// A picture of a face is made smaller than what has more pixels on its longer side.
+constexpr int kLongEnough = 1000;
+/// Pictures a second that a screen shows.
+constexpr double kFastest = 60;
+
 template <typename Item, typename Rank>
 std::optional<std::size_t> best(const std::vector<Item>& items, Rank rank) {
   const auto found = std::max_element(
@@ -28,7 +33,11 @@ std::optional<std::size_t> chooseDevice(const std::vector<OfferedDevice>& device
 std::optional<std::size_t> chooseFormat(const std::vector<OfferedFormat>& formats) {
   const auto chosen = best(formats, [](const OfferedFormat& format) {
     const auto [width, height] = format.resolution;
-    return std::tuple(format.kind, std::int64_t{width} * height, format.framesPerSecond);
+    const double rate = format.framesPerSecond;
+    const bool isHalved = format.kind == OfferedFormat::halvedChroma;
+    return std::tuple(format.kind != OfferedFormat::unusable, rate <= 0 || rate >= kLeastRate,
+                      isHalved, isHalved || std::max(width, height) >= kLongEnough, format.kind,
+                      std::int64_t{width} * height, std::min(rate, kFastest));
   });
   const bool isUsable = chosen && formats[*chosen].kind != OfferedFormat::unusable;
   return isUsable ? chosen : std::nullopt;
@@ -38,9 +47,19 @@ CameraError failureOf(const CameraState& state) {
   if (state.isForbidden) {
     return {CameraError::permissionRefused, "This program may not use the camera."};
   }
-  if (state.hasShownFrames) return {CameraError::lost, "The camera was disconnected."};
-  if (!state.isListed) return {CameraError::noCamera, "The camera is not available."};
-  return {CameraError::busy, "The camera is used by another program."};
+  const auto& [number, words, isBusy] = state.fault;
+  if (!state.isListed) {
+    if (state.hasShownFrames) return {CameraError::lost, "The camera was disconnected."};
+    return {CameraError::noCamera, "The camera is not available."};
+  }
+  if (isBusy) return {CameraError::busy, "The camera is used by another program."};
+  if (state.hasShownFrames) {
+    return {CameraError::lost, words.empty() ? "The camera has stopped." : words};
+  }
+  if (!words.empty()) return {kSystemErrors + number, words};
+  if (state.hasSeenFrames) return noSuitableFormat();
+  // As cameras do that another program holds.
+  return {CameraError::busy, "The camera shows nothing. Another program may be using it."};
 }
 
 CameraError noSuitableFormat() {

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "veltrane/face/camera.h"
@@ -26,10 +28,24 @@ struct OfferedFormat {
   double framesPerSecond = 0;
 };
 
-/// The 4:2:0 format (`halvedChroma`) of the highest resolution, of those the fastest. Without any
-/// such the same of the rest, pixels before what has to be decompressed. Nothing when none is
-/// usable.
+/// Fewer pictures a second are too few to follow a face with.
+inline constexpr double kLeastRate = 15;
+
+/// Of the formats that are fast enough (one that does not tell its rate, which is 0 then, may be)
+/// the 4:2:0 one (`halvedChroma`) of the highest resolution. Without any such one that is as long
+/// as a picture of a face can become, rather than smaller; rather one that need not be
+/// decompressed; and of those the highest resolution. Of equals the fastest, as far as a screen can
+/// show. Slower ones only where all are. Nothing when none is usable.
 std::optional<std::size_t> chooseFormat(const std::vector<OfferedFormat>& formats);
+
+/// What the system tells of a camera that does not do.
+struct CameraFault {
+  /// Its own number and words; empty when it has told nothing.
+  int number = 0;
+  std::string words;
+  /// It has told that another program has the camera.
+  bool isBusy = false;
+};
 
 /// What is known when a camera does not do.
 struct CameraState {
@@ -37,10 +53,16 @@ struct CameraState {
   bool isListed = false;
   /// This program may not open it.
   bool isForbidden = false;
+  /// Frames have come, and there were pixels in some.
+  bool hasSeenFrames = false;
   bool hasShownFrames = false;
+  CameraFault fault;
 };
 
-/// Why, in words for the person.
+/// The system's own numbers are told as so much more, apart from those that have names.
+inline constexpr std::int64_t kSystemErrors = 100;
+
+/// Why, in words for the person: the system's own where it says something that is not known here.
 CameraError failureOf(const CameraState& state);
 CameraError noSuitableFormat();
 

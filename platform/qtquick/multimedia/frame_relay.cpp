@@ -3,17 +3,10 @@
 #include <utility>
 
 namespace veltrane::qtquick::multimedia {
-namespace {
 
-PixelSize uprightSize(const PixelBuffer& frame) {
-  const bool lies = frame.turn == Turn::quarter || frame.turn == Turn::threeQuarters;
-  return lies ? PixelSize{frame.size.height, frame.size.width} : frame.size;
-}
-
-}  // namespace
-
-FrameRelay::FrameRelay(const Host& host, Camera::Events events, bool isFront)
-    : host_(host), events_(std::move(events)), isFront_(isFront) {}
+FrameRelay::FrameRelay(const Host& host, Camera::Events events, bool isFront,
+                       std::function<Time()> now)
+    : host_(host), events_(std::move(events)), isFront_(isFront), now_(std::move(now)) {}
 
 FrameRelay::~FrameRelay() {
   stop();
@@ -22,7 +15,7 @@ FrameRelay::~FrameRelay() {
 
 void FrameRelay::take(const QVideoFrame& frame) {
   // What comes between two sources of a sink.
-  if (!frame.isValid()) return;
+  if (!frame.isValid() || !isWanted()) return;
   if (kindOf(frame.pixelFormat()) != OfferedFormat::compressed) {
     return handOn(pixelBufferFrom(frame, host_));
   }
@@ -32,6 +25,14 @@ void FrameRelay::take(const QVideoFrame& frame) {
   waiting_ = std::move(copy);
   if (!decompressing_.joinable()) decompressing_ = std::thread([this] { decompress(); });
   wake_.notify_one();
+}
+
+bool FrameRelay::isWanted() {
+  const Time now = now_();
+  const std::lock_guard lock(mutex_);
+  if (isStopped_ || waiting_ || (latest_ && now - *latest_ < kLeastPause)) return false;
+  latest_ = now;
+  return true;
 }
 
 void FrameRelay::decompress() {
@@ -49,12 +50,26 @@ void FrameRelay::handOn(const PixelBufferPtr& buffer) {
   bool isFirst = false;
   {
     const std::lock_guard lock(mutex_);
-    if (isStopped_) return;
+    // A camera that changes from compressed frames to others has one of either kind for a moment.
+    if (isStopped_ || calling_) return;
+    calling_ = std::this_thread::get_id();
     hasSeenFrames_ = true;
-    isFirst = buffer && !std::exchange(isOpen_, isOpen_ || buffer);
+    isFirst = buffer && shownFrames_++ == 0;
   }
-  if (isFirst) events_.opened({.resolution = uprightSize(*buffer), .isFront = isFront_});
-  events_.frame(buffer);
+  if (isFirst) {
+    events_.opened({.resolution = ((*buffer).*host_.uprightSize)(), .isFront = isFront_});
+  }
+  if (!isStopped()) events_.frame(buffer);
+  {
+    const std::lock_guard lock(mutex_);
+    calling_.reset();
+    returned_.notify_all();
+  }
+}
+
+bool FrameRelay::isStopped() const {
+  const std::lock_guard lock(mutex_);
+  return isStopped_;
 }
 
 bool FrameRelay::hasSeenFrames() const {
@@ -62,16 +77,18 @@ bool FrameRelay::hasSeenFrames() const {
   return hasSeenFrames_;
 }
 
-bool FrameRelay::hasShownFrames() const {
+std::uint64_t FrameRelay::shownFrames() const {
   const std::lock_guard lock(mutex_);
-  return isOpen_;
+  return shownFrames_;
 }
 
 void FrameRelay::stop() {
-  const std::lock_guard lock(mutex_);
+  std::unique_lock lock(mutex_);
   isStopped_ = true;
   waiting_.reset();
   wake_.notify_all();
+  if (calling_ == std::this_thread::get_id()) return;
+  returned_.wait(lock, [this] { return !calling_; });
 }
 
 }  // namespace veltrane::qtquick::multimedia

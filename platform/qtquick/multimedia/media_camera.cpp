@@ -2,26 +2,20 @@
 
 #include <QCamera>
 #include <QCameraDevice>
+#include <QCoreApplication>
 #include <QMediaCaptureSession>
 #include <QMediaDevices>
-#include <QTimer>
 #include <QVideoSink>
-#include <chrono>
 #include <utility>
 #include <vector>
 
 #include "platform/qtquick/multimedia/camera_choice.h"
 #include "platform/qtquick/multimedia/camera_permission.h"
-#include "platform/qtquick/multimedia/frame_relay.h"
+#include "platform/qtquick/multimedia/camera_run.h"
 #include "platform/qtquick/multimedia/video_frames.h"
 
 namespace veltrane::qtquick::multimedia {
 namespace {
-
-using namespace std::chrono_literals;
-
-/// A camera that another program holds may say nothing at all.
-constexpr auto kLongestSilence = 8s;
 
 QCameraDevice usualDevice() {
   const auto devices = QMediaDevices::videoInputs();
@@ -51,71 +45,48 @@ std::optional<QCameraFormat> usualFormat(const QCameraDevice& device) {
   return formats[static_cast<qsizetype>(*chosen)];
 }
 
-/// One camera from its start to its end.
-class Run final : public QObject {
+/// Qt has no number for it, only words, which may be translated.
+bool isOfBusyCamera(const QString& words) {
+  static constexpr const char* kWords = "Camera is in use.";
+  return words == QLatin1String(kWords) ||
+         words == QCoreApplication::translate("QV4L2Camera", kWords);
+}
+
+class MediaSource final : public CameraSource {
  public:
-  Run(const QCameraDevice& device, const QCameraFormat& format, const Host& host,
-      const Camera::Events& events)
-      : device_(device),
-        failed_(events.failed),
-        relay_(host, events, device.position() != QCameraDevice::BackFace),
-        camera_(device) {
+  MediaSource(const QCameraDevice& device, const QCameraFormat& format)
+      : device_(device), camera_(device) {
     if (!format.isNull()) camera_.setCameraFormat(format);
     session_.setCamera(&camera_);
     session_.setVideoSink(&sink_);
-    connect(
-        &sink_, &QVideoSink::videoFrameChanged, this,
-        [this](const QVideoFrame& frame) { relay_.take(frame); }, Qt::DirectConnection);
-    connect(&camera_, &QCamera::errorOccurred, this, [this] { fail(); });
-    connect(&devices_, &QMediaDevices::videoInputsChanged, this, [this] {
-      if (!isListed()) fail();
-    });
-    connect(&silence_, &QTimer::timeout, this, [this] {
-      if (!relay_.hasShownFrames()) fail();
-    });
-    silence_.setSingleShot(true);
   }
+  ~MediaSource() override { camera_.stop(); }
 
-  void start() {
-    silence_.start(kLongestSilence);
+  void start(Events events) override {
+    QObject::connect(
+        &sink_, &QVideoSink::videoFrameChanged, &sink_,
+        [took = std::move(events.frame)](const QVideoFrame& frame) { took(frame); },
+        Qt::DirectConnection);
+    QObject::connect(
+        &camera_, &QCamera::errorOccurred, &camera_,
+        [failed = std::move(events.failed)](QCamera::Error error, const QString& words) {
+          failed({.number = error, .words = words.toStdString(), .isBusy = isOfBusyCamera(words)});
+        });
+    QObject::connect(&devices_, &QMediaDevices::videoInputsChanged, &devices_,
+                     std::move(events.listChanged));
     camera_.start();
   }
 
-  /// May be called within a call of this object's.
-  void stop() {
-    relay_.stop();
-    isOver_ = true;
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-          camera_.stop();
-          deleteLater();
-        },
-        Qt::QueuedConnection);
-  }
+  bool isFront() const override { return device_.position() != QCameraDevice::BackFace; }
+  bool isListed() const override { return QMediaDevices::videoInputs().contains(device_); }
+  bool isForbidden() const override { return multimedia::isForbidden(device_.id().toStdString()); }
 
  private:
-  bool isListed() const { return QMediaDevices::videoInputs().contains(device_); }
-
-  void fail() {
-    if (std::exchange(isOver_, true)) return;
-    relay_.stop();
-    const bool isUnusable = relay_.hasSeenFrames() && !relay_.hasShownFrames();
-    if (isUnusable && isListed()) return failed_(noSuitableFormat());
-    failed_(failureOf({.isListed = isListed(),
-                       .isForbidden = isForbidden(device_.id().toStdString()),
-                       .hasShownFrames = relay_.hasShownFrames()}));
-  }
-
   const QCameraDevice device_;
-  const std::function<void(CameraError)> failed_;
-  FrameRelay relay_;
   QMediaDevices devices_;
   QMediaCaptureSession session_;
   QCamera camera_;
   QVideoSink sink_;
-  QTimer silence_;
-  bool isOver_ = false;
 };
 
 class MediaCamera final : public Camera {
@@ -130,7 +101,7 @@ class MediaCamera final : public Camera {
     }
     const auto format = usualFormat(device);
     if (!format) return events.failed(noSuitableFormat());
-    run_ = new Run(device, *format, host_, events);
+    run_ = new CameraRun(std::make_unique<MediaSource>(device, *format), host_, events);
     run_->start();
   }
 
@@ -141,7 +112,7 @@ class MediaCamera final : public Camera {
  private:
   const Host& host_;
   /// Deletes itself.
-  Run* run_ = nullptr;
+  CameraRun* run_ = nullptr;
 };
 
 }  // namespace

@@ -27,7 +27,10 @@ class CaptureSounds {
 namespace multimedia {
 
 struct Host {
-  PixelBuffer::Writable (*allocate)(PixelFormat, PixelSize, std::size_t extra);
+  PixelBuffer::Writable (*allocate)(PixelFormat, PixelSize,
+                                    std::size_t extra) = PixelBuffer::allocate;
+  PixelSize (PixelBuffer::*planeSize)(std::size_t plane) const = &PixelBuffer::planeSize;
+  PixelSize (PixelBuffer::*uprightSize)() const = &PixelBuffer::uprightSize;
 };
 
 struct Module {

@@ -11,10 +11,6 @@ namespace {
 using Format = QVideoFrameFormat::PixelFormat;
 using BufferPtr = std::shared_ptr<PixelBuffer>;
 
-constexpr int halved(int length) {
-  return length / 2 + length % 2;
-}
-
 /// A frame that stays mapped for as long as this lives.
 class Mapped {
  public:
@@ -111,34 +107,15 @@ std::optional<Layout> layoutOf(Format format) {
 }
 
 /// Bytes that count in a row of a plane, and rows.
-PixelSize extentOf(PixelFormat format, int plane, PixelSize size) {
-  const int halfWidth = halved(size.width);
-  const int rows = plane > 0 ? halved(size.height) : size.height;
-  switch (format) {
-    case PixelFormat::nv12:
-      return {plane > 0 ? 2 * halfWidth : size.width, rows};
-    case PixelFormat::i420:
-      return {plane > 0 ? halfWidth : size.width, rows};
-    case PixelFormat::yuy2:
-      return {4 * halfWidth, rows};
-    case PixelFormat::rgb:
-      return {3 * size.width, rows};
-    case PixelFormat::bgra:
-      return {4 * size.width, rows};
-  }
-  return {};
-}
-
-int planesOf(PixelFormat format) {
-  if (format == PixelFormat::i420) return 3;
-  return format == PixelFormat::nv12 ? 2 : 1;
+PixelSize extentOf(const PixelBuffer::Writable& made, std::size_t plane, const Host& host) {
+  return ((*made.buffer).*host.planeSize)(plane);
 }
 
 /// Copied: what lies in a camera's memory goes with the camera, frames or not, and unwiped.
 BufferPtr sameOrder(const Mapped& mapped, const Layout& layout, const Host& host) {
   const auto made = host.allocate(layout.format, mapped.size(), 0);
-  for (int i = 0; i < planesOf(layout.format); ++i) {
-    const auto [rowBytes, rows] = extentOf(layout.format, i, mapped.size());
+  for (std::size_t i = 0; i < PixelBuffer::kMostPlanes && made.planes[i]; ++i) {
+    const auto [rowBytes, rows] = extentOf(made, i, host);
     const auto from = mapped.rows(layout.planes[i], rowBytes, rows);
     if (!from) return nullptr;
     const std::ptrdiff_t stride = made.buffer->planes[i].stride;
@@ -165,11 +142,10 @@ void reorder(const PixelPlane& from, std::uint8_t* to, std::ptrdiff_t stride, in
 /// One plane of pixels whose bytes stand in another order.
 BufferPtr reordered(const Mapped& mapped, PixelFormat format, const int (&order)[4],
                     const Host& host) {
-  const PixelSize size = mapped.size();
-  const auto [rowBytes, rows] = extentOf(format, 0, size);
+  const auto made = host.allocate(format, mapped.size(), 0);
+  const auto [rowBytes, rows] = extentOf(made, 0, host);
   const auto from = mapped.rows(0, rowBytes, rows);
   if (!from) return nullptr;
-  const auto made = host.allocate(format, size, 0);
   reorder(*from, made.planes[0], made.buffer->planes[0].stride, rows, rowBytes / 4, 4, order);
   return made.buffer;
 }
@@ -178,11 +154,11 @@ BufferPtr fromNV21(const Mapped& mapped, const Host& host) {
   static constexpr int kSame[] = {0};
   static constexpr int kSwapped[] = {1, 0};
   const PixelSize size = mapped.size();
-  const auto [width, height] = extentOf(PixelFormat::nv12, 1, size);
+  const auto made = host.allocate(PixelFormat::nv12, size, 0);
+  const auto [width, height] = extentOf(made, 1, host);
   const auto luma = mapped.rows(0, size.width, size.height);
   const auto chroma = mapped.rows(1, width, height);
   if (!luma || !chroma) return nullptr;
-  const auto made = host.allocate(PixelFormat::nv12, size, 0);
   const auto* planes = made.buffer->planes;
   reorder(*luma, made.planes[0], planes[0].stride, size.height, size.width, 1, kSame);
   reorder(*chroma, made.planes[1], planes[1].stride, height, width / 2, 2, kSwapped);
@@ -191,12 +167,12 @@ BufferPtr fromNV21(const Mapped& mapped, const Host& host) {
 
 BufferPtr fromYUV422P(const Mapped& mapped, const Host& host) {
   const PixelSize size = mapped.size();
-  const int pairs = halved(size.width);
+  const auto made = host.allocate(PixelFormat::yuy2, size, 0);
+  const int pairs = extentOf(made, 0, host).width / 4;
   const auto luma = mapped.rows(0, size.width, size.height);
   const auto u = mapped.rows(1, pairs, size.height);
   const auto v = mapped.rows(2, pairs, size.height);
   if (!luma || !u || !v) return nullptr;
-  const auto made = host.allocate(PixelFormat::yuy2, size, 0);
   for (std::ptrdiff_t y = 0; y < size.height; ++y) {
     std::uint8_t* target = made.planes[0] + y * made.buffer->planes[0].stride;
     const std::uint8_t* const row = luma->data + y * luma->stride;
@@ -218,7 +194,7 @@ BufferPtr fromGrey(const Mapped& mapped, const Host& host) {
   const auto made = host.allocate(PixelFormat::nv12, size, 0);
   const auto* planes = made.buffer->planes;
   reorder(*luma, made.planes[0], planes[0].stride, size.height, size.width, 1, kSame);
-  const int rows = extentOf(PixelFormat::nv12, 1, size).height;
+  const int rows = extentOf(made, 1, host).height;
   std::memset(made.planes[1], 128, static_cast<std::size_t>(planes[1].stride * rows));
   return made.buffer;
 }
