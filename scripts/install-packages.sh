@@ -14,7 +14,7 @@ build="ca-certificates curl cmake g++ ninja-build ccache
   qml6-module-qtquick-templates qml6-module-qtquick-window qml6-module-qtqml
   qml6-module-qtqml-models qml6-module-qtqml-workerscript qml6-module-qt-labs-qmlmodels
   fonts-dejavu-core"
-test="libgtest-dev libgmock-dev qml6-module-qttest chromium zbar-tools swtpm gnome-keyring
+test="libgtest-dev libgmock-dev qt6-base-private-dev qml6-module-qttest chromium zbar-tools swtpm gnome-keyring
   dbus dbus-daemon"
 # Node from elsewhere brings its own npm and gets along with no other.
 command -v npm > /dev/null || build="$build nodejs npm"

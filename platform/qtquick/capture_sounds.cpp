@@ -16,8 +16,8 @@ void useCaptureSounds(MakeCaptureSounds make) {
   maker() = std::move(make);
 }
 
-std::shared_ptr<CaptureSounds> makeCaptureSounds() {
-  return maker() ? maker()() : nullptr;
+MakeCaptureSounds captureSoundsMaker() {
+  return maker();
 }
 
 }  // namespace veltrane::qtquick

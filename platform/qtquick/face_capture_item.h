@@ -3,6 +3,7 @@
 #include <QRectF>
 #include <memory>
 
+#include "platform/qtquick/capture_sounds.h"
 #include "platform/qtquick/screen_items.h"
 #include "veltrane/face/face_hint.h"
 
@@ -11,8 +12,6 @@ class FaceImageCaptureVC;
 }
 
 namespace veltrane::qtquick {
-
-class CaptureSounds;
 
 /// The screen that takes a picture of the person's face.
 class FaceCaptureItem : public veltrane::qtquick::ScreenItem {
@@ -30,7 +29,7 @@ class FaceCaptureItem : public veltrane::qtquick::ScreenItem {
   /// A picture may still come.
   Q_PROPERTY(bool capturing READ isCapturing NOTIFY changed)
   /// The system shows other programs in place of this one.
-  Q_PROPERTY(bool inBackground READ isInBackground NOTIFY changed)
+  Q_PROPERTY(bool inBackground READ isInBackground NOTIFY inBackgroundChanged)
 
  public:
   /// In the order of `FaceHint`.
@@ -70,12 +69,14 @@ class FaceCaptureItem : public veltrane::qtquick::ScreenItem {
  signals:
   /// There is another frame to show, or none any more.
   void framePassed();
+  void inBackgroundChanged();
 
  private:
   void sound();
 
   const std::shared_ptr<FaceImageCaptureVC> capture_;
-  const std::shared_ptr<CaptureSounds> sounds_;
+  MakeCaptureSounds makeSounds_;
+  std::shared_ptr<CaptureSounds> sounds_;
   bool wasAccepted_ = false;
   Subscription frames_;
 };

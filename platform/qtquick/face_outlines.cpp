@@ -12,10 +12,23 @@ namespace {
 
 /// Steps that make up the soft edge of a shadow.
 constexpr int kShadowSteps = 5;
+// Lines belong to the picture and grow and shrink with it. Beyond these bounds, in points and as
+// often as wide as they are said to be, they could not be seen for a camera of more than 4K, and
+// would hide the face in the picture of one with few pixels.
 constexpr double kThinnest = 1.5;
+constexpr double kMostEnlarged = 2;
 
-double reachOf(const FaceShapeLayer& layer) {
-  return layer.lineWidth / 2 + layer.shadowRadius;
+double widthOf(const FaceShapeLayer& layer, const DetectionOverlay& overlay) {
+  const double width = layer.lineWidth * std::abs(overlay.affineTransform.d);
+  return std::clamp(width, kThinnest, kMostEnlarged * layer.lineWidth);
+}
+
+double shadowRadiusOf(const FaceShapeLayer& layer, const DetectionOverlay& overlay) {
+  return layer.shadowRadius * widthOf(layer, overlay) / layer.lineWidth;
+}
+
+double reachOf(const FaceShapeLayer& layer, const DetectionOverlay& overlay) {
+  return widthOf(layer, overlay) / 2 + shadowRadiusOf(layer, overlay);
 }
 
 QPen roundPen(const QColor& color, double width) {
@@ -60,8 +73,8 @@ void FaceOutlines::follow() {
     const FaceImageCaptureVC& state = capture_->capture();
     rectangles = inView(state.detectedFaceRectangleShapeLayer);
     landmarks = inView(state.detectedFaceLandmarksShapeLayer);
-    reach = std::max(reachOf(state.detectedFaceRectangleShapeLayer),
-                     reachOf(state.detectedFaceLandmarksShapeLayer));
+    reach = std::max(reachOf(state.detectedFaceRectangleShapeLayer, state.detectionOverlayLayer),
+                     reachOf(state.detectedFaceLandmarksShapeLayer, state.detectionOverlayLayer));
   }
   if (rectangles == rectangles_ && landmarks == landmarks_) return;
   rectangles_ = rectangles;
@@ -89,17 +102,15 @@ void FaceOutlines::paint(QPainter* painter) {
   paintLayer(*painter, state.detectedFaceLandmarksShapeLayer, landmarks_);
 }
 
-// Lines belong to the picture and grow and shrink with it, within what can be seen and does not
-// hide the face.
 void FaceOutlines::paintLayer(QPainter& painter, const FaceShapeLayer& layer,
                               const QPainterPath& path) const {
-  const double scale = std::abs(capture_->capture().detectionOverlayLayer.affineTransform.d);
-  const double width = std::clamp(layer.lineWidth * scale, kThinnest, layer.lineWidth);
-  const double radius = layer.shadowRadius * width / layer.lineWidth;
+  const auto& overlay = capture_->capture().detectionOverlayLayer;
+  const double width = widthOf(layer, overlay);
+  const double radius = shadowRadiusOf(layer, overlay);
   QColor shadow(Qt::black);
-  // As many strokes of this opacity over each other are as dark as the shadow.
+  // As many strokes of this opacity over each other are as dark as the shadow is at the line.
   const double rest = std::pow(1 - layer.shadowOpacity, 1.0 / kShadowSteps);
-  shadow.setAlphaF(static_cast<float>((1 - rest) / 2));
+  shadow.setAlphaF(static_cast<float>(1 - rest));
   for (int step = kShadowSteps; step > 0; --step) {
     painter.strokePath(path, roundPen(shadow, width + 2 * radius * step / kShadowSteps));
   }

@@ -1,6 +1,9 @@
 #include "platform/qtquick/multimedia_library.h"
 
+#include <QCoreApplication>
+#include <QMetaObject>
 #include <string>
+#include <thread>
 #include <utility>
 
 #if defined(VELTRANE_MULTIMEDIA_LIBRARY) && defined(VELTRANE_LOAD_LATE)
@@ -46,22 +49,42 @@ const Module* module() {
   return loaded;
 }
 
-class SystemCamera final : public Camera {
+/// Loads the library on a thread of its own, so that the screen opens smoothly; the rest has to be
+/// done on the main one.
+class SystemCamera final : public Camera, public std::enable_shared_from_this<SystemCamera> {
  public:
+  ~SystemCamera() override { stopRunning(); }
+
   void startRunning(Events events) override {
+    isWanted_ = true;
+    loading_ = std::thread([weak = weak_from_this(), events = std::move(events)] {
+      module();
+      const auto loaded = [weak, events] {
+        const auto self = weak.lock();
+        if (self && self->isWanted_) self->open(events);
+      };
+      QMetaObject::invokeMethod(qApp, loaded, Qt::QueuedConnection);
+    });
+  }
+  void stopRunning() override {
+    isWanted_ = false;
+    if (loading_.joinable()) loading_.join();
+    if (camera_) camera_->stopRunning();
+  }
+
+ private:
+  void open(const Events& events) {
     static constexpr multimedia::Host host;
     if (!module()) {
       return events.failed({CameraError::noCamera, "The camera is not available."});
     }
     camera_ = module()->makeCamera(host);
-    camera_->startRunning(std::move(events));
-  }
-  void stopRunning() override {
-    if (camera_) camera_->stopRunning();
+    camera_->startRunning(events);
   }
 
- private:
+  std::thread loading_;
   std::shared_ptr<Camera> camera_;
+  bool isWanted_ = false;
 };
 
 }  // namespace

@@ -7,7 +7,8 @@
 namespace veltrane::qtquick {
 
 /// The system's front camera, or its only one, by Qt Multimedia; which is loaded when it is
-/// started. Where it is not installed the camera fails and says so. Never null.
+/// started, off the main thread. Where it is not installed the camera fails and says so. Never
+/// null.
 std::shared_ptr<Camera> makeSystemCamera();
 
 /// Null where there is nothing to be heard from. Main thread.

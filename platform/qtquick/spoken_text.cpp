@@ -16,8 +16,15 @@ void SpokenText::setText(const QString& text) {
   if (text == text_) return;
   text_ = text;
   emit textChanged();
-  isLate_ = isPausing_;
-  if (!isPausing_) speak();
+  isLate_ = isPausing_ && !isUrgent_;
+  if (!isLate_) speak();
+}
+
+void SpokenText::setUrgent(bool urgent) {
+  if (urgent == isUrgent_) return;
+  isUrgent_ = urgent;
+  emit urgentChanged();
+  if (isUrgent_ && isLate_) speak();
 }
 
 void SpokenText::componentComplete() {

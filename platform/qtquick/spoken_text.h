@@ -12,14 +12,16 @@
 namespace veltrane::qtquick {
 
 /// Has assistive programs say a text that changes by itself: at once when nothing has been said for
-/// a while, else when that while is over, and again as long as it holds. What has changed in the
-/// meantime is left out.
+/// a while, or when it is urgent, else when that while is over; and again as long as it holds. What
+/// has changed in the meantime is left out.
 class SpokenText : public QObject, public QQmlParserStatus {
   Q_OBJECT
   Q_INTERFACES(QQmlParserStatus)
   QML_ELEMENT
   /// Empty says nothing.
   Q_PROPERTY(QString text READ text WRITE setText NOTIFY textChanged)
+  /// There will be no time to say the text later.
+  Q_PROPERTY(bool urgent READ isUrgent WRITE setUrgent NOTIFY urgentChanged)
   /// The item whose accessible name the text is.
   Q_PROPERTY(QQuickItem* speaker MEMBER speaker_ NOTIFY speakerChanged)
 
@@ -34,12 +36,15 @@ class SpokenText : public QObject, public QQmlParserStatus {
 
   const QString& text() const { return text_; }
   void setText(const QString& text);
+  bool isUrgent() const { return isUrgent_; }
+  void setUrgent(bool urgent);
 
   void classBegin() override { isMade_ = false; }
   void componentComplete() override;
 
  signals:
   void textChanged();
+  void urgentChanged();
   void speakerChanged();
   /// This has been said.
   void spoken(const QString& text);
@@ -55,6 +60,7 @@ class SpokenText : public QObject, public QQmlParserStatus {
   bool isMade_ = true;
   bool isPausing_ = false;
   bool isLate_ = false;
+  bool isUrgent_ = false;
   int turn_ = 0;
   /// Gone with this object, so that nothing comes of what was to be done later.
   std::shared_ptr<SpokenText*> self_;

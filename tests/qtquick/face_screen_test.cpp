@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <qpa/qwindowsysteminterface.h>
 #include <QAccessible>
 #include <QTest>
 #include <algorithm>
@@ -71,6 +72,11 @@ TEST_F(FaceScreen, outlinesAndOvalFollowTheFace) {
       QRectF(rect.x, rect.y, rect.width, rect.height).intersected(QRectF(0, 0, 390, 844))));
   const QColor edge = at(seen(), rect.x, rect.y + rect.height / 2);
   EXPECT_GT(edge.green(), edge.red() + 40);
+  // The shadow takes 0.7 of the light that there is beside the line.
+  const double bright = at(seen(), rect.x - 25, rect.y + rect.height / 2).red();
+  const double width = 5 * capture_->detectionOverlayLayer.affineTransform.d;
+  EXPECT_NEAR(at(seen(), rect.x - std::abs(width) / 2 - 1, rect.y + rect.height / 2).red(),
+              0.3 * bright, 0.06 * bright);
   // Nobody any more.
   vision_->see({});
   film(frame_, [this] { return capture_->detectedFaceRectangleShapeLayer.path.empty(); });
@@ -181,11 +187,13 @@ TEST_F(FaceScreen, hintsAreSpokenButNotAllTheTime) {
   EXPECT_EQ(said, (Said{"No face in sight", "No face in sight"})) << "it still holds";
   platform_.mainQueue->advance(seconds(4));
   said.clear();
+  vision_->see({.faces = {kTooFarLeft}});
+  film(frame_, [this] { return capture_->hint == FaceHint::moveLeft; });
+  EXPECT_EQ(said, Said{"Place your face in the oval"}) << "that there is none holds no longer";
+  said.clear();
   vision_->see({.faces = {kInside}});
   film(frame_, [this] { return capture_->faceDetected; });
-  ASSERT_FALSE(said.empty());
-  platform_.mainQueue->advance(seconds(3));
-  EXPECT_EQ(said.back(), "Picture taken");
+  EXPECT_EQ(said, Said{"Picture taken"}) << "at once, for the screen is about to leave";
   finish();
   platform_.mainQueue->advance(seconds(30));
   EXPECT_EQ(said.back(), "Picture taken") << "and nothing of a screen that has left";
@@ -206,6 +214,14 @@ TEST_F(FaceScreen, spokenTextsThatPassAreLeftOut) {
   EXPECT_EQ(said.size(), 2u);
   spoken.setText("four");
   EXPECT_EQ(said.size(), 3u);
+  spoken.setText("five");
+  EXPECT_EQ(said.size(), 3u);
+  spoken.setUrgent(true);
+  EXPECT_EQ(said.back(), "five");
+  spoken.setText("six");
+  EXPECT_EQ(said.back(), "six");
+  platform_.mainQueue->advance(seconds(8));
+  EXPECT_EQ(said.size(), 5u) << "each once";
 }
 
 struct Heard final : CaptureSounds {
@@ -224,18 +240,37 @@ TEST_F(FaceScreen, theToneFollowsTheFaceAndEndsOnce) {
   });
   show();
   useCaptureSounds({});
-  ASSERT_FALSE(heard.expired());
-  vision_->see({});
-  film(frame_, [&] { return !heard.lock()->last; });
+  EXPECT_TRUE(heard.expired()) << "no loudspeaker is looked for while the screen opens";
   follow({kTooFarLeft}, frame_);
+  ASSERT_FALSE(heard.expired());
   ASSERT_TRUE(heard.lock()->last);
   EXPECT_GT(*heard.lock()->last, 0.3);
   EXPECT_LT(*heard.lock()->last, 1);
+  vision_->see({});
+  film(frame_, [&] { return !heard.lock()->last; });
   follow({kInside}, frame_);
   stage().setDark(true);
   EXPECT_EQ(heard.lock()->endings, 1);
   finish();
-  EXPECT_TRUE(heard.expired()) << "silence with the screen";
+  ASSERT_EQ(view(), nullptr);
+  EXPECT_FALSE(heard.expired()) << "the last sound is longer than the screen";
+  platform_.mainQueue->advance(seconds(1));
+  EXPECT_TRUE(heard.expired());
+}
+
+TEST_F(FaceScreen, theToneEndsWithAScreenThatIsCancelled) {
+  std::weak_ptr<Heard> heard;
+  useCaptureSounds([&] {
+    const auto made = std::make_shared<Heard>();
+    heard = made;
+    return made;
+  });
+  show();
+  useCaptureSounds({});
+  follow({kTooFarLeft}, frame_);
+  EXPECT_FALSE(heard.expired());
+  press(Qt::Key_Escape);
+  EXPECT_TRUE(heard.expired());
 }
 
 TEST_F(FaceScreen, nobodyIsFilmedWhileTheWindowIsHidden) {
@@ -271,6 +306,43 @@ TEST_F(FaceScreen, nobodyIsFilmedInAWindowMinimisedBeforehand) {
   follow({kInside}, frame_);
   finish();
   EXPECT_EQ(outcome_->heard, Names{"1000x562"});
+}
+
+/// As a phone's system tells it.
+void enter(Qt::ApplicationState state) {
+  using System = QWindowSystemInterface;
+  System::handleApplicationStateChanged<System::SynchronousDelivery>(state);
+}
+
+TEST_F(FaceScreen, nobodyIsFilmedByAnAppInTheBackground) {
+  for (const auto background : {Qt::ApplicationHidden, Qt::ApplicationSuspended}) {
+    SCOPED_TRACE(background);
+    camera_ = std::make_shared<FakeCamera>();
+    capture_ = std::make_shared<FaceImageCaptureVC>();
+    capture_->delegate = outcome_;
+    outcome_->heard.clear();
+    show();
+    follow({kTooFarLeft}, frame_);
+    const auto former = camera_;
+    enter(Qt::ApplicationInactive);
+    settle();
+    EXPECT_EQ(former->stops, 0) << "another window has the keys, this one can be seen";
+    follow({kTooFarLeft}, frame_);
+    EXPECT_TRUE(view()->isPicturing());
+    camera_ = std::make_shared<FakeCamera>();
+    enter(background);
+    settle();
+    EXPECT_EQ(former->stops, 1);
+    EXPECT_FALSE(former->events.frame(frame_));
+    EXPECT_FALSE(view()->isPicturing());
+    EXPECT_FALSE(camera_->events.frame) << "none is opened";
+    enter(Qt::ApplicationActive);
+    settle();
+    ASSERT_TRUE(camera_->events.frame);
+    follow({kInside}, frame_);
+    finish();
+    EXPECT_EQ(outcome_->heard, Names{"1000x562"});
+  }
 }
 
 TEST_F(FaceScreen, aCameraThatFailsLeavesThePersonAWayOut) {

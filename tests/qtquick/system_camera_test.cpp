@@ -38,14 +38,29 @@ TEST(SystemCamera, loadsItsLibraryWhenItIsStartedAndSaysWhatBecomesOfIt) {
                               *says = error.localizedDescription;
                               ++*told;
                             }});
-  EXPECT_EQ(isLoaded("libQt6Multimedia"), VELTRANE_HAS_MULTIMEDIA);
+  EXPECT_EQ(*told, 0) << "the screen does not wait for it";
   QElapsedTimer time;
   time.start();
   while (*told == 0 && time.elapsed() < 20'000) QCoreApplication::processEvents();
   EXPECT_GT(*told, 0);
+  EXPECT_EQ(isLoaded("libQt6Multimedia"), VELTRANE_HAS_MULTIMEDIA);
   EXPECT_TRUE(says->empty() || says->back() == '.') << "a sentence for the person";
   camera->stopRunning();
   QCoreApplication::processEvents();
+}
+
+TEST(SystemCamera, thatIsStoppedWhileItLoadsSaysNothing) {
+  const auto fails = [](const auto&...) -> bool {
+    ADD_FAILURE() << "a call after the end";
+    return false;
+  };
+  for (const bool goes : {false, true}) {
+    auto camera = makeSystemCamera();
+    camera->startRunning({.opened = fails, .frame = fails, .failed = fails});
+    camera->stopRunning();
+    if (goes) camera.reset();
+    QCoreApplication::processEvents();
+  }
 }
 
 }  // namespace

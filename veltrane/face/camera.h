@@ -52,9 +52,8 @@ class Camera {
   /// Once. Opens the camera without blocking; an error is told later or within the call.
   virtual void startRunning(Events events) = 0;
   /// Gives the camera back. Also before it has opened; more than once; within a call of `Events`.
-  /// It returns soon: the system's camera and those of files wait for a call of `Events` that runs,
-  /// other than one that this is called from, as none of them takes long; a host's own is pushed by
-  /// threads that are not to be waited for.
+  /// The system's camera and those of files wait for a call of `Events` that runs, other than one
+  /// that this is called from, as none takes long; frames that a host pushes may be on their way.
   virtual void stopRunning() = 0;
 };
 

@@ -41,10 +41,17 @@ FocusScope {
     readonly property rect oval: screen.capture.oval
     // Width of what is beside the oval.
     readonly property real side: screen.oval.x
+    // Asks for what decides by itself, so that it is never what was to be said a moment ago.
+    readonly property string spokenText: {
+        if (screen.capture.accepted)
+            return screen.takenText;
+        return screen.hintText !== "" ? screen.hintText : screen.titleText;
+    }
+    readonly property string takenText: qsTranslate("Veltrane.Flow", "Picture taken")
     readonly property real textScale: screen.view.stage.textScale
     readonly property string titleText: {
         if (screen.capture.accepted)
-            return qsTranslate("Veltrane.Flow", "Picture taken");
+            return screen.takenText;
         if (screen.capture.capturing || screen.view.phase === ViewItem.Leaving)
             return qsTranslate("Veltrane.Flow", "Place your face in the oval");
         return qsTranslate("Veltrane.Flow", "No picture can be taken");
@@ -86,7 +93,8 @@ FocusScope {
 
     SpokenText {
         speaker: hint
-        text: screen.hintText !== "" ? screen.hintText : screen.titleText
+        text: screen.spokenText
+        urgent: screen.capture.accepted
     }
     Rectangle {
         anchors.fill: parent
@@ -151,7 +159,7 @@ FocusScope {
         readonly property real below: screen.oval.y + screen.oval.height + 12
         readonly property bool fits: hint.below + hint.height <= cancel.y - 4
 
-        Accessible.name: screen.hintText !== "" ? screen.hintText : screen.titleText
+        Accessible.name: screen.spokenText
         Accessible.role: Accessible.Notification
         height: hint.implicitHeight
         objectName: "captureHint"
