@@ -127,7 +127,8 @@ void JumioSession::open(const JSON& answer) {
                 .origins = origins(),
                 .cameraOrigins = speakers(),
                 .script = scriptFor(FramedPage{address, request_.allow}),
-                .tearDown = {}});
+                .tearDown = {},
+                .isFramed = true});
 }
 
 std::vector<std::string> JumioSession::origins() const {

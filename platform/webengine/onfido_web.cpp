@@ -87,7 +87,8 @@ void WebFlow::begin() {
                                                  .token = configuration_.sdkToken(),
                                                  .steps = stepsOf(configuration_),
                                                  .mark = mark_}),
-                .tearDown = std::string(tearDownScript())});
+                .tearDown = std::string(tearDownScript()),
+                .isFramed = false});
 }
 
 void WebFlow::received(std::string_view origin, std::string_view text) {

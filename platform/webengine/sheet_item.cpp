@@ -87,6 +87,7 @@ bool SheetItem::prepareBrowser(QObject* item) {
 void SheetItem::close() {
   if (isClosing_ || tearDown().isEmpty()) return sheet_->close();
   isClosing_ = true;
+  sheet_->prepareToClose();
   emit closing();
   QTimer::singleShot(kFarewell, this, [this] { sheet_->close(); });
 }
@@ -94,6 +95,7 @@ void SheetItem::close() {
 void SheetItem::received(const QString& origin, const QString& text) {
   if (text.size() > kLongestMessage) return;
   if (isClosing_ && text == QLatin1String("veltrane ended")) return sheet_->close();
+  if (text == QLatin1String("veltrane begun")) return sheet_->documentCame();
   sheet_->received(origin.toStdString(), text.toStdString());
 }
 

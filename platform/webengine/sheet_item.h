@@ -56,6 +56,7 @@ class SheetItem final : public QObject {
   Q_INVOKABLE void tryAgain() { sheet_->tryAgain(); }
   Q_INVOKABLE void received(const QString& origin, const QString& text);
   Q_INVOKABLE void askForCamera(const QUrl& origin);
+  Q_INVOKABLE void documentMayLeave() { sheet_->documentMayLeave(); }
   Q_INVOKABLE void browserMissing() { sheet_->fail(WebTrouble::noBrowser); }
   Q_INVOKABLE void browserStopped() { sheet_->fail(WebTrouble::stopped); }
 

@@ -1,6 +1,7 @@
 #include "platform/webengine/web_sheet.h"
 
 #include <QStringList>
+#include <iterator>
 #include <utility>
 
 #include "platform/webengine/allowed_origins.h"
@@ -68,35 +69,37 @@ void WebSheet::open(WebPage page) {
   watchTheClock();
 }
 
-// A page of a later try has a clock of its own.
+// One clock at a time: a later page has its own, and a question that has gone begins a new one.
 void WebSheet::watchTheClock() {
-  MainQueue::current().asyncAfter(patience_,
-                                  [weak = weak_from_this(), page = std::weak_ptr(page_)] {
-                                    const auto self = weak.lock();
-                                    if (!self || self->state_ != State::loading || !self->page_)
-                                      return;
-                                    if (self->page_ != page.lock()) return;
-                                    // The page waits for the user, not the user for the page.
-                                    if (self->isAsking_) return self->watchTheClock();
-                                    self->fail(WebTrouble::late);
-                                  });
+  const int clock = ++clock_;
+  MainQueue::current().asyncAfter(patience_, [weak = weak_from_this(), clock] {
+    const auto self = weak.lock();
+    if (!self || self->clock_ != clock || self->state_ != State::loading || !self->page_) return;
+    // The page waits for the user, not the user for the page.
+    if (!self->isAsking_) self->fail(WebTrouble::late);
+  });
 }
 
 void WebSheet::loaded() {
-  if (state_ == State::loading && page_) become(State::shown);
+  if (!isClosing_ && state_ == State::loading && page_) become(State::shown);
 }
 
 void WebSheet::fail(WebTrouble trouble) {
-  if (state_ == State::ended || state_ == State::trouble) return;
-  waitingForCamera_.clear();
+  if (isClosing_ || state_ == State::ended || state_ == State::trouble) return;
   trouble_ = trouble;
   become(State::trouble);
+  takeQuestionAway();
 }
 
 void WebSheet::end() {
   if (state_ == State::ended) return;
-  waitingForCamera_.clear();
   become(State::ended);
+  takeQuestionAway();
+}
+
+void WebSheet::prepareToClose() {
+  isClosing_ = true;
+  takeQuestionAway();
 }
 
 void WebSheet::close() {
@@ -112,14 +115,15 @@ void WebSheet::tryAgain() {
 }
 
 void WebSheet::received(std::string_view origin, std::string_view text) {
-  if (!page_) return;
+  if (!page_ || isClosing_) return;
   const auto self = shared_from_this();
   if (const auto client = client_.lock()) client->received(origin, text);
 }
 
 void WebSheet::askForCamera(const std::string& origin, Answer answer) {
   const QUrl address(toQString(origin));
-  if (!page_ || page_->origins.empty() || !mayAskForCamera(*page_, address)) return answer(false);
+  if (isClosing_ || !page_ || page_->origins.empty() || !mayAskForCamera(*page_, address))
+    return answer(false);
   if (cameraAllowed_) return answer(*cameraAllowed_);
   waitingForCamera_.push_back(std::move(answer));
   if (!isAsking_) ask();
@@ -128,27 +132,61 @@ void WebSheet::askForCamera(const std::string& origin, Answer answer) {
 // Our own page has no name that says anything: it is the vendor's that is named.
 void WebSheet::ask() {
   const auto over = screen.lock();
-  if (!over) return answered(false);
+  if (!over) return takeQuestionAway();
   isAsking_ = true;
   const std::string host = QUrl(toQString(page_->origins.front())).host().toStdString();
   auto alert = std::make_shared<AlertController>(
       "Veltrane Flow", "This step needs the camera. It is asked for by " + host, AlertStyle::alert);
-  const auto act = [weak = weak_from_this()](bool allowed) {
-    return [weak, allowed] {
+  // Goes with the alert's actions: an alert that somebody else has dismissed gives no answer.
+  const std::shared_ptr<void> gone(nullptr, [weak = weak_from_this(), number = ++question_](void*) {
+    const auto self = weak.lock();
+    if (self && self->isAsking_ && self->question_ == number) self->takeQuestionAway();
+  });
+  const auto act = [weak = weak_from_this(), gone](bool allowed) {
+    return [weak, gone, allowed] {
       if (const auto self = weak.lock()) self->answered(allowed);
     };
   };
   alert->addAction({"Allow", AlertActionStyle::defaultStyle, act(true)});
   alert->addAction({"Do not allow", AlertActionStyle::cancel, act(false)});
+  alert_ = alert;
   over->present(alert, true);
 }
 
 void WebSheet::answered(bool allowed) {
-  if (state_ == State::ended) return;
+  if (!isAsking_) return;
   isAsking_ = false;
   cameraAllowed_ = allowed;
+  if (page_) watchTheClock();
+  tell(waitingForCamera_.size(), allowed);
+}
+
+void WebSheet::takeQuestionAway() {
   const auto self = shared_from_this();
-  for (const auto& answer : std::exchange(waitingForCamera_, {})) answer(allowed);
+  const bool wasAsking = std::exchange(isAsking_, false);
+  if (const auto alert = alert_.lock(); alert && wasAsking) alert->dismiss(true);
+  if (wasAsking && page_ && !screen.expired()) watchTheClock();
+  tell(waitingForCamera_.size(), false);
+}
+
+void WebSheet::tell(std::size_t count, bool allowed) {
+  const auto self = shared_from_this();
+  const auto last = waitingForCamera_.begin() + static_cast<std::ptrdiff_t>(count);
+  const std::vector<Answer> told(std::make_move_iterator(waitingForCamera_.begin()),
+                                 std::make_move_iterator(last));
+  waitingForCamera_.erase(waitingForCamera_.begin(), last);
+  mayLeave_ = 0;
+  for (const auto& answer : told) answer(allowed);
+}
+
+void WebSheet::documentMayLeave() {
+  mayLeave_ = waitingForCamera_.size();
+}
+
+void WebSheet::documentCame() {
+  if (!page_ || !page_->isFramed) return;
+  if (mayLeave_ == waitingForCamera_.size()) return takeQuestionAway();
+  tell(mayLeave_, false);
 }
 
 }  // namespace veltrane::webengine

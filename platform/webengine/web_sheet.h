@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -41,6 +42,8 @@ struct WebPage {
   std::string script;
   /// Run before the browser goes; it ends with a message "veltrane ended" to its window.
   std::string tearDown;
+  /// The vendor's page is in a frame, where one document may make way for another.
+  bool isFramed = false;
 };
 
 /// A vendor's web client, in what it does with its sheet. Main thread, as all of a sheet.
@@ -81,12 +84,20 @@ class WebSheet : public std::enable_shared_from_this<WebSheet> {
 
   // What the user and the browser do.
   void close();
+  /// The user is about to close the sheet, and the page may still end what it has begun: from now
+  /// on nothing that it says, and nothing that befalls it, changes how this ends.
+  void prepareToClose();
   void tryAgain();
   void received(std::string_view origin, std::string_view text);
-  /// `answer` hears what the user says, at once when they have said it before, never when the sheet
-  /// ends first. Nobody but the vendor and our own page gets a question asked.
+  /// `answer` hears once what the user says, at once when they have said it before. A question that
+  /// is taken away unanswered is a refusal, for this time. Nobody but the vendor and our own page
+  /// gets one asked.
   using Answer = std::function<void(bool allowed)>;
   void askForCamera(const std::string& origin, Answer answer);
+  /// A document within the page may be about to make way for another.
+  void documentMayLeave();
+  /// Another document has taken the vendor's place: what the one before it has asked for is void.
+  void documentCame();
 
   /// Over which questions are asked.
   std::weak_ptr<ViewController> screen;
@@ -96,15 +107,25 @@ class WebSheet : public std::enable_shared_from_this<WebSheet> {
   void watchTheClock();
   void ask();
   void answered(bool allowed);
+  void takeQuestionAway();
+  /// Tells the first ones that wait.
+  void tell(std::size_t count, bool allowed);
 
   std::weak_ptr<WebClient> client_;
   std::chrono::milliseconds patience_;
   State state_ = State::loading;
   std::optional<WebTrouble> trouble_;
   std::shared_ptr<const WebPage> page_;
+  bool isClosing_ = false;
   std::optional<bool> cameraAllowed_;
-  bool isAsking_ = false;
   std::vector<Answer> waitingForCamera_;
+  /// How many of these were asked for by a document that may leave.
+  std::size_t mayLeave_ = 0;
+  /// Count questions and clocks: an earlier one says nothing any more.
+  int question_ = 0;
+  int clock_ = 0;
+  bool isAsking_ = false;
+  std::weak_ptr<ViewController> alert_;
 };
 
 /// A controller whose view is a sheet.

@@ -1,5 +1,6 @@
 #include "tests/webengine/browser_fixture.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/webengine/web_clients.h"
@@ -119,6 +120,12 @@ std::string BrowserTest::question() const {
   const auto* const alert =
       view ? dynamic_cast<const AlertController*>(view->controller().get()) : nullptr;
   return alert ? alert->message().value_or("") : "";
+}
+
+bool BrowserTest::wasAsked(const char* path) const {
+  const auto all = vendor_.server.requests();
+  return std::any_of(all.begin(), all.end(),
+                     [&](const auto& request) { return request.target == path; });
 }
 
 void BrowserTest::press(const char* name) {

@@ -93,6 +93,8 @@ class BrowserTest : public ::testing::Test {
   void waitUntilGone();
   /// What the alert on display asks; empty when there is none.
   std::string question() const;
+  /// The vendor has been asked for this path.
+  bool wasAsked(const char* path) const;
   /// Presses a control by its name, once it is there.
   void press(const char* name);
   /// Clicks on the vendor's page until that has been seen.

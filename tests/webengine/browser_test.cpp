@@ -1,5 +1,6 @@
 #include <QQuickItem>
 #include <QSignalSpy>
+#include <future>
 
 #include "platform/webengine/web_sheet.h"
 #include "tests/webengine/browser_fixture.h"
@@ -172,6 +173,27 @@ TEST_F(BrowserTest, AsksForTheCameraAndRemembersTheAnswer) {
   waitForHeard(2);
   EXPECT_EQ(receiver_->heard.back(),
             "cancelled 9820 there is no camera, and no file to take instead");
+}
+
+TEST_F(BrowserTest, TheQuestionOfAPageGoesWithItAndNotWithAFrameInIt) {
+  std::promise<void> released;
+  vendor_.server.route(
+      "/wait", [gate = released.get_future().share()](const TestRequest&, TestConnection& to) {
+        gate.wait();
+        to.respond(200);
+      });
+  vendor_.page(
+      "if (!location.hash) {"
+      "navigator.mediaDevices.getUserMedia({video: true});"
+      "const frame = document.createElement('iframe'); frame.srcdoc = 'of its own';"
+      "frame.onload = () => fetch('/framed'); document.body.append(frame);"
+      "fetch('/wait').then(() => { location.hash = 'again'; location.reload(); }); }");
+  scan();
+  waitFor([this] { return wasAsked("/framed"); }, "the frame in the page");
+  waitFor([this] { return !question().empty(); }, "the question");
+  released.set_value();
+  waitFor([this] { return question().empty(); }, "the question to go");
+  EXPECT_EQ(sheet()->state(), State::loading);
 }
 
 TEST_F(BrowserTest, GivesNothingButTheCamera) {

@@ -1,5 +1,4 @@
 #include <QFile>
-#include <algorithm>
 #include <variant>
 
 #include "tests/webengine/browser_fixture.h"
@@ -130,6 +129,22 @@ TEST_F(OnfidoBrowserTest, HearsNothingOfAClientThatIsTornDown) {
   EXPECT_EQ(std::get<onfido_response::Cancel>(responses_[0]).reason, OnfidoCancelReason::userExit);
 }
 
+TEST_F(OnfidoBrowserTest, TheUsersCancelWinsOverWhatItBreaks) {
+  vendor_.script("/onfido.js",
+                 "window.Onfido = {init: options => {"
+                 "document.getElementById(options.containerId).append(document.createElement('p'));"
+                 "let isGone = false;"
+                 "return {tearDown: () => { if (isGone) return; isGone = true;"
+                 "options.onError({type: 'exception', message: 'torn down'});"
+                 "options.onComplete({face: {id: 'p-1'}}); }};}};");
+  const auto flow = onfido();
+  waitForState(State::shown);
+  press("cancelButton");
+  waitFor([this] { return !responses_.empty(); }, "the response");
+  ASSERT_TRUE(std::holds_alternative<onfido_response::Cancel>(responses_[0]));
+  EXPECT_EQ(std::get<onfido_response::Cancel>(responses_[0]).reason, OnfidoCancelReason::userExit);
+}
+
 TEST_F(OnfidoBrowserTest, TellsWhenTheScriptDoesNotComeOrIsNone) {
   vendor_.server.answer("/onfido.js", 404, "");
   auto flow = onfido();
@@ -159,14 +174,9 @@ TEST_F(OnfidoBrowserTest, TearsTheClientDownAndLetsTheCameraGo) {
   waitFor([this] { return !question().empty(); }, "the question");
   EXPECT_EQ(question(), "This step needs the camera. It is asked for by 127.0.0.1");
   press("alertAction");
-  const auto asked = [this](const char* path) {
-    const auto all = vendor_.server.requests();
-    return std::any_of(all.begin(), all.end(),
-                       [&](const auto& request) { return request.target == path; });
-  };
-  waitFor([&] { return asked("/camera"); }, "the camera");
+  waitFor([this] { return wasAsked("/camera"); }, "the camera");
   press("cancelButton");
-  waitFor([&] { return asked("/gone"); }, "the client to be torn down");
+  waitFor([this] { return wasAsked("/gone"); }, "the client to be torn down");
   waitUntilGone();
 }
 

@@ -12,7 +12,6 @@
 #include "veltrane/connectors/netverify_sdk.h"
 #include "veltrane/connectors/onfido_sdk.h"
 #include "veltrane/flow/user_defaults_manager.h"
-#include "veltrane/toolkit/alert_controller.h"
 
 namespace veltrane::webengine::test {
 namespace {
@@ -239,19 +238,6 @@ TEST_F(ScanTest, LetsOnlyTheVendorsPagesSpeakAndSee) {
   EXPECT_EQ(controller->presentedViewController(), nullptr);
   sheet->received(page, message("success"));
   EXPECT_THAT(delegate->heard, ElementsAre(std::string("finished ") + kReference));
-}
-
-TEST_F(ScanTest, IsNotLateWhileTheUserIsAsked) {
-  open();
-  std::optional<bool> allowed;
-  sheet->askForCamera(kOrigin, [&](bool answer) { allowed = answer; });
-  platform.mainQueue->advance(std::chrono::minutes(5));
-  EXPECT_EQ(sheet->state(), State::loading);
-  dynamic_cast<AlertController&>(*controller->presentedViewController()).select(0);
-  platform.mainQueue->run();
-  EXPECT_EQ(allowed, true);
-  platform.mainQueue->advance(std::chrono::seconds(30));
-  EXPECT_EQ(sheet->trouble(), WebTrouble::late);
 }
 
 TEST_F(ScanTest, TurnsCodesIntoWords) {

@@ -14,10 +14,11 @@ FocusScope {
     required property SheetItem sheet
     property real textScale: 1
 
-    function isolated(name, source) {
+    function isolated(name, source, inFrames) {
         return {
             "injectionPoint": WebEngineScript.DocumentCreation,
             "name": name,
+            "runOnSubframes": inFrames,
             "sourceUrl": source,
             "worldId": WebEngineScript.ApplicationWorld
         };
@@ -27,7 +28,8 @@ FocusScope {
         guard.origins = browser.sheet.origins;
         guard.watch(profile);
         // Out of reach of all scripts of pages.
-        view.userScripts.collection = [browser.isolated("channel", "qrc:///qtwebchannel/qwebchannel.js"), browser.isolated("ear", "qrc:/qt-project.org/imports/Veltrane/Web/ear.js")];
+        const own = "qrc:/qt-project.org/imports/Veltrane/Web/";
+        view.userScripts.collection = [browser.isolated("channel", "qrc:///qtwebchannel/qwebchannel.js", false), browser.isolated("ear", own + "ear.js", false), browser.isolated("begun", own + "begun.js", true)];
         view.loadHtml(browser.sheet.hostPageText, browser.sheet.hostPage);
     }
 
@@ -132,6 +134,8 @@ FocusScope {
                 request.reject();
             } else if (!guard.allowsFrame(request.url)) {
                 request.reject();
+            } else {
+                browser.sheet.documentMayLeave();
             }
         }
         onNewWindowRequested: {}
