@@ -134,10 +134,13 @@ std::string checkSeconds(const std::string& text) {
 }
 
 std::string checkBaseURL(const std::string& text) {
+  const bool namesUser =
+      text.substr(0, text.find('/', text.find("://") + 3)).find('@') != text.npos;
   const auto origin = curl::originOf(text);
   const bool isHTTPS = origin && origin->scheme == "https";
   const bool isLocal = origin && origin->scheme == "http" && origin->isLoopback();
-  if ((isHTTPS || isLocal) && text.find_first_of("?#") == std::string::npos) return {};
+  const bool isPlain = !namesUser && text.find_first_of("?#") == std::string::npos;
+  if ((isHTTPS || isLocal) && isPlain) return {};
   return "must be an https URL with its path alone (http on loopback addresses only), not " +
          quoted(text);
 }

@@ -64,8 +64,10 @@ void installPlatform(const window::WindowOptions& options, const std::filesystem
   wishes.machineKeepsPasskeys = !options.script;
   wishes.identityVendors.userAgent = "Veltrane vtflow/" VELTRANE_VERSION;
   if (options.identityVendors) {
-    wishes.identityVendors.jumio = *options.identityVendors;
-    wishes.identityVendors.onfidoScript = *options.identityVendors + "/onfido/loader.js";
+    std::string address = *options.identityVendors;
+    while (address.ends_with('/')) address.pop_back();
+    wishes.identityVendors.onfidoScript = address + "/onfido/loader.js";
+    wishes.identityVendors.jumio = std::move(address);
   }
   if (options.tablet) wishes.idiom = InterfaceIdiom::pad;
   // The flow's own words for it say no more than that there was none.

@@ -35,16 +35,23 @@ constexpr std::array kWords = {
     QT_TRANSLATE_NOOP("Veltrane.Flow", "Your identity cannot be verified on this device."),
 };
 
-/// A name that the document gives stands at the end, or the number of an error.
+/// With a name that the document gives or that is a vendor's, or the number of an error.
 constexpr std::array kPhrases = {
     QT_TRANSLATE_NOOP("Veltrane.Flow", "Failed with error %1"),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "Please input %1"),
     QT_TRANSLATE_NOOP("Veltrane.Flow", "Select %1"),
-    QT_TRANSLATE_NOOP("Veltrane.Flow", "This step needs the camera. It is asked for by %1"),
+    QT_TRANSLATE_NOOP("Veltrane.Flow", "This step needs the camera. Allow %1 to use it?"),
 };
 
-std::string_view beginning(std::string_view phrase) {
-  return phrase.substr(0, phrase.size() - std::string_view("%1").size());
+/// What `text` has in the place of the phrase's "%1"; nothing when it is not the phrase.
+std::optional<std::string_view> nameIn(std::string_view text, std::string_view phrase) {
+  const auto at = phrase.find("%1");
+  const auto before = phrase.substr(0, at);
+  const auto after = phrase.substr(at + 2);
+  const bool fits = text.size() >= before.size() + after.size() && text.starts_with(before) &&
+                    text.ends_with(after);
+  if (!fits) return std::nullopt;
+  return text.substr(before.size(), text.size() - before.size() - after.size());
 }
 
 QString lookUp(const char* word) {
@@ -59,9 +66,7 @@ QString translated(const std::optional<std::string>& text) {
     return lookUp(text->c_str());
   }
   for (const char* phrase : kPhrases) {
-    const std::string_view start = beginning(phrase);
-    if (!text->starts_with(start)) continue;
-    return lookUp(phrase).arg(toQString(std::string_view(*text).substr(start.size())));
+    if (const auto name = nameIn(*text, phrase)) return lookUp(phrase).arg(toQString(*name));
   }
   return toQString(*text);
 }

@@ -9,6 +9,7 @@
 
 #include "platform/webengine/browser_module.h"
 #include "platform/webengine/vendor_page.h"
+#include "veltrane/base/console.h"
 
 namespace veltrane::webengine {
 namespace {
@@ -79,7 +80,11 @@ QString SheetItem::tearDown() const {
 
 bool SheetItem::prepareBrowser(QObject* item) {
   QQmlEngine* const engine = qmlEngine(item);
-  if (!engine || modules_.isEmpty() || !canLockBrowserIn()) return false;
+  if (!engine || modules_.isEmpty()) return false;
+  if (!canLockBrowserIn()) {
+    console::print("There is no browser: the system does not let it lock itself in.");
+    return false;
+  }
   if (!engine->importPathList().contains(modules_)) engine->addImportPath(modules_);
   return true;
 }

@@ -20,6 +20,8 @@ class SheetItem final : public QObject {
   Q_PROPERTY(State state READ state NOTIFY changed)
   /// What stands in the way, translated; empty while nothing does.
   Q_PROPERTY(QString message READ message NOTIFY changed)
+  /// What stands in the way may have passed when the user tries again.
+  Q_PROPERTY(bool canTryAgain READ canTryAgain NOTIFY changed)
   /// Counts the pages that have been asked for; 0 while there is none to load or to show.
   Q_PROPERTY(int page READ page NOTIFY changed)
   // Of that page.
@@ -41,6 +43,7 @@ class SheetItem final : public QObject {
 
   State state() const { return static_cast<State>(sheet_->state()); }
   QString message() const;
+  bool canTryAgain() const { return sheet_->canTryAgain(); }
   int page() const { return sheet_->page() ? number_ : 0; }
   QString hostPageText() const;
   QUrl hostPage() const;

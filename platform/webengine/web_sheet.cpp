@@ -110,8 +110,14 @@ void WebSheet::close() {
   if (const auto client = client_.lock()) client->closed(trouble);
 }
 
+// The same would be asked for, or in the same place.
+bool WebSheet::canTryAgain() const {
+  return state_ == State::trouble && trouble_ != WebTrouble::setUp &&
+         trouble_ != WebTrouble::noBrowser;
+}
+
 void WebSheet::tryAgain() {
-  if (state_ == State::trouble) begin();
+  if (canTryAgain()) begin();
 }
 
 void WebSheet::received(std::string_view origin, std::string_view text) {
@@ -136,7 +142,8 @@ void WebSheet::ask() {
   isAsking_ = true;
   const std::string host = QUrl(toQString(page_->origins.front())).host().toStdString();
   auto alert = std::make_shared<AlertController>(
-      "Veltrane Flow", "This step needs the camera. It is asked for by " + host, AlertStyle::alert);
+      "Veltrane Flow", "This step needs the camera. Allow " + host + " to use it?",
+      AlertStyle::alert);
   // Goes with the alert's actions: an alert that somebody else has dismissed gives no answer.
   const std::shared_ptr<void> gone(nullptr, [weak = weak_from_this(), number = ++question_](void*) {
     const auto self = weak.lock();

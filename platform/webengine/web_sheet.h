@@ -87,6 +87,8 @@ class WebSheet : public std::enable_shared_from_this<WebSheet> {
   /// The user is about to close the sheet, and the page may still end what it has begun: from now
   /// on nothing that it says, and nothing that befalls it, changes how this ends.
   void prepareToClose();
+  /// There is trouble that may have passed by then.
+  bool canTryAgain() const;
   void tryAgain();
   void received(std::string_view origin, std::string_view text);
   /// `answer` hears once what the user says, at once when they have said it before. A question that

@@ -89,6 +89,11 @@ TEST_F(Words, AreAllInTheGuideForTranslators) {
         "Your identity cannot be verified on this device.", "Please input x", "Select x"}) {
     EXPECT_TRUE(translated(text).startsWith('[')) << text;
   }
+  for (const std::string text :
+       {"Allow", "Do not allow", "This step needs the camera. Allow vendor.example to use it?"}) {
+    EXPECT_TRUE(translated(text).startsWith('[')) << text;
+  }
+  EXPECT_FALSE(translated("This step needs the camera. Allow it?").startsWith('['));
   for (const QString& word : shown | translator.asked) {
     EXPECT_TRUE(guide.contains("| `" + word + "` |")) << word.toStdString();
   }

@@ -110,6 +110,20 @@ TEST_F(BrowserTest, GoesOnAfterTroubleWhenTheUserTriesAgain) {
   EXPECT_THAT(receiver_->heard, ElementsAre(kFinished));
 }
 
+TEST_F(BrowserTest, OffersNoTryThatCannotHelp) {
+  vendor_.page(loadedThen(""));
+  scan();
+  waitForState(State::shown);
+  sheet()->fail(WebTrouble::noBrowser);
+  waitFor([this] { return item("webClose") && item("webClose")->hasActiveFocus(); }, "the focus");
+  EXPECT_EQ(item("webTryAgain"), nullptr);
+  QTest::keyClick(&window_, Qt::Key_Tab);
+  press("webClose");
+  waitForHeard(1);
+  EXPECT_THAT(receiver_->heard,
+              ElementsAre("cancelled This device cannot show the page of the identity service."));
+}
+
 TEST_F(BrowserTest, IsClosedAtAnyMoment) {
   vendor_.page(loadedThen(""));
   scan();  // before the vendor has answered
@@ -160,7 +174,7 @@ TEST_F(BrowserTest, AsksForTheCameraAndRemembersTheAnswer) {
                "}, () => " + "{" + postOf(message("error", "9820")) + "});");
   scan();
   waitFor([this] { return !question().empty(); }, "the question");
-  EXPECT_EQ(question(), "This step needs the camera. It is asked for by 127.0.0.1");
+  EXPECT_EQ(question(), "This step needs the camera. Allow 127.0.0.1 to use it?");
   press("alertAction");
   waitForHeard(1);
   EXPECT_THAT(receiver_->heard, ElementsAre(kFinished));

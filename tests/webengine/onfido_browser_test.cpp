@@ -172,7 +172,7 @@ TEST_F(OnfidoBrowserTest, TearsTheClientDownAndLetsTheCameraGo) {
                      host + "/gone')};}};");
   auto flow = onfido();
   waitFor([this] { return !question().empty(); }, "the question");
-  EXPECT_EQ(question(), "This step needs the camera. It is asked for by 127.0.0.1");
+  EXPECT_EQ(question(), "This step needs the camera. Allow 127.0.0.1 to use it?");
   press("alertAction");
   waitFor([this] { return wasAsked("/camera"); }, "the camera");
   press("cancelButton");

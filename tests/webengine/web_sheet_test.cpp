@@ -3,6 +3,9 @@
 
 #include <gmock/gmock.h>
 
+#include <fstream>
+#include <iterator>
+
 #include "tests/support/fakes.h"
 #include "veltrane/connectors/hand_over_view_controller.h"
 #include "veltrane/toolkit/alert_controller.h"
@@ -16,6 +19,11 @@ using State = WebSheet::State;
 
 constexpr const char* kOrigin = "https://vendor.example";
 constexpr std::chrono::seconds kPatience{30};
+
+std::string fileText(const char* path) {
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
 
 struct Screen final : HandOverViewController {
   std::string_view className() const override { return kSheetScreenName; }
@@ -145,6 +153,26 @@ TEST_F(WebSheetTest, TroubleAndTheEndTakeTheQuestionAlong) {
   ask("third");
   EXPECT_THAT(told, ElementsAre("first no", "second no", "third no"));
   EXPECT_THAT(client->heard, IsEmpty());
+}
+
+TEST_F(WebSheetTest, SaysWhatStandsInTheWayAndWhetherAnotherTryMayHelp) {
+  const std::string guide = fileText(TRANSLATION_GUIDE);
+  struct Case {
+    WebTrouble trouble;
+    bool canTryAgain;
+  };
+  for (const auto& [trouble, canTryAgain] :
+       {Case{WebTrouble::unreachable, true}, Case{WebTrouble::refused, true},
+        Case{WebTrouble::unusable, true}, Case{WebTrouble::late, true},
+        Case{WebTrouble::stopped, true}, Case{WebTrouble::setUp, false}}) {
+    sheet->fail(trouble);
+    EXPECT_NE(guide.find("| `" + std::string(words(trouble)) + "` |"), std::string::npos);
+    EXPECT_EQ(sheet->canTryAgain(), canTryAgain) << words(trouble);
+    const int begun = client->begun;
+    sheet->tryAgain();
+    EXPECT_EQ(client->begun, canTryAgain ? begun + 1 : begun);
+  }
+  EXPECT_EQ(sheet->trouble(), WebTrouble::setUp);
 }
 
 TEST_F(WebSheetTest, NothingOvertakesTheUsersClose) {

@@ -14,6 +14,16 @@
     face: {type: 'standard', id: 'face-photo'},
   };
 
+  const kTitles = {welcome: 'Verify your identity', document: 'Your document', face: 'Your face'};
+  const kStyle = `
+    .onfido-stand-in { padding: 1.5rem 1.25rem; font: 1rem/1.5 system-ui, sans-serif; }
+    .onfido-stand-in h1 { margin: 0; font-size: 1.5rem; }
+    .onfido-stand-in button, .onfido-stand-in select {
+      min-height: 2.75rem; max-width: 100%; margin: 0 0.5rem 0.5rem 0; padding: 0.25rem 1rem; font: inherit;
+    }
+    .onfido-stand-in label { display: block; }
+    .onfido-stand-in select { display: block; }`;
+
   const make = (name, text, ...children) => {
     const element = document.createElement(name);
     if (text) element.textContent = text;
@@ -79,8 +89,14 @@
       this.take(step, document);
       const at = this.steps.indexOf(step) + 1;
       if (at < this.steps.length) return this.show(this.steps[at]);
-      this.container.replaceChildren(make('p', 'Done.'));
+      this.fill(make('p', 'Done.'));
       return this.call('onComplete', this.data);
+    }
+
+    fill(...content) {
+      const room = make('div', '', make('style', kStyle), ...content);
+      room.className = 'onfido-stand-in';
+      this.container.replaceChildren(room);
     }
 
     show(step) {
@@ -92,8 +108,8 @@
         ],
         face: [button('face', 'Photograph a face', () => this.next(step))],
       }[step];
-      this.container.replaceChildren(
-          make('h1', 'Verify your identity'),
+      this.fill(
+          make('h1', kTitles[step]),
           make('p', 'A stand-in: nothing is photographed and nothing is sent.'),
           make('p', '', ...controls), this.failures(),
           make('p', '',

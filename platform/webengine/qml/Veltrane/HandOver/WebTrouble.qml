@@ -11,18 +11,19 @@ FocusScope {
     required property ScreenItem view
 
     function step(by, entering) {
+        const first = trouble.sheet.canTryAgain ? again : close;
         let next = null;
         if (!again.activeFocus && !close.activeFocus)
-            next = by > 0 ? again : close;
-        else if (!entering && again.activeFocus === (by > 0))
-            next = by > 0 ? close : again;
-        if (next === null)
+            next = by > 0 ? first : close;
+        else if (!entering && first.activeFocus === (by > 0))
+            next = by > 0 ? close : first;
+        if (next === null || next.activeFocus)
             return false;
         next.forceActiveFocus(by > 0 ? Qt.TabFocusReason : Qt.BacktabFocusReason);
         return true;
     }
     function take() {
-        again.forceActiveFocus();
+        (trouble.sheet.canTryAgain ? again : close).forceActiveFocus();
     }
 
     Accessible.name: message.text
@@ -61,6 +62,7 @@ FocusScope {
                 ringVisible: again.activeFocus && trouble.view.stage.keyboardInUse
                 text: qsTranslate("Veltrane.Flow", "Try again")
                 textScale: trouble.textScale
+                visible: trouble.sheet.canTryAgain
                 width: parent.width
 
                 Keys.onEnterPressed: again.clicked()

@@ -16,11 +16,11 @@ FocusScope {
 
     function isolated(name, source, inFrames) {
         return {
-            "injectionPoint": WebEngineScript.DocumentCreation,
+            "injectionPoint": WebEngineScript.DocumentCreation, // qmllint disable unqualified
             "name": name,
             "runOnSubframes": inFrames,
             "sourceUrl": source,
-            "worldId": WebEngineScript.ApplicationWorld
+            "worldId": WebEngineScript.ApplicationWorld // qmllint disable unqualified
         };
     }
 
@@ -46,7 +46,7 @@ FocusScope {
     QtObject {
         id: ear
 
-        WebChannel.id: "ear"
+        WebChannel.id: "ear" // qmllint disable type
 
         function hear(origin, text) {
             browser.sheet.received(origin, text);
@@ -62,7 +62,7 @@ FocusScope {
         }
 
         function onClosing() {
-            view.runJavaScript(browser.sheet.tearDown, WebEngineScript.MainWorld);
+            view.runJavaScript(browser.sheet.tearDown, WebEngineScript.MainWorld); // qmllint disable unqualified
         }
 
         target: browser.sheet
@@ -85,7 +85,7 @@ FocusScope {
         settings.pluginsEnabled: false
         settings.screenCaptureEnabled: false
         webChannel: channel
-        webChannelWorld: WebEngineScript.ApplicationWorld
+        webChannelWorld: WebEngineScript.ApplicationWorld // qmllint disable unqualified type property
         // The vendors' pages need 480 x 535 points: smaller sheets show them smaller, down to half,
         // and scroll what is left.
         zoomFactor: Math.max(0.5, Math.min(browser.textScale, browser.width / 480, browser.height / 535))
@@ -124,7 +124,7 @@ FocusScope {
             } else if (loading.status === WebEngineView.LoadSucceededStatus && !browser.filled) {
                 browser.filled = true;
                 browser.begun = true;
-                view.runJavaScript(browser.sheet.script, WebEngineScript.MainWorld);
+                view.runJavaScript(browser.sheet.script, WebEngineScript.MainWorld); // qmllint disable unqualified
             }
         }
         onNavigationRequested: request => {

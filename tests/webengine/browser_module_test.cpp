@@ -1,0 +1,48 @@
+#include "platform/webengine/browser_module.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+namespace veltrane::webengine::test {
+namespace {
+
+/// From now on this process gets no more user namespaces, as on a machine that grants none.
+void refuseNamespaces() {
+  if (unshare(CLONE_NEWUSER) != 0) return;  // it is such a machine
+  const int limit = open("/proc/sys/user/max_user_namespaces", O_WRONLY | O_CLOEXEC);
+  if (limit < 0 || write(limit, "0", 1) != 1) _exit(2);
+  close(limit);
+}
+
+int statusOf(void (*inChild)()) {
+  const pid_t child = fork();
+  if (child == 0) {
+    refuseNamespaces();
+    inChild();
+  }
+  int status = 0;
+  EXPECT_EQ(waitpid(child, &status, 0), child);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST(BrowserModule, KnowsWhetherTheSystemLetsTheBrowserLockItselfIn) {
+  EXPECT_EQ(statusOf([] {
+              unsetenv("QTWEBENGINE_DISABLE_SANDBOX");
+              _exit(canLockBrowserIn() ? 1 : 0);
+            }),
+            0);
+  // A host that has taken the browser's walls away is not asked.
+  EXPECT_EQ(statusOf([] {
+              setenv("QTWEBENGINE_DISABLE_SANDBOX", "1", 1);
+              _exit(canLockBrowserIn() ? 0 : 1);
+            }),
+            0);
+}
+
+}  // namespace
+}  // namespace veltrane::webengine::test
