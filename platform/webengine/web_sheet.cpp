@@ -112,12 +112,11 @@ void WebSheet::close() {
 
 // The same would be asked for, or in the same place.
 bool WebSheet::canTryAgain() const {
-  return state_ == State::trouble && trouble_ != WebTrouble::setUp &&
-         trouble_ != WebTrouble::noBrowser;
+  return trouble_ != WebTrouble::setUp && trouble_ != WebTrouble::noBrowser;
 }
 
 void WebSheet::tryAgain() {
-  if (canTryAgain()) begin();
+  if (state_ == State::trouble && canTryAgain()) begin();
 }
 
 void WebSheet::received(std::string_view origin, std::string_view text) {

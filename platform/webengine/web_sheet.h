@@ -87,7 +87,7 @@ class WebSheet : public std::enable_shared_from_this<WebSheet> {
   /// The user is about to close the sheet, and the page may still end what it has begun: from now
   /// on nothing that it says, and nothing that befalls it, changes how this ends.
   void prepareToClose();
-  /// There is trouble that may have passed by then.
+  /// False for trouble that will not have passed by then.
   bool canTryAgain() const;
   void tryAgain();
   void received(std::string_view origin, std::string_view text);

@@ -243,6 +243,24 @@ TEST_F(Jumio, aSecondStartTakesThePlaceOfTheFirst) {
   EXPECT_EQ(requests(), 2u);
 }
 
+TEST_F(Jumio, aSecondFaceCheckTakesThePlaceOfTheFirst) {
+  startJumio(with("loginInitiate"));
+  const auto first = authentication->made.back();
+  press();
+  ASSERT_EQ(authentication->made.size(), 2u);
+  EXPECT_EQ(first->destroyed, 1);
+  first->ready();
+  EXPECT_EQ(over(), nullptr) << "the first one has no screen any more";
+  check().ready();
+  first->finish("T-1");
+  first->fail({"", "late"});
+  platform.mainQueue->run();
+  EXPECT_EQ(requests(), 1u);
+  EXPECT_EQ(over(), check().scan);
+  check().finish("T-2");
+  EXPECT_EQ(sentParameters(), R"({"transactionReference":"T-2"})");
+}
+
 TEST_F(Jumio, theEndOfTheFlowTakesTheHandOverWithIt) {
   startJumio(with("registerInitiate"));
   const auto last = netverify->made.back();

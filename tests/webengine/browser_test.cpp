@@ -1,9 +1,14 @@
 #include <QQuickItem>
 #include <QSignalSpy>
+#include <algorithm>
+#include <functional>
 #include <future>
+#include <iterator>
+#include <utility>
 
 #include "platform/webengine/web_sheet.h"
 #include "tests/webengine/browser_fixture.h"
+#include "veltrane/flow/user_defaults_manager.h"
 
 namespace veltrane::webengine::test {
 namespace {
@@ -44,19 +49,27 @@ TEST_F(BrowserTest, ShowsTheFaceChecksPageAndHearsOfItsError) {
 }
 
 TEST_F(BrowserTest, CountsNoMessageOfAForeignPageReferenceOrShape) {
-  // A frame of the vendor's own that is at another origin, and our own page, say the same.
+  // A frame at another origin says the same: one that may be loaded, and one that may not.
+  const std::string success = "<script>top.postMessage('" + message("success") + "', '*');" +
+                              "parent.postMessage('said', '*');</script>";
   TlsTestServer foreign({.plain = true});
-  foreign.answer("/", 200, "<script>top.postMessage('" + message("success") + "', '*')</script>",
-                 {{"Content-Type", "text/html"}});
+  TlsTestServer forbidden({.plain = true});
+  for (auto* const each : {&foreign, &forbidden})
+    each->answer("/", 200, success, {{"Content-Type", "text/html"}});
+  install([&](VendorAddresses& addresses) { addresses.jumioOrigins = {foreign.url("")}; });
   vendor_.page(postOf(message("success", "", "another")) + postOf("garbage") + postOf("[1,2]") +
                postOf("") +
-               "post({eventType: 510}); post(null); const loop = {}; loop.it = loop;"
-               "post(loop); const frame = document.createElement('iframe'); frame.src = '" +
-               foreign.url("/") + "'; document.body.append(frame);" + loadedThen(""));
+               "post({eventType: 510}); post(null); const loop = {}; loop.it = loop; post(loop);"
+               "onmessage = () => {" +
+               postOf(message("loaded")) + "}; for (const address of ['" + forbidden.url("/") +
+               "', '" + foreign.url("/") +
+               "']) { const frame = document.createElement('iframe'); frame.src = address;"
+               "document.body.append(frame); }");
   scan();
   waitForState(State::shown);
   EXPECT_THAT(receiver_->heard, IsEmpty());
-  EXPECT_THAT(foreign.requests(), IsEmpty());
+  EXPECT_EQ(foreign.requests().size(), 1u);
+  EXPECT_THAT(forbidden.requests(), IsEmpty());
 }
 
 TEST_F(BrowserTest, LoadsNothingFromElsewhere) {
@@ -110,6 +123,60 @@ TEST_F(BrowserTest, GoesOnAfterTroubleWhenTheUserTriesAgain) {
   EXPECT_THAT(receiver_->heard, ElementsAre(kFinished));
 }
 
+TEST_F(BrowserTest, APageStaysWhenItsNextOneDoesNotCome) {
+  vendor_.server.route("/gone", [](const TestRequest&, TestConnection& to) { to.closeAbruptly(); });
+  vendor_.page("setInterval(() => fetch('/alive'), 50);" + loadedThen("location = '/gone';"));
+  scan();
+  waitForState(State::shown);
+  clickPage([this] { return wasAsked("/gone"); });
+  waitFor(
+      [this] {
+        const auto all = vendor_.server.requests();
+        const auto isGone = [](const auto& request) { return request.target == "/gone"; };
+        return std::find_if(all.rbegin(), all.rend(), isGone) - all.rbegin() > 20;
+      },
+      "the page to live on");
+  EXPECT_EQ(sheet()->state(), State::shown);
+}
+
+TEST_F(BrowserTest, SaysWhatIsWrongWithTheVendorsAnswer) {
+  TlsTestServer elsewhere;
+  const std::string good = Vendor::initiated(vendor_.server.url("/client"));
+  using Answer = std::function<void(TestConnection&)>;
+  const std::pair<Answer, WebTrouble> cases[] = {
+      {[](TestConnection& to) { to.respond(401, R"({"code":"unauthorized"})"); },
+       WebTrouble::refused},
+      {[](TestConnection& to) { to.closeAbruptly(); }, WebTrouble::unreachable},
+      {[&](TestConnection& to) {
+         to.send("HTTP/1.1 200 OK\r\nContent-Length: 5000\r\n\r\n" + good);
+         to.closeAbruptly();
+       },
+       WebTrouble::unreachable},
+      {[](TestConnection& to) { to.respond(200, std::string(70'000, ' ')); },
+       WebTrouble::unreachable},
+      {[&](TestConnection& to) {
+         to.respond(307, "", {{"Location", elsewhere.url("/take")}});
+       },
+       WebTrouble::unreachable},
+      {[](TestConnection& to) { to.waitForClose(); }, WebTrouble::unreachable},
+  };
+  UserDefaultsManager::saveTimeout(1);
+  for (std::size_t i = 0; i < std::size(cases); ++i) {
+    vendor_.server.route(kScanPath, [&answer = cases[i].first](const TestRequest&,
+                                                               TestConnection& to) { answer(to); });
+    if (i == 0) {
+      scan();
+    } else {
+      press("webTryAgain");
+    }
+    waitFor(
+        [&] { return vendor_.server.requests().size() > i && sheet()->state() == State::trouble; },
+        "the trouble");
+    EXPECT_EQ(sheet()->trouble(), cases[i].second) << i;
+  }
+  EXPECT_THAT(elsewhere.requests(), IsEmpty());
+}
+
 TEST_F(BrowserTest, OffersNoTryThatCannotHelp) {
   vendor_.page(loadedThen(""));
   scan();
@@ -117,8 +184,7 @@ TEST_F(BrowserTest, OffersNoTryThatCannotHelp) {
   sheet()->fail(WebTrouble::noBrowser);
   waitFor([this] { return item("webClose") && item("webClose")->hasActiveFocus(); }, "the focus");
   EXPECT_EQ(item("webTryAgain"), nullptr);
-  QTest::keyClick(&window_, Qt::Key_Tab);
-  press("webClose");
+  QTest::keyClick(&window_, Qt::Key_Return);
   waitForHeard(1);
   EXPECT_THAT(receiver_->heard,
               ElementsAre("cancelled This device cannot show the page of the identity service."));
