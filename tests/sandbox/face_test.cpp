@@ -44,9 +44,10 @@ struct Png {
   std::string behind;
 
   std::string file() const {
-    const std::string row = std::string(1, 0) + std::string(std::size_t{3} * width, 'x');
     std::string pixels;
-    for (std::size_t i = 0; i < rows; ++i) pixels += row;
+    for (std::size_t i = 0; i < rows; ++i) {
+      pixels.append(1, '\0').append(std::size_t{3} * width, 'x');
+    }
     return "\x89PNG\r\n\x1A\n" + chunk("IHDR", bigEndian(width) + bigEndian(height) + kind) +
            beforePixels + chunk("IDAT", compressed(pixels)) + chunk("IEND", "") + behind;
   }
