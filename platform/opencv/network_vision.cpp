@@ -46,6 +46,7 @@ VisionOutcome<FaceObservation> NetworkVision::detectFaceRectangles(const PixelBu
   faces->resize(std::min(faces->size(), kMostFaces));
   detected_.clear();
   followed_.clear();
+  others_.clear();
   framesSinceDetection_ = 0;
   VisionOutcome<FaceObservation> outcome;
   for (const Detection& detection : *faces) {
@@ -87,6 +88,7 @@ VisionOutcome<std::optional<FaceObservation>> NetworkVision::trackFaces(
     outcome.results.push_back(
         FaceObservation{.boundingBox = face.box, .confidence = face.presence, .landmarks = {}});
   }
+  outcome.results.insert(outcome.results.end(), others_.begin(), others_.end());
   followed_ = std::move(faces);
   pixels_ = {frame.planes[0].data, frame.memory};
   return outcome;
@@ -126,6 +128,26 @@ bool NetworkVision::putRight(const PixelBuffer& frame, std::vector<Known>& faces
     auto seen = follow(frame, surroundings(nearest->face), error);
     if (!seen) return false;
     if (!seen->points.empty()) face = knownOf(std::move(*seen), size);
+  }
+  return lookForOthers(frame, *detections, faces, error);
+}
+
+/// Somebody may have come while others are followed. False when OpenCV fails.
+bool NetworkVision::lookForOthers(const PixelBuffer& frame,
+                                  const std::vector<Detection>& detections,
+                                  const std::vector<Known>& faces, std::string& error) {
+  others_.clear();
+  const PixelSize size = frame.uprightSize();
+  for (const Detection& detection : detections) {
+    const Rect box = normalised(boxOf(detection.face), size);
+    const bool isFollowed = std::any_of(faces.begin(), faces.end(), [&](const Known& face) {
+      return overlap(face.box, box) > kSameFace;
+    });
+    if (isFollowed || faces.size() + others_.size() >= kMostFaces) continue;
+    const auto seen = networks_->look(frame, surroundings(detection.face), error);
+    if (!seen) return false;
+    if (seen->points.empty()) continue;
+    others_.push_back({.boundingBox = box, .confidence = seen->presence, .landmarks = {}});
   }
   return true;
 }

@@ -40,6 +40,8 @@ class NetworkVision final : public FaceVision {
 
   std::optional<FaceNetworks::Look> follow(const PixelBuffer& frame, Square square,
                                            std::string& error);
+  bool lookForOthers(const PixelBuffer& frame, const std::vector<Detection>& detections,
+                     const std::vector<Known>& faces, std::string& error);
   bool putRight(const PixelBuffer& frame, std::vector<Known>& faces, std::string& error);
   static void keepApart(std::vector<Known>& faces,
                         const std::vector<FaceTrackingRequest>& requests);
@@ -53,6 +55,8 @@ class NetworkVision final : public FaceVision {
   std::vector<Known> followed_;
   Pixels pixels_;
   int framesSinceDetection_ = 0;
+  /// Faces beside the followed ones, when the detector was last asked.
+  std::vector<FaceObservation> others_;
 };
 
 }  // namespace veltrane::opencv

@@ -108,7 +108,7 @@ TEST_F(Frames, tooSmallOrTooNarrowForAFaceShowNone) {
       EXPECT_THAT(vision->detectFaceRectangles(*made.buffer).results, IsEmpty());
       const auto followed = vision->trackFaces(
           *made.buffer, {{.identifier = 1, .inputObservation = {.boundingBox = {0, 0, 1, 1}}}});
-      ASSERT_THAT(followed.results, SizeIs(1));
+      ASSERT_FALSE(followed.results.empty());
       EXPECT_LT(followed.results[0]->confidence, 0.5);
     }
   }
@@ -154,7 +154,7 @@ TEST_F(Frames, areSearchedOfBoxesThatAreNone) {
         Rect{0, 0, 1e300, 1e300}, Rect{9, 9, 1, 1}, Rect{0.5, 0.5, -1, -1}}) {
     const auto followed =
         vision->trackFaces(*frame, {{.identifier = 1, .inputObservation = {.boundingBox = box}}});
-    ASSERT_THAT(followed.results, SizeIs(1));
+    ASSERT_FALSE(followed.results.empty());
     EXPECT_LT(followed.results[0]->confidence, 0.8);
     EXPECT_THAT(vision->detectFaceLandmarks(*frame, {box}).results.at(0).landmarks, IsEmpty());
   }

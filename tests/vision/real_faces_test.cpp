@@ -104,6 +104,33 @@ TEST_F(RealFaces, areFollowedByOneRequestEach) {
       << "one that is not asked again takes no face from another";
 }
 
+TEST_F(RealFaces, areToldOfThoughNobodyFollowsThem) {
+  Random random(9);
+  const Canvas behind = scene(random);
+  Canvas canvas = behind;
+  drawFace(canvas, 0, {.middle = {135, 330}, .side = 100});
+  FaceTracking tracking(vision);
+  tracking.captureOutput(frameOf(canvas));
+  const auto alone = tracking.captureOutput(frameOf(canvas));
+  ASSERT_TRUE(alone);
+  EXPECT_EQ(alone->others.size(), 0u);
+  Canvas two = canvas;
+  const Pose second{.middle = {135, 120}, .side = 90};
+  drawFace(two, 1, second);
+  std::vector<std::size_t> others;
+  for (int frame = 0; frame < 8; ++frame) {
+    const auto seen = tracking.captureOutput(frameOf(two));
+    ASSERT_TRUE(seen);
+    EXPECT_EQ(seen->faces.size(), 1u);
+    others.push_back(seen->others.size());
+    for (const Rect& other : seen->others) EXPECT_GT(opencv::overlap(other, boxOf(second)), kSame);
+  }
+  EXPECT_TRUE(std::is_sorted(others.begin(), others.end()));
+  EXPECT_EQ(others[3], 1u) << "noticed within four frames, and not forgotten in between";
+  for (int frame = 0; frame < 4; ++frame) tracking.captureOutput(frameOf(canvas));
+  EXPECT_EQ(tracking.captureOutput(frameOf(canvas))->others.size(), 0u);
+}
+
 TEST_F(RealFaces, areLetGoWithinThreeFramesAfterTheyHaveGone) {
   for (unsigned clip = 0; clip < 20; ++clip) {
     Random random(clip);

@@ -267,7 +267,7 @@ void FaceImageCaptureVC::drawFaceObservations(const FacesInFrame& seen, const Fr
   if (!live_) return;
   setResolution(seen.frame->uprightSize());
   drawOutlines(seen.faces);
-  drawHint(seen.faces, light);
+  drawHint(seen, light);
   changed();
   if (!seen.areTracked) return;
   for (const auto& observation : seen.faces) {
@@ -286,23 +286,23 @@ void FaceImageCaptureVC::drawOutlines(const std::vector<FaceObservation>& faces)
   detectedFaceLandmarksShapeLayer.path = face::landmarkLines(faces, captureDeviceResolution);
 }
 
-void FaceImageCaptureVC::drawHint(const std::vector<FaceObservation>& faces,
-                                  const FrameLight& light) {
+void FaceImageCaptureVC::drawHint(const FacesInFrame& frame, const FrameLight& light) {
   if (!ovalRect) return;
   std::vector<Rect> seen;
-  seen.reserve(faces.size());
-  for (const auto& observation : faces) seen.push_back(viewRect(observation));
+  seen.reserve(frame.faces.size() + frame.others.size());
+  for (const auto& observation : frame.faces) seen.push_back(viewRect(observation.boundingBox));
   nearness = face::nearness(seen, *ovalRect);
+  for (const auto& box : frame.others) seen.push_back(viewRect(box));
   hint = steadyHint_.next(face::hintFor(seen, *ovalRect, light, isMirrored));
 }
 
-Rect FaceImageCaptureVC::viewRect(const FaceObservation& observation) const {
+Rect FaceImageCaptureVC::viewRect(const Rect& boundingBox) const {
   return detectionOverlayLayer.affineTransform.apply(
-      face::captureRect(observation.boundingBox, captureDeviceResolution));
+      face::captureRect(boundingBox, captureDeviceResolution));
 }
 
 bool FaceImageCaptureVC::isInOval(const FaceObservation& observation) const {
-  return ovalRect && ovalRect->contains(viewRect(observation));
+  return ovalRect && ovalRect->contains(viewRect(observation.boundingBox));
 }
 
 void FaceImageCaptureVC::accept(const PixelBufferPtr& frame) {

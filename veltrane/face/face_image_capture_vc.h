@@ -94,10 +94,10 @@ class FaceImageCaptureVC final : public ViewController, public FaceImageCaptureS
   void updateLayerGeometry();
   void drawFaceObservations(const FacesInFrame& seen, const FrameLight& light);
   void drawOutlines(const std::vector<FaceObservation>& faces);
-  void drawHint(const std::vector<FaceObservation>& faces, const FrameLight& light);
+  void drawHint(const FacesInFrame& frame, const FrameLight& light);
   void clearDrawings();
   void setOval(const Color& color);
-  Rect viewRect(const FaceObservation& observation) const;
+  Rect viewRect(const Rect& boundingBox) const;
   bool isInOval(const FaceObservation& observation) const;
   void accept(const PixelBufferPtr& frame);
   void stillTaken(std::shared_ptr<const FaceStill> still);

@@ -16,6 +16,16 @@ bool isSound(const Rect& box) {
          std::isfinite(box.height) && box.width > 0 && box.height > 0;
 }
 
+/// What vision has seen beside the faces that it was asked for.
+std::vector<Rect> othersIn(const std::vector<std::optional<FaceObservation>>& results,
+                           std::size_t asked) {
+  std::vector<Rect> others;
+  for (std::size_t i = asked; i < results.size(); ++i) {
+    if (results[i] && isSound(results[i]->boundingBox)) others.push_back(results[i]->boundingBox);
+  }
+  return others;
+}
+
 }  // namespace
 
 FaceTracking::FaceTracking(std::shared_ptr<FaceVision> vision) : vision_(std::move(vision)) {}
@@ -45,7 +55,8 @@ std::optional<FacesInFrame> FaceTracking::detect(const PixelBufferPtr& frame) {
   for (const auto& face : found.results) {
     trackingRequests_.push_back({.identifier = ++lastIdentifier_, .inputObservation = face});
   }
-  return FacesInFrame{.frame = frame, .faces = std::move(found.results), .areTracked = false};
+  return FacesInFrame{
+      .frame = frame, .faces = std::move(found.results), .others = {}, .areTracked = false};
 }
 
 std::optional<FacesInFrame> FaceTracking::track(const PixelBufferPtr& frame) {
@@ -54,9 +65,10 @@ std::optional<FacesInFrame> FaceTracking::track(const PixelBufferPtr& frame) {
     tellFailure("SequenceRequest", tracked);
     return std::nullopt;
   }
+  auto others = othersIn(tracked.results, trackingRequests_.size());
   const auto boxes = takeOver(std::move(tracked.results));
   if (trackingRequests_.empty()) return std::nullopt;
-  FacesInFrame seen{.frame = frame, .faces = {}, .areTracked = true};
+  FacesInFrame seen{.frame = frame, .faces = {}, .others = std::move(others), .areTracked = true};
   if (boxes.empty()) return seen;
   auto found = vision_->detectFaceLandmarks(*frame, boxes);
   if (found.error) {

@@ -14,6 +14,8 @@ struct FacesInFrame {
   /// Never null.
   PixelBufferPtr frame;
   std::vector<FaceObservation> faces;
+  /// Of faces that nobody follows. No picture is taken of them.
+  std::vector<Rect> others;
   /// Followed from an earlier frame to this one: such a face may be taken a picture of. One that
   /// has just been found may not.
   bool areTracked = false;

@@ -60,7 +60,8 @@ class FaceVision {
   virtual VisionOutcome<FaceObservation> detectFaceRectangles(const PixelBuffer& frame) = 0;
 
   /// For each request, in their order, where its face is now, nothing when it cannot tell. Frames
-  /// come in their order, though some may be left out.
+  /// come in their order, though some may be left out. Faces that may have been seen beside those
+  /// follow: nobody follows them, but the person is told that there is more than one.
   virtual VisionOutcome<std::optional<FaceObservation>> trackFaces(
       const PixelBuffer& frame, const std::vector<FaceTrackingRequest>& requests) = 0;
 
