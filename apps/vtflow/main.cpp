@@ -19,6 +19,6 @@ void openStandardStreams() {
 
 int main(int argc, char** argv) {
   openStandardStreams();
-  veltrane::opencv::limitPictureFiles();
+  veltrane::opencv::restrainFileReaders();
   return veltrane::tool::runTool(argc, argv, {.text = std::cout, .errors = std::cerr});
 }

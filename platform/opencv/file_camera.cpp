@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/opencv/file_source.h"
+#include "platform/opencv/late_library.h"
 #include "veltrane/toolkit/picture.h"
 
 namespace veltrane::opencv {
@@ -30,7 +31,8 @@ constexpr Seconds kLongestPause{3600};
 constexpr int kLastLooks = 10;
 
 std::string nothingIn(const std::filesystem::path& path) {
-  return "there is no picture in " + path.string() + " that can be read";
+  return "there is no picture in " + path.string() + " that can be read, of at most " +
+         std::to_string(Picture::kMaxPixels >> 20) + " megapixels";
 }
 
 /// Threads that nobody waited for, until the program ends.
@@ -187,8 +189,9 @@ class FileCamera final : public Camera {
 
 }  // namespace
 
-void limitPictureFiles() {
+void restrainFileReaders() {
   setenv("OPENCV_IO_MAX_IMAGE_PIXELS", std::to_string(Picture::kMaxPixels).c_str(), 0);
+  setenv("OPENCV_FFMPEG_LOGLEVEL", "-8", 0);
 }
 
 std::shared_ptr<Camera> makeFileCamera(FileCameraOptions options) {
@@ -196,6 +199,7 @@ std::shared_ptr<Camera> makeFileCamera(FileCameraOptions options) {
 }
 
 std::optional<std::string> fileCameraProblem(const std::filesystem::path& path) {
+  const WithoutSignals held;
   std::string problem;
   const auto source = FileSource::open(path, problem);
   if (!source) return problem;

@@ -11,9 +11,10 @@
 namespace veltrane::opencv {
 
 /// Lets no file claim more pixels than a `Picture` may have, where OpenCV alone would take memory
-/// for 2^30. For programs that read others' files: at the start, before there are threads, for it
-/// changes the environment, which OpenCV reads once. A limit that the environment has stays.
-void limitPictureFiles();
+/// for 2^30, and what reads videos print nothing about damaged ones. For programs that read others'
+/// files: at the start, before there are threads, for it changes the environment, which OpenCV
+/// reads once. What the environment says of either stays.
+void restrainFileReaders();
 
 struct FileCameraOptions {
   /// A picture, a folder of pictures in the order of their names' bytes (hidden files left out), or
@@ -34,7 +35,7 @@ struct FileCameraOptions {
 /// Neither waits for OpenCV to load, but the program's end does.
 ///
 /// A picture file of a size that a `Picture` may not have is a frame without pixels, yet OpenCV
-/// decodes it first, up to 2^30 pixels: `limitPictureFiles` is what keeps it from that, as OpenCV
+/// decodes it first, up to 2^30 pixels: `restrainFileReaders` is what keeps it from that, as OpenCV
 /// tells no size before, and no limit may be set once there are threads.
 std::shared_ptr<Camera> makeFileCamera(FileCameraOptions options);
 

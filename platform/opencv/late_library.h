@@ -1,5 +1,6 @@
 #pragma once
 
+#include <csignal>
 #include <string>
 
 namespace veltrane::opencv {
@@ -12,6 +13,20 @@ template <typename Functions>
 struct Late {
   const Functions* functions = nullptr;
   std::string error;
+};
+
+/// While it lives, the threads that this one starts take no signals of the program's. A library's
+/// threads stay, some from when it is loaded; a program that keeps signals back only after that, to
+/// end in good order, would be ended by theirs.
+class WithoutSignals {
+ public:
+  WithoutSignals();
+  ~WithoutSignals();
+  WithoutSignals(const WithoutSignals&) = delete;
+  WithoutSignals& operator=(const WithoutSignals&) = delete;
+
+ private:
+  sigset_t former_;
 };
 
 /// `symbol` of `library`, which stays once it is there, or null and why. By name, no path: the

@@ -1,5 +1,6 @@
 #include <sys/resource.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 
@@ -111,13 +112,29 @@ TEST_F(FaceCapture, CancelEndsTheFlowBeforeAndWhileTheCameraLooks) {
   }
 }
 
+TEST_F(FaceCapture, ASignalEndsTheRunInGoodOrder) {
+  // So many pixels that OpenCV shares them out among threads, before there is a flow.
+  const auto wall = fileOf("wall.png", clip::wallShot(portrait(), {1920, 1080}));
+  DriverProcess driver(withCamera(wall));
+  driver.untilScreen("FaceImageCaptureVC");
+  driver.signal(SIGINT);
+  EXPECT_EQ(driver.wait(), 4);
+  EXPECT_EQ(driver.events().back(), json({{"event", "bye"}, {"exit", 4}}));
+}
+
 TEST_F(FaceCapture, WhatIsNoCameraIsWrongUse) {
   std::filesystem::create_directory(path("empty"));
   std::filesystem::create_directory(path("damaged"));
   std::ofstream(path("damaged") / "picture.png") << "no picture";
   std::ofstream(path("text.txt")) << "no picture";
   std::ofstream(path("nothing.png"));
-  for (const char* camera : {"empty", "damaged", "text.txt", "nothing.png", "missing.png"}) {
+  using std::string_literals::operator""s;
+  std::ofstream(path("cut.mp4")) << "\0\0\0\x14"
+                                    "ftypisom\0\0\0\0isom"
+                                    "\0\0\1\0mdat"s
+                                 << std::string(60, '\0');
+  for (const char* camera :
+       {"empty", "damaged", "text.txt", "nothing.png", "cut.mp4", "missing.png"}) {
     DriverProcess driver(withCamera(path(camera)));
     EXPECT_EQ(driver.waitForEnd(), 2) << camera;
     const auto errors = driver.errors();
