@@ -35,9 +35,10 @@ std::optional<std::size_t> chooseFormat(const std::vector<OfferedFormat>& format
     const auto [width, height] = format.resolution;
     const double rate = format.framesPerSecond;
     const bool isHalved = format.kind == OfferedFormat::halvedChroma;
-    return std::tuple(format.kind != OfferedFormat::unusable, rate <= 0 || rate >= kLeastRate,
-                      isHalved, isHalved || std::max(width, height) >= kLongEnough, format.kind,
-                      std::int64_t{width} * height, std::min(rate, kFastest));
+    const bool isFast = rate <= 0 || rate >= kLeastRate;
+    return std::tuple(format.kind != OfferedFormat::unusable, isHalved, isHalved || isFast,
+                      isHalved || std::max(width, height) >= kLongEnough, format.kind,
+                      std::int64_t{width} * height, isFast, std::min(rate, kFastest));
   });
   const bool isUsable = chosen && formats[*chosen].kind != OfferedFormat::unusable;
   return isUsable ? chosen : std::nullopt;

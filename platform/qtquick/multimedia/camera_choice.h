@@ -31,11 +31,12 @@ struct OfferedFormat {
 /// Fewer pictures a second are too few to follow a face with.
 inline constexpr double kLeastRate = 15;
 
-/// Of the formats that are fast enough (one that does not tell its rate, which is 0 then, may be)
-/// the 4:2:0 one (`halvedChroma`) of the highest resolution. Without any such one that is as long
-/// as a picture of a face can become, rather than smaller; rather one that need not be
-/// decompressed; and of those the highest resolution. Of equals the fastest, as far as a screen can
-/// show. Slower ones only where all are. Nothing when none is usable.
+/// The 4:2:0 format (`halvedChroma`) of the highest resolution, however slow it is; of several with
+/// as many pixels rather one that is fast enough (one that does not tell its rate, which is 0 then,
+/// may be). Where there is no 4:2:0: of those that are fast enough rather one that is as long as a
+/// picture of a face can become than a shorter one; rather one that need not be decompressed; and
+/// of those the highest resolution. Slower ones only where all are. Of equals the fastest, as far
+/// as a screen can show. Nothing when none is usable.
 std::optional<std::size_t> chooseFormat(const std::vector<OfferedFormat>& formats);
 
 /// What the system tells of a camera that does not do.
