@@ -35,8 +35,9 @@ void SpokenText::componentComplete() {
 void SpokenText::speak() {
   if (!isMade_) return;
   isLate_ = false;
-  ++turn_;
+  // Before the turn is taken: a pause after what was said before still has to end.
   if (text_.isEmpty()) return;
+  ++turn_;
   if (speaker_) {
     // Some programs read names that change, some notifications that show up, others wait for an
     // alert.

@@ -224,6 +224,24 @@ TEST_F(FaceScreen, spokenTextsThatPassAreLeftOut) {
   EXPECT_EQ(said.size(), 5u) << "each once";
 }
 
+TEST_F(FaceScreen, nothingUrgentToSaySilencesNothingLater) {
+  SpokenText spoken;
+  std::vector<QString> said;
+  QObject::connect(&spoken, &SpokenText::spoken,
+                   [&](const QString& text) { said.push_back(text); });
+  spoken.setUrgent(true);
+  spoken.setText("one");
+  spoken.setText("");
+  spoken.setUrgent(false);
+  spoken.setText("two");
+  EXPECT_EQ(said.size(), 1u) << "so soon after the first";
+  platform_.mainQueue->advance(seconds(3));
+  EXPECT_EQ(said, (std::vector<QString>{"one", "two"}));
+  spoken.setText("");
+  platform_.mainQueue->advance(seconds(30));
+  EXPECT_EQ(said.size(), 2u) << "what held then holds no longer";
+}
+
 struct Heard final : CaptureSounds {
   void setNearness(std::optional<double> nearness) override { last = nearness; }
   void pictureTaken() override { ++endings; }
