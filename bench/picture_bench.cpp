@@ -3,7 +3,6 @@
 #include <benchmark/benchmark.h>
 #include <libyuv.h>
 #include <pixman.h>
-#include <png.h>
 #include <zimg.h>
 
 #include <cstdio>
@@ -11,6 +10,7 @@
 #include <memory>
 #include <opencv2/imgproc.hpp>
 
+#include "bench/bare_png.h"
 #include "bench/photograph.h"
 #include "bench/ratio_reporter.h"
 #include "platform/pictures/codec.h"
@@ -188,28 +188,10 @@ void encodePNG(benchmark::State& state) {
 
 /// libpng's fastest settings that give a file of about the same size.
 std::size_t bareLibpng() {
-  std::string file;
-  png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-  png_infop info = png_create_info_struct(png);
-  png_set_write_fn(
-      png, &file,
-      [](png_structp self, png_bytep data, std::size_t size) {
-        static_cast<std::string*>(png_get_io_ptr(self))
-            ->append(reinterpret_cast<char*>(data), size);
-      },
-      nullptr);
-  png_set_IHDR(png, info, kTo.width, kTo.height, 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
-               PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-  png_set_compression_level(png, 1);
-  png_set_filter(png, 0, PNG_FILTER_SUB);
-  png_write_info(png, info);
-  png_set_filler(png, 0, PNG_FILLER_AFTER);
-  for (int y = 0; y < kTo.height; ++y) {
-    png_write_row(png, small().pixels.data() + std::size_t{4} * kTo.width * y);
-  }
-  png_write_end(png, nullptr);
-  png_destroy_write_struct(&png, &info);
-  return file.size();
+  return veltrane::bench::barePNG(small(), PNG_COLOR_TYPE_RGB, [](png_structp png) {
+    png_set_compression_level(png, 1);
+    png_set_filter(png, 0, PNG_FILTER_SUB);
+  });
 }
 
 void encodeWithLibpng(benchmark::State& state) {

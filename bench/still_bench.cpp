@@ -3,7 +3,6 @@
 #include <benchmark/benchmark.h>
 #include <libyuv.h>
 #include <openssl/evp.h>
-#include <png.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +12,7 @@
 #include <memory>
 #include <string>
 
+#include "bench/bare_png.h"
 #include "bench/photograph.h"
 #include "bench/ratio_reporter.h"
 #include "platform/pictures/codec.h"
@@ -124,34 +124,9 @@ void encodePNG(benchmark::State& state) {
   state.counters["bytes"] = static_cast<double>(size);
 }
 
-/// As libpng writes it when nobody tells it anything: the picture as it stands in memory, with an
-/// alpha that says nothing, or its colours alone.
-std::size_t bareLibpng(const Picture& picture, int color) {
-  std::string file;
-  png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-  png_infop info = png_create_info_struct(png);
-  png_set_write_fn(
-      png, &file,
-      [](png_structp self, png_bytep data, std::size_t size) {
-        static_cast<std::string*>(png_get_io_ptr(self))
-            ->append(reinterpret_cast<char*>(data), size);
-      },
-      nullptr);
-  png_set_IHDR(png, info, kStill.width, kStill.height, 8, color, PNG_INTERLACE_NONE,
-               PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-  png_write_info(png, info);
-  if (color == PNG_COLOR_TYPE_RGB) png_set_filler(png, 0, PNG_FILLER_AFTER);
-  for (int y = 0; y < kStill.height; ++y) {
-    png_write_row(png, picture.pixels.data() + std::size_t{4} * kStill.width * y);
-  }
-  png_write_end(png, nullptr);
-  png_destroy_write_struct(&png, &info);
-  return file.size();
-}
-
 void encodeWithLibpng(benchmark::State& state) {
   std::size_t size = 0;
-  for (auto _ : state) size = bareLibpng(small(), PNG_COLOR_TYPE_RGB);
+  for (auto _ : state) size = bench::barePNG(small(), PNG_COLOR_TYPE_RGB);
   state.counters["bytes"] = static_cast<double>(size);
 }
 
@@ -206,8 +181,8 @@ void bareBase64(benchmark::State& state) {
 void printBytes(const std::string& name, const Picture& picture) {
   constexpr double kWanted = 0.95;
   const auto size = static_cast<double>(Codec().encodePNG(picture).value().size());
-  const double ratio = size / static_cast<double>(bareLibpng(picture, PNG_COLOR_TYPE_RGBA));
-  const double colors = size / static_cast<double>(bareLibpng(picture, PNG_COLOR_TYPE_RGB));
+  const double ratio = size / static_cast<double>(bench::barePNG(picture, PNG_COLOR_TYPE_RGBA));
+  const double colors = size / static_cast<double>(bench::barePNG(picture, PNG_COLOR_TYPE_RGB));
   std::printf(
       "BYTES %.2f (wanted at most %.2f%s), of the colours alone %.2f  PNG / libpng's default, %s\n",
       ratio, kWanted, ratio <= kWanted ? "" : ", MISSED", colors, name.c_str());

@@ -249,13 +249,18 @@ struct Heard final : CaptureSounds {
   int endings = 0;
 };
 
-TEST_F(FaceScreen, theToneFollowsTheFaceAndEndsOnce) {
-  std::weak_ptr<Heard> heard;
-  useCaptureSounds([&] {
+/// The next screen's sounds come here.
+void listenTo(std::weak_ptr<Heard>& heard) {
+  useCaptureSounds([&heard] {
     const auto made = std::make_shared<Heard>();
     heard = made;
     return made;
   });
+}
+
+TEST_F(FaceScreen, theToneFollowsTheFaceAndEndsOnce) {
+  std::weak_ptr<Heard> heard;
+  listenTo(heard);
   show();
   useCaptureSounds({});
   EXPECT_TRUE(heard.expired()) << "no loudspeaker is looked for while the screen opens";
@@ -278,11 +283,7 @@ TEST_F(FaceScreen, theToneFollowsTheFaceAndEndsOnce) {
 
 TEST_F(FaceScreen, theToneEndsWithAScreenThatIsCancelled) {
   std::weak_ptr<Heard> heard;
-  useCaptureSounds([&] {
-    const auto made = std::make_shared<Heard>();
-    heard = made;
-    return made;
-  });
+  listenTo(heard);
   show();
   useCaptureSounds({});
   follow({kTooFarLeft}, frame_);
