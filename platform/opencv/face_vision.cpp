@@ -1,5 +1,6 @@
 #include "platform/opencv/face_vision.h"
 
+#include <exception>
 #include <future>
 #include <string>
 #include <utility>
@@ -39,7 +40,11 @@ class LateVision final : public FaceVision {
 
   static Loaded load() {
     Loaded loaded;
-    loaded.networks = FaceNetworks::open(loaded.error);
+    try {
+      loaded.networks = FaceNetworks::open(loaded.error);
+    } catch (const std::exception& exception) {
+      loaded.error = exception.what();
+    }
     return loaded;
   }
 

@@ -148,8 +148,9 @@ std::mutex& openingMutex() {
 void* open(char* error, size_t size) {
   return guarded<void*>(nullptr, error, size, [] {
     const std::lock_guard lock(openingMutex());
-    static std::once_flag isSetUp;
-    std::call_once(isSetUp, setUpOpenCV);
+    static bool isSetUp = false;
+    if (!isSetUp) setUpOpenCV();
+    isSetUp = true;
     return std::make_unique<Vision>().release();
   });
 }

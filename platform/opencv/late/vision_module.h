@@ -55,9 +55,10 @@ struct VeltraneMesh {
 
 /// Nothing throws; false or null is a failure, and `error` (of `size` bytes) then holds why. No
 /// thread is started: OpenCV is told, for this whole process, to use the caller's alone and to
-/// print nothing. It is told once, by the first `open`.
+/// print nothing. It is told once, by the first `open`. Any thread may call; one at a time for each
+/// vision.
 struct VeltraneVisionFunctions {
-  /// To be closed. One thread at a time.
+  /// To be closed. Those that open at once wait for each other.
   void* (*open)(char* error, size_t size);
   void (*close)(void* vision);
   /// Without them the cascade is what there is.
