@@ -292,16 +292,14 @@ QQuickItem* WindowRun::listOnDisplay() const {
 
 void WindowRun::playOn() {
   if (report_) return;
-  if (!player_) {
-    // Pictures alone: the first screen at rest is what there is to see.
-    if (pictures_) giveUp("there is no --script to go on with");
-    return;
-  }
-  if (player_->isDone()) {
+  // Nobody to play, and somebody to do it by hand.
+  if (!player_ && !pictures_) return;
+  if (!player_ || player_->isDone()) {
     if (mayGoOnByItself()) return;
     if (!calm_.isValid()) calm_.start();
     if (!calm_.hasExpired(kLastWait)) return;
-    return giveUp("the script has ended before the flow");
+    return giveUp(player_ ? "the script has ended before the flow"
+                          : "there is no --script to go on with");
   }
   if (player_->isAboutToPress() && playedSince_) takePicture();
   playedSince_ = true;

@@ -105,6 +105,12 @@ TEST_F(RunCommand, AFaceThatComesIntoTheOvalIsSentAndAWallIsNot) {
   EXPECT_EQ(none->waitForEnd(), 4);
   EXPECT_THAT(none->output(), HasSubstr("the script has ended before the flow"));
   EXPECT_EQ(server().requests().size(), 1U);
+
+  // The camera opens by itself, so that pictures of it need no script.
+  auto words = arguments("face", {"--camera", path("clip"), "--pictures", path("pictures")});
+  words.front() = "run";
+  const auto unplayed = start(std::move(words));
+  EXPECT_EQ(unplayed->waitForEnd(), 0) << unplayed->output();
 }
 
 TEST_F(RunCommand, AServerThatDoesNotAnswerIsNamedWithTheReason) {
