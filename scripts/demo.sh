@@ -111,15 +111,15 @@ if [ -n "$before" ]; then
 fi
 status=0
 play "$flow" || status=$?
-if [ ${#vendors[@]} -gt 0 ] && [ -z "$has_display" ]; then
-  echo "And where the vendor cannot be reached:"
-  vendors=(--identity-vendors https://localhost:9)
-  suffix=-without-vendor
-  play "$flow" || true
-fi
 case "$status" in
   0) echo "The flow ended with a response." ;;
   1) echo "The flow ended with an error." ;;
   3) echo "The flow was cancelled." ;;
   *) exit "$status" ;;
 esac
+if [ ${#vendors[@]} -gt 0 ] && [ -z "$has_display" ]; then
+  echo "And where the vendor cannot be reached:"
+  vendors=(--identity-vendors https://localhost:9)
+  suffix=-without-vendor
+  play "$flow" || true
+fi

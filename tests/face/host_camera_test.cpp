@@ -66,6 +66,23 @@ TEST_F(HostCameraTest, theFirstFrameWithPixelsOpensIt) {
                                  "stopped"));
 }
 
+TEST_F(HostCameraTest, framesThatNeverOpenItAreToldOfOnce) {
+  const auto console = std::make_shared<RecordingConsole>();
+  Platform ports = Platform::current();
+  ports.console = console;
+  const PlatformScope scope(std::move(ports));
+  camera.push(nullptr);
+  EXPECT_THAT(console->take(), IsEmpty()) << "nobody wanted it";
+  start();
+  // Rows that overlap.
+  const auto tight = PixelBuffer::allocate(PixelFormat::nv12, {160, 90}).buffer;
+  tight->planes[1].stride = 80;
+  camera.push(tight);
+  camera.push(nullptr);
+  EXPECT_EQ(console->take().size(), 1U);
+  EXPECT_THAT(heard, ElementsAre("started"));
+}
+
 TEST_F(HostCameraTest, aLossIsToldOnceAndBehindTheFrameThatIsBeingHandedOver) {
   start();
   duringFrame = [this] {

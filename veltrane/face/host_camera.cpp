@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "veltrane/base/console.h"
+
 namespace veltrane {
 
 struct HostCamera::Call {
@@ -43,6 +45,11 @@ bool HostCamera::isWanted() const {
 
 bool HostCamera::push(PixelBufferPtr frame) {
   if (frame && !frame->isSound()) frame.reset();
+  if (!frame && isFirstUseless()) {
+    console::print(
+        "The host's camera began with a frame that has no pixels, or planes and strides that do "
+        "not fit its size. Nothing is shown before one that can be used.");
+  }
   const auto call = begin(frame != nullptr);
   if (!call) return false;
   if (call->opens) {
@@ -51,6 +58,12 @@ bool HostCamera::push(PixelBufferPtr frame) {
   const bool isLookedAt = call->events->frame(std::move(frame));
   finish(*call->events);
   return isLookedAt;
+}
+
+/// Whether to tell: with no usable frame ever there is nothing else to see what is wrong by.
+bool HostCamera::isFirstUseless() {
+  const std::lock_guard lock(mutex_);
+  return events_ && !isOver_ && !isOpen_ && !std::exchange(hasToldOfUseless_, true);
 }
 
 /// Nothing when the frame is to be dropped.

@@ -38,7 +38,8 @@ class HostCamera final : public Camera {
 
   /// A frame; null, or without pixels, when the camera had one that it could not get hold of. Any
   /// thread; returns at once and never waits for vision. The first one with pixels opens the
-  /// camera, and its upright size is the resolution that the screen hears of.
+  /// camera, and its upright size is the resolution that the screen hears of; that frames before it
+  /// are of no use is printed once.
   ///
   /// True when the frame will be looked at. False when it is dropped: then the last handle of it
   /// may have gone already, and with it `PixelBuffer::memory`.
@@ -56,6 +57,7 @@ class HostCamera final : public Camera {
 
  private:
   struct Call;
+  bool isFirstUseless();
   std::optional<Call> begin(bool hasPixels);
   void finish(const Events& events);
 
@@ -66,6 +68,7 @@ class HostCamera final : public Camera {
   /// Of a loss that has not been told yet.
   std::optional<CameraError> error_;
   bool isOpen_ = false;
+  bool hasToldOfUseless_ = false;
   bool isCalling_ = false;
   bool isOver_ = false;
   // On the main thread alone.
