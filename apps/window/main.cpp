@@ -113,6 +113,7 @@ int run(window::WindowOptions& options, int& count, char** words) {
   }
   // The adapters live on this thread and must not outlive the application.
   Platform::install({});
+  opencv::waitForFileCameras();
   return status;
 }
 

@@ -35,11 +35,15 @@ std::string nothingIn(const std::filesystem::path& path) {
          std::to_string(Picture::kMaxPixels >> 20) + " megapixels";
 }
 
-/// Threads that nobody waited for, until the program ends.
+/// Threads that nobody has waited for yet.
 class LetGo {
  public:
-  ~LetGo() {
-    for (auto& thread : threads_) thread.join();
+  ~LetGo() { join(); }
+  void join() {
+    std::unique_lock lock(mutex_);
+    auto threads = std::exchange(threads_, {});
+    lock.unlock();
+    for (auto& thread : threads) thread.join();
   }
   void add(std::thread thread) {
     const std::lock_guard lock(mutex_);
@@ -63,12 +67,11 @@ class Feed {
 
   void run(const Camera::Events& events) {
     thread_ = std::this_thread::get_id();
-    FileSource::load();
-    if (!begin()) return;
     try {
-      show(events);
+      FileSource::load();
+      if (begin()) show(events);
     } catch (const std::exception& error) {
-      fail(events, CameraError::lost, error.what());
+      if (begin()) fail(events, CameraError::lost, error.what());
     }
   }
 
@@ -196,6 +199,10 @@ void restrainFileReaders() {
 
 std::shared_ptr<Camera> makeFileCamera(FileCameraOptions options) {
   return std::make_shared<FileCamera>(std::move(options));
+}
+
+void waitForFileCameras() {
+  LetGo::instance().join();
 }
 
 std::optional<std::string> fileCameraProblem(const std::filesystem::path& path) {

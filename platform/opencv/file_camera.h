@@ -32,12 +32,18 @@ struct FileCameraOptions {
 /// again and again, as a camera shows a scene that stands still. A picture that cannot be read is a
 /// frame without pixels. Frames are RGB and upright. The thread is the camera's own, and OpenCV
 /// loads there; it ends with `stopRunning`, or with the camera, which may be within any callback.
-/// Neither waits for OpenCV to load, but the program's end does.
+/// Neither waits for OpenCV to load: a thread that does just that is let go of, calls nothing any
+/// more, and ends by itself (`waitForFileCameras`).
 ///
 /// A picture file of a size that a `Picture` may not have is a frame without pixels, yet OpenCV
 /// decodes it first, up to 2^30 pixels: `restrainFileReaders` is what keeps it from that, as OpenCV
 /// tells no size before, and no limit may be set once there are threads.
 std::shared_ptr<Camera> makeFileCamera(FileCameraOptions options);
+
+/// Returns once no thread is left of all that were let go of. For the end of `main`, when no camera
+/// runs. Who does not call this waits all the same, but among the destructors of static objects:
+/// what OpenCV sets up meanwhile may then be used after its own destructor has run.
+void waitForFileCameras();
 
 /// Why this path cannot serve as a camera, for people: missing, an empty folder, not readable as
 /// picture or video, no OpenCV to read it with. Nothing when it can.

@@ -204,7 +204,9 @@ Activity Drive::activity() const {
 
 int drive(const DriveOptions& options, int input, int output) {
   const TerminationSignals signals;
-  return Drive(options, output).run(input);
+  const int status = Drive(options, output).run(input);
+  opencv::waitForFileCameras();
+  return status;
 }
 
 }  // namespace veltrane::tool
