@@ -1,6 +1,7 @@
 #include "platform/webengine/web_sheet.h"
 
 #include <QStringList>
+#include <algorithm>
 #include <iterator>
 #include <utility>
 
@@ -65,6 +66,7 @@ void WebSheet::begin() {
 void WebSheet::open(WebPage page) {
   if (state_ == State::ended) return;
   page_ = std::make_shared<const WebPage>(std::move(page));
+  mayLeave_.reset();
   become(State::loading);
   watchTheClock();
 }
@@ -181,18 +183,20 @@ void WebSheet::tell(std::size_t count, bool allowed) {
   const std::vector<Answer> told(std::make_move_iterator(waitingForCamera_.begin()),
                                  std::make_move_iterator(last));
   waitingForCamera_.erase(waitingForCamera_.begin(), last);
-  mayLeave_ = 0;
+  if (mayLeave_) *mayLeave_ -= std::min(*mayLeave_, count);
   for (const auto& answer : told) answer(allowed);
 }
 
 void WebSheet::documentMayLeave() {
-  mayLeave_ = waitingForCamera_.size();
+  // A frame within the next document may load before that one is known to be there.
+  mayLeave_ = std::min(mayLeave_.value_or(waitingForCamera_.size()), waitingForCamera_.size());
 }
 
 void WebSheet::documentCame() {
   if (!page_ || !page_->isFramed) return;
-  if (mayLeave_ == waitingForCamera_.size()) return takeQuestionAway();
-  tell(mayLeave_, false);
+  const std::size_t left = std::exchange(mayLeave_, std::nullopt).value_or(0);
+  if (left == waitingForCamera_.size()) return takeQuestionAway();
+  tell(left, false);
 }
 
 }  // namespace veltrane::webengine

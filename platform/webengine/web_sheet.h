@@ -96,9 +96,14 @@ class WebSheet : public std::enable_shared_from_this<WebSheet> {
   /// gets one asked.
   using Answer = std::function<void(bool allowed)>;
   void askForCamera(const std::string& origin, Answer answer);
-  /// A document within the page may be about to make way for another.
+  /// A document within the page may be about to make way for another: the vendor's, or one in a
+  /// frame of its own, as the browser does not tell which.
   void documentMayLeave();
-  /// Another document has taken the vendor's place: what the one before it has asked for is void.
+  /// Another document has taken the vendor's place: what was asked for before the first
+  /// `documentMayLeave` since the last time is void. Whatever was asked for after it counts as the
+  /// new document's. So a question of the one that has left survives when it was asked between a
+  /// navigation and what came of it, or after one that never came to this, a nested frame's say: it
+  /// stays until the user answers or the document after this one comes.
   void documentCame();
 
   /// Over which questions are asked.
@@ -121,8 +126,8 @@ class WebSheet : public std::enable_shared_from_this<WebSheet> {
   bool isClosing_ = false;
   std::optional<bool> cameraAllowed_;
   std::vector<Answer> waitingForCamera_;
-  /// How many of these were asked for by a document that may leave.
-  std::size_t mayLeave_ = 0;
+  /// How many of these were asked for before the first document might leave that has not come.
+  std::optional<std::size_t> mayLeave_;
   /// Count questions and clocks: an earlier one says nothing any more.
   int question_ = 0;
   int clock_ = 0;

@@ -131,6 +131,33 @@ TEST_F(WebSheetTest, KeepsTheQuestionThatTheNextDocumentHasAskedMeanwhile) {
   EXPECT_THAT(told, ElementsAre("first no", "second yes"));
 }
 
+TEST_F(WebSheetTest, KeepsItThoughAFrameWithinTheNextDocumentLoads) {
+  ask("first");
+  const auto question = alert();
+  sheet->documentMayLeave();
+  ask("second");
+  sheet->documentMayLeave();
+  sheet->documentCame();
+  EXPECT_THAT(told, ElementsAre("first no"));
+  EXPECT_EQ(alert(), question);
+  // From here on the count is another.
+  sheet->documentMayLeave();
+  sheet->documentCame();
+  EXPECT_THAT(told, ElementsAre("first no", "second no"));
+  EXPECT_EQ(alert(), nullptr);
+}
+
+TEST_F(WebSheetTest, CountsNoQuestionThatWasTakenAwayBeforeTheNextDocumentCame) {
+  ask("first");
+  sheet->documentMayLeave();
+  alert()->dismiss(false);
+  ask("second");
+  sheet->documentMayLeave();
+  sheet->documentCame();
+  EXPECT_THAT(told, ElementsAre("first no"));
+  EXPECT_NE(alert(), nullptr);
+}
+
 // The client of a page that is not in a frame may have frames of its own.
 TEST_F(WebSheetTest, LetsFramesOfOurOwnPageComeAndGo) {
   open(false);
