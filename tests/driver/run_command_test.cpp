@@ -1,4 +1,9 @@
 #ifdef VTFLOW_HAS_WINDOW
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
@@ -15,6 +20,17 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
+
+/// One that was free a moment ago, so that nobody answers there.
+int closedPort() {
+  sockaddr_in address{.sin_family = AF_INET, .sin_port = 0, .sin_addr = {htonl(INADDR_LOOPBACK)}};
+  socklen_t size = sizeof(address);
+  const int bound = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  EXPECT_EQ(bind(bound, reinterpret_cast<const sockaddr*>(&address), size), 0);
+  EXPECT_EQ(getsockname(bound, reinterpret_cast<sockaddr*>(&address), &size), 0);
+  close(bound);
+  return ntohs(address.sin_port);
+}
 
 /// `vtflow run`, off screen, as a program of its own with a temporary folder of its own.
 class RunCommand : public DriverTest {
@@ -114,10 +130,11 @@ TEST_F(RunCommand, AFaceThatComesIntoTheOvalIsSentAndAWallIsNot) {
 }
 
 TEST_F(RunCommand, AServerThatDoesNotAnswerIsNamedWithTheReason) {
+  const std::string address = "https://127.0.0.1:" + std::to_string(closedPort());
   const auto run = start({"run", "--company", "acme", "--flow", "sign-in", "--base-url",
-                          "https://localhost:1/v1", "--pictures", path("pictures")});
+                          address + "/v1", "--pictures", path("pictures")});
   EXPECT_EQ(run->waitForEnd(), 1);
-  EXPECT_THAT(run->errors(), HasSubstr("vtflow run: no response from https://localhost:1: "));
+  EXPECT_THAT(run->errors(), HasSubstr("vtflow run: no response from " + address + ": "));
   EXPECT_THAT(run->output(), HasSubstr("veltraneError: No response from server..."));
 }
 
