@@ -256,22 +256,29 @@ TEST_F(BrowserTest, AsksForTheCameraAndRemembersTheAnswer) {
 }
 
 TEST_F(BrowserTest, TheQuestionOfAPageGoesWithItAndNotWithAFrameInIt) {
-  std::promise<void> released;
-  vendor_.server.route(
-      "/wait", [gate = released.get_future().share()](const TestRequest&, TestConnection& to) {
-        gate.wait();
-        to.respond(200);
-      });
+  std::promise<void> mayFrame, mayLeave;
+  const auto answerOnce = [this](const char* path, std::promise<void>& allowed) {
+    vendor_.server.route(
+        path, [gate = allowed.get_future().share()](const TestRequest&, TestConnection& to) {
+          gate.wait();
+          to.respond(200);
+        });
+  };
+  answerOnce("/frame", mayFrame);
+  answerOnce("/leave", mayLeave);
   vendor_.page(
       "if (!location.hash) {"
       "navigator.mediaDevices.getUserMedia({video: true});"
       "const frame = document.createElement('iframe'); frame.srcdoc = 'of its own';"
-      "frame.onload = () => fetch('/framed'); document.body.append(frame);"
-      "fetch('/wait').then(() => { location.hash = 'again'; location.reload(); }); }");
+      "frame.onload = () => fetch('/framed');"
+      "fetch('/frame').then(() => document.body.append(frame));"
+      "fetch('/leave').then(() => { location.hash = 'again'; location.reload(); }); }");
   scan();
-  waitFor([this] { return wasAsked("/framed"); }, "the frame in the page");
   waitFor([this] { return !question().empty(); }, "the question");
-  released.set_value();
+  mayFrame.set_value();
+  waitFor([this] { return wasAsked("/framed"); }, "the frame in the page");
+  EXPECT_NE(question(), "");
+  mayLeave.set_value();
   waitFor([this] { return question().empty(); }, "the question to go");
   EXPECT_EQ(sheet()->state(), State::loading);
 }
