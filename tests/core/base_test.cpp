@@ -2,6 +2,9 @@
 #include <random>
 
 #include "tests/core/host.h"
+#include "tests/support/memory_search.h"
+#include "veltrane/base/base64.h"
+#include "veltrane/base/secret.h"
 #include "veltrane/base/text.h"
 #include "veltrane/toolkit/color.h"
 
@@ -101,6 +104,33 @@ TEST(JSON, bytesAreATextOfTheirBase64WhereverTheyAreCopied) {
   EXPECT_EQ(
       JSON(Dictionary{{"a", value}, {"b", JSON::array({})}, {"c", Dictionary()}}).serialized(),
       R"({"a":"+/++IHBpY3R1cmU=","b":[],"c":{}})");
+}
+
+TEST(JSON, leavesNothingOfItsBytesInMemory) {
+  const std::string inText = "Kq7v/dX2mZ0+Rb8Tn5cY/w3hJ6sLu9Ge";  // as they are searched: turned
+  std::string inBytes;
+  {
+    std::string text;
+    text.reserve(1000 * inText.size());
+    for (int i = 0; i < 1000; ++i) text.append(inText.rbegin(), inText.rend());
+    const Secret picture(base64Decoded(text).value());
+    Secret::wipe(text);
+    inBytes.assign(picture.bytes().rbegin(), picture.bytes().rbegin() + 24);
+    const JSON bytes = JSON::base64(picture.bytes());
+    const auto serialized = [&bytes](const std::string& behind) {
+      return JSON(Dictionary{{"imageData", bytes}, {"note", behind}}).serialized();
+    };
+    auto body = serialized(std::string(100'000, '\x01'));  // six times as long when it is escaped
+    ASSERT_TRUE(body);
+    EXPECT_EQ(countInMemory(inText), 1000);
+    Secret::wipe(*body);
+    EXPECT_FALSE(serialized("\xff"));
+    EXPECT_EQ(countInMemory(inText), 0);
+    EXPECT_EQ(bytes.text()->size(), 32'000u);
+    EXPECT_GT(countInMemory(inBytes), 0);
+  }
+  EXPECT_EQ(countInMemory(inText), 0);
+  EXPECT_EQ(countInMemory(inBytes), 0);
 }
 
 TEST(Dictionary, mergedIsWhatSettingOneAfterTheOtherLeaves) {

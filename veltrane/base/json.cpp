@@ -1,5 +1,6 @@
 #include "veltrane/base/json.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -14,6 +15,7 @@
 #include "veltrane/base/arena.h"
 #include "veltrane/base/base64.h"
 #include "veltrane/base/dictionary.h"
+#include "veltrane/base/growing_secret.h"
 #include "veltrane/base/json_tree_builder.h"
 #include "veltrane/base/long_strings.h"
 #include "veltrane/base/secret.h"
@@ -103,42 +105,45 @@ std::optional<std::string_view> textOf(const Tree& tree) {
   return text ? std::optional<std::string_view>(*text) : std::nullopt;
 }
 
-/// About as many characters as the tree's encoded bytes become, and some for what is around them.
+/// About as many characters as the tree becomes: more where texts need escapes.
 std::size_t roomFor(const Tree& tree) {
-  constexpr std::size_t kAround = 64;
+  constexpr std::size_t kAround = 32;  // a number, or the marks around a text and its name
   if (const auto* const encoded = asEncoded(tree))
-    return base64EncodedLength(encoded->bytes.size());
+    return base64EncodedLength(encoded->bytes.size()) + kAround;
   std::size_t room = kAround;
-  if (tree.is_structured()) {
+  if (const auto* const text = tree.get_ptr<const ArenaText*>()) {
+    room += text->size();
+  } else if (const auto* const members = tree.get_ptr<const Tree::object_t*>()) {
+    for (const auto& [name, value] : *members) room += name.size() + roomFor(value);
+  } else if (tree.is_array()) {
     for (const Tree& value : tree) room += roomFor(value);
   }
   return room;
 }
 
-void write(const Tree& tree, std::string& text) {
+void write(const Tree& tree, GrowingSecret& text) {
   if (const auto* const encoded = asEncoded(tree)) {
-    text += '"';
-    const std::size_t start = text.size();
-    text.resize(start + base64EncodedLength(encoded->bytes.size()));
-    base64Encode(encoded->span(), text.data() + start);
-    text += '"';
+    text.append("\"");
+    base64Encode(encoded->span(), text.grownBy(base64EncodedLength(encoded->bytes.size())));
+    text.append("\"");
   } else if (tree.is_object()) {
-    char separator = '{';
+    const char* separator = "{";
     for (const auto& [name, value] : tree.get_ref<const Tree::object_t&>()) {
-      text += std::exchange(separator, ',');
-      text.append(Tree(name).dump()) += ':';
+      text.append(std::exchange(separator, ","));
+      text.append(Tree(name).dump());
+      text.append(":");
       write(value, text);
     }
-    text += tree.empty() ? "{}" : "}";
+    text.append(tree.empty() ? "{}" : "}");
   } else if (tree.is_array()) {
-    char separator = '[';
+    const char* separator = "[";
     for (const Tree& value : tree) {
-      text += std::exchange(separator, ',');
+      text.append(std::exchange(separator, ","));
       write(value, text);
     }
-    text += tree.empty() ? "[]" : "]";
+    text.append(tree.empty() ? "[]" : "]");
   } else {
-    text += tree.dump();
+    text.append(tree.dump());
   }
 }
 
@@ -273,7 +278,7 @@ std::size_t JSON::size() const noexcept {
   return node_ && asTree(node_)->is_structured() ? asTree(node_)->size() : 0;
 }
 
-std::optional<std::string_view> JSON::text() const noexcept {
+std::optional<std::string_view> JSON::text() const {
   return node_ ? textOf(*asTree(node_)) : std::nullopt;
 }
 
@@ -338,10 +343,9 @@ std::optional<std::string> JSON::serialized() const {
   try {
     const auto* const document = static_cast<const Document*>(owner_.get());
     if (!document || document->kept.empty()) return std::string(asTree(node_)->dump());
-    std::string text;
-    text.reserve(roomFor(*asTree(node_)));
+    GrowingSecret text(roomFor(*asTree(node_)));
     write(*asTree(node_), text);
-    return text;
+    return text.take();
   } catch (const Tree::exception&) {
     return std::nullopt;
   }

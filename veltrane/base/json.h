@@ -66,7 +66,7 @@ class JSON {
   std::size_t size() const noexcept;
 
   /// A text; numbers and booleans are none.
-  std::optional<std::string_view> text() const noexcept;
+  std::optional<std::string_view> text() const;
   /// true or false; of the numbers only 0 and 1 count.
   std::optional<bool> boolean() const noexcept;
   /// A whole number within 64 bits (2.0 is 2); a boolean counts as 1 or 0.
