@@ -45,6 +45,9 @@ struct Options {
 /// 256 KiB of response headers fail too. A request whose headers could not be sent as they are
 /// (control characters) fails without being sent.
 ///
+/// A request's body is wiped as soon as nothing of it is sent any more. What libcurl copied into
+/// its own buffers, some 64 KiB at most, is given back as it is.
+///
 /// libcurl is loaded by that thread, beside whatever the program does meanwhile. Where it cannot be
 /// had, every request ends without a response and `report` is told why.
 ///

@@ -219,11 +219,13 @@ int Worker::millisecondsToDeadline() const {
 
 void Worker::abandonAll() {
   Exchanges open;
+  std::vector<std::shared_ptr<Exchange>> incoming;
   {
     std::lock_guard lock(mutex_);
     open.swap(open_);
-    incoming_.clear();
+    incoming.swap(incoming_);
   }
+  for (const auto& exchange : incoming) exchange->endTransfer();
   for (const auto& [number, exchange] : active_) exchange->endTransfer();
   active_.clear();
   for (const auto& [number, exchange] : open) exchange->revoke();
