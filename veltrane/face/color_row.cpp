@@ -1,7 +1,6 @@
 #include "veltrane/face/color_row.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 
 #if defined(__x86_64__) && defined(__GNUC__)
@@ -29,13 +28,6 @@ constexpr int product(int a, int b) {
 
 std::uint32_t rounded(int colour) {
   return static_cast<std::uint32_t>(std::clamp((colour + (1 << (kPlaces - 1))) >> kPlaces, 0, 255));
-}
-
-constexpr std::uint32_t packed(std::uint32_t red, std::uint32_t green, std::uint32_t blue) {
-  if constexpr (std::endian::native == std::endian::little) {
-    return red | green << 8U | blue << 16U | 0xFF000000U;
-  }
-  return red << 24U | green << 16U | blue << 8U | 0xFFU;
 }
 
 std::uint32_t joined(const ColorWeights& by, int luma, int blue, int red) {

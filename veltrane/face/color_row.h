@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstdint>
 
 #include "veltrane/face/pixel_buffer.h"
@@ -22,8 +23,16 @@ struct ColorSamples {
   int step;
 };
 
-/// `count` pixels: red, green, blue and 255, in this order in memory. Off the exact value by less
-/// than 0.03 beyond the rounding; the same on every processor.
+/// A pixel of these colours, each of 8 bits: red, green, blue and 255, in this order in memory.
+constexpr std::uint32_t packed(std::uint32_t red, std::uint32_t green, std::uint32_t blue) {
+  if constexpr (std::endian::native == std::endian::little) {
+    return red | green << 8U | blue << 16U | 0xFF000000U;
+  }
+  return red << 24U | green << 16U | blue << 8U | 0xFFU;
+}
+
+/// `count` pixels, each as `packed`. Off the exact value by less than 0.03 beyond the rounding; the
+/// same on every processor.
 void joinColors(const ColorWeights& weights, const ColorSamples& samples, int count,
                 std::uint32_t* out);
 

@@ -1,19 +1,8 @@
 #include "veltrane/face/frame_rows.h"
+
 #include "veltrane/base/wipe.h"
 
-#include <bit>
-
 namespace veltrane::face {
-namespace {
-
-constexpr std::uint32_t packed(std::uint32_t red, std::uint32_t green, std::uint32_t blue) {
-  if constexpr (std::endian::native == std::endian::little) {
-    return red | green << 8U | blue << 16U | 0xFF000000U;
-  }
-  return red << 24U | green << 16U | blue << 8U | 0xFFU;
-}
-
-}  // namespace
 
 FrameRows::FrameRows(const PixelBuffer& frame, int first, int count)
     : frame_(frame),

@@ -2,7 +2,6 @@
 #include "veltrane/base/wipe.h"
 
 #include <cstdlib>
-#include <cstring>
 #include <utility>
 
 namespace veltrane {

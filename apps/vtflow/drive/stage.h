@@ -30,7 +30,8 @@ class Stage {
   /// The identity SDKs that the user has before them.
   HandOvers& handOvers() const { return *handOvers_; }
   bool isFlowPresented() const { return host_->presentedViewController() != nullptr; }
-  /// A screen of the flow, on display or under another, asks the server from time to time.
+  /// Something goes on behind a screen of the flow, on display or under another, that will change
+  /// it.
   bool isWorking() const;
   /// A screen of the flow looks at what its camera shows.
   bool isWatching() const;
