@@ -88,6 +88,7 @@ void WebFlow::begin() {
                                                  .steps = stepsOf(configuration_),
                                                  .mark = mark_}),
                 .tearDown = std::string(tearDownScript()),
+                .farewell = addresses_.farewell,
                 .isFramed = false});
 }
 

@@ -20,9 +20,6 @@ constexpr const char* kContext = "Veltrane.Flow";
 // What a page says of its size is bounded; no vendor's message comes near.
 constexpr qsizetype kLongestMessage = 65536;
 
-/// How long a page that is closed may take to end what it has begun.
-constexpr std::chrono::milliseconds kFarewell{500};
-
 QString toQString(std::string_view text) {
   return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
@@ -94,7 +91,7 @@ void SheetItem::close() {
   isClosing_ = true;
   sheet_->prepareToClose();
   emit closing();
-  QTimer::singleShot(kFarewell, this, [this] { sheet_->close(); });
+  QTimer::singleShot(sheet_->page()->farewell, this, [this] { sheet_->close(); });
 }
 
 void SheetItem::received(const QString& origin, const QString& text) {

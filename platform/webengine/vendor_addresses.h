@@ -26,6 +26,8 @@ struct VendorAddresses {
   std::string userAgent;
   /// How long a page may take to say that it is there, before the user is asked whether to go on.
   std::chrono::milliseconds patience = std::chrono::seconds(30);
+  /// How long a page that the user closes may take to end what it has begun.
+  std::chrono::milliseconds farewell{500};
 };
 
 }  // namespace veltrane::webengine

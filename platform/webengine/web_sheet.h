@@ -42,6 +42,8 @@ struct WebPage {
   std::string script;
   /// Run before the browser goes; it ends with a message "veltrane ended" to its window.
   std::string tearDown;
+  /// How long that may take.
+  std::chrono::milliseconds farewell{0};
   /// The vendor's page is in a frame, where one document may make way for another.
   bool isFramed = false;
 };

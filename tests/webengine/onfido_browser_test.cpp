@@ -170,6 +170,7 @@ TEST_F(OnfidoBrowserTest, TearsTheClientDownAndLetsTheCameraGo) {
                      "/camera', {mode: 'no-cors'}));"
                      "return {tearDown: () => navigator.sendBeacon('" +
                      host + "/gone')};}};");
+  install([](VendorAddresses& addresses) { addresses.farewell = std::chrono::seconds(20); });
   auto flow = onfido();
   waitFor([this] { return !question().empty(); }, "the question");
   EXPECT_EQ(question(), "This step needs the camera. Allow 127.0.0.1 to use it?");
