@@ -95,7 +95,11 @@ TEST_F(WindowProgram, PlaysEveryShippedFlowToItsEnd) {
                                                 "--credentials", path("passkeys.db")});
     EXPECT_EQ(status, file["expect"].toObject()["exit"].toInt()) << id << '\n'
                                                                  << output.toStdString();
-    EXPECT_EQ(errors.toStdString(), "") << id;
+    for (const auto& line : errors.split('\n', Qt::SkipEmptyParts)) {
+      // Why a picture has not come is nothing that a flow would end for.
+      EXPECT_TRUE(line.startsWith("vtflow run: no response from ")) << line.toStdString();
+      EXPECT_EQ(id, "broken-picture");
+    }
     EXPECT_TRUE(output.contains("result")) << id;
     const bool hasScreen = output.contains("pressed");
     EXPECT_EQ(QDir(pictures).entryList({"*.png"}).isEmpty(), !hasScreen) << id;
