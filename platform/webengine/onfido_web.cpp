@@ -17,21 +17,9 @@ QUrl toUrl(std::string_view text) {
               QUrl::StrictMode);
 }
 
-std::string nameOf(OnfidoStep step) {
-  switch (step) {
-    case OnfidoStep::welcome:
-      return "welcome";
-    case OnfidoStep::document:
-      return "document";
-    case OnfidoStep::face:
-      return "face";
-  }
-  return {};
-}
-
 std::vector<std::string> stepsOf(const OnfidoConfig& configuration) {
   std::vector<std::string> names;
-  for (const auto step : configuration.steps()) names.push_back(nameOf(step));
+  for (const auto step : configuration.steps()) names.emplace_back(name(step));
   return names;
 }
 

@@ -4,22 +4,18 @@
 #include <array>
 #include <cctype>
 
-#if defined(__x86_64__) && defined(__GNUC__)
-#define VELTRANE_BASE64_AVX2 1
-#include <immintrin.h>
-#endif
+#include "veltrane/base/base64_alphabet.h"
 
 namespace veltrane {
 namespace {
 
-constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr std::uint8_t kUnknown = 0xFF;
 constexpr std::uint8_t kPadding = 0xFE;
 
 constexpr std::array<std::uint8_t, 256> makeValues() {
   std::array<std::uint8_t, 256> values{};
   values.fill(kUnknown);
-  for (std::uint8_t i = 0; i < 64; ++i) values[static_cast<std::uint8_t>(kAlphabet[i])] = i;
+  for (std::uint8_t i = 0; i < 64; ++i) values[static_cast<std::uint8_t>(kBase64Alphabet[i])] = i;
   values['='] = kPadding;
   return values;
 }

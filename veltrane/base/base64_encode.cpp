@@ -1,16 +1,10 @@
 #include <string_view>
 
 #include "veltrane/base/base64.h"
-
-#if defined(__x86_64__) && defined(__GNUC__)
-#define VELTRANE_BASE64_AVX2 1
-#include <immintrin.h>
-#endif
+#include "veltrane/base/base64_alphabet.h"
 
 namespace veltrane {
 namespace {
-
-constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 #ifdef VELTRANE_BASE64_AVX2
 
@@ -73,7 +67,7 @@ void base64Encode(std::span<const std::uint8_t> bytes, char* text) {
   text += taken / 3 * 4;
   const auto write = [&text](std::uint32_t group, int characters) {
     for (int i = 0; i < 4; ++i) {
-      *text++ = i < characters ? kAlphabet[group >> (18 - 6 * i) & 63] : '=';
+      *text++ = i < characters ? kBase64Alphabet[group >> (18 - 6 * i) & 63] : '=';
     }
   };
   for (; bytes.size() >= 3; bytes = bytes.subspan(3)) {

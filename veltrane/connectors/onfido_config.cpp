@@ -4,6 +4,18 @@
 
 namespace veltrane {
 
+std::string_view name(OnfidoStep step) {
+  switch (step) {
+    case OnfidoStep::welcome:
+      return "welcome";
+    case OnfidoStep::document:
+      return "document";
+    case OnfidoStep::face:
+      return "face";
+  }
+  return {};
+}
+
 OnfidoConfig::Builder OnfidoConfig::builder() {
   return {};
 }

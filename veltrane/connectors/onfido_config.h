@@ -4,11 +4,15 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace veltrane {
 
 enum class OnfidoStep : std::uint8_t { welcome, document, face };
+/// "welcome", "document" or "face", for whoever writes one down.
+std::string_view name(OnfidoStep step);
+
 enum class OnfidoFaceVariant : std::uint8_t { photo };
 
 /// What a capture flow asks of the user; an SDK's adapter hands it on to its own builder.

@@ -91,18 +91,6 @@ class DrivenAuthentication final : public AuthenticationController, public HandO
 
 // ---- document and face in one
 
-std::string_view name(OnfidoStep step) {
-  switch (step) {
-    case OnfidoStep::welcome:
-      return "welcome";
-    case OnfidoStep::document:
-      return "document";
-    case OnfidoStep::face:
-      return "face";
-  }
-  return "";
-}
-
 Dictionary configurationValue(const OnfidoConfig& configuration) {
   std::vector<JSON> steps;
   for (const auto step : configuration.steps()) steps.emplace_back(name(step));
